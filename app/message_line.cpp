@@ -1,0 +1,20 @@
+#include "app/message_line.h"
+
+#include <QLabel>
+
+MessageLine::MessageLine(QLabel* label) : label_(label) {}
+
+void MessageLine::post(const QString& text) {
+  // Held while posting: the label cannot die between the test and the call.
+  const std::lock_guard lock(mutex_);
+  if (label_ == nullptr) {
+    return;
+  }
+  QLabel* const label = label_;
+  QMetaObject::invokeMethod(label, [label, text] { label->setText(text); }, Qt::QueuedConnection);
+}
+
+void MessageLine::detach() {
+  const std::lock_guard lock(mutex_);
+  label_ = nullptr;
+}

@@ -1,0 +1,21 @@
+# What every target of ours is compiled with.
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+set(PELLAVOX_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+
+add_library(pellavox_compiler_settings INTERFACE)
+target_compile_features(pellavox_compiler_settings INTERFACE cxx_std_20 c_std_11)
+target_include_directories(pellavox_compiler_settings INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(pellavox_compiler_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+# A cast from and to 8-bit text must be visible: file paths and device texts
+# differ in their encoding.
+target_compile_definitions(pellavox_compiler_settings INTERFACE
+  QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_ASCII QT_NO_FOREACH QT_DEPRECATED_WARNINGS)
+
+if(PELLAVOX_SANITIZE)
+  target_compile_options(pellavox_compiler_settings INTERFACE
+    -fsanitize=${PELLAVOX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(pellavox_compiler_settings INTERFACE -fsanitize=${PELLAVOX_SANITIZE})
+endif()

@@ -1,0 +1,20 @@
+# The program is linked with the device library by name only. What it is linked
+# against is made here from the list of operations in device/RTICE_SDK_x64.def,
+# so that neither the closed library nor the simulated device is needed, and a
+# symbol outside that list cannot be used by mistake.
+set(definition_file ${CMAKE_SOURCE_DIR}/device/RTICE_SDK_x64.def)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${definition_file})
+
+file(STRINGS ${definition_file} operations REGEX "^[A-Za-z_0-9]+$")
+list(REMOVE_ITEM operations EXPORTS)
+
+set(source "/* The names of the device library's operations, to link with; never run. */\n")
+foreach(operation IN LISTS operations)
+  string(APPEND source "void ${operation}(void) {}\n")
+endforeach()
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/device_library_link/operations.c CONTENT "${source}" @ONLY)
+
+add_library(device_library_link SHARED ${CMAKE_BINARY_DIR}/device_library_link/operations.c)
+set_target_properties(device_library_link PROPERTIES
+  OUTPUT_NAME RTICE_SDK_x64
+  LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/device_library_link)

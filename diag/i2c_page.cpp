@@ -1,0 +1,4 @@
+#include "app/main_window.h"
+
+void MainWindow::slotI2C_Read() {}
+void MainWindow::slotI2C_Write() {}

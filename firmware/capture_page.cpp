@@ -1,0 +1,4 @@
+#include "app/main_window.h"
+
+void MainWindow::slotBrowseCapPath() {}
+void MainWindow::slotCapMcuUpdate() {}

@@ -1,0 +1,66 @@
+/// @file
+/// Control of the simulated device, for tests and tools. Not part of the device
+/// library: the program never includes this.
+///
+/// One simulated device exists per process. All functions may be called from
+/// any thread.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#if defined(_WIN32)
+#if defined(RTICE_SDK_X64_BUILD)
+#define SIMULATOR_API __declspec(dllexport)
+#else
+#define SIMULATOR_API __declspec(dllimport)
+#endif
+#else
+#define SIMULATOR_API __attribute__((visibility("default")))
+#endif
+
+namespace simulator {
+
+/// One call of a library operation, as it happened.
+struct JournalEntry {
+  std::string operation;               ///< for example "setDevice"
+  std::string arguments;               ///< for example "0, 0, 0x5C19, 0x6B03"; bytes as "[08 01]"
+  std::int32_t result = 0;             ///< what the operation returned
+  std::chrono::nanoseconds duration{}; ///< on the simulated device's clock
+  std::thread::id thread;              ///< the caller's
+};
+
+/// Replaces the device by the embedded default one, as when the process had
+/// just started: nothing initialised, no fault, call counts zero, journal empty
+/// and recording, real time.
+SIMULATOR_API void reset();
+
+/// As `reset`, but with the device that a scenario text (JSON) describes.
+/// @param name what error lines call the text
+/// @return empty, or one line that names place, key and remedy; the device is
+///         then left as `reset` leaves it
+SIMULATOR_API std::string loadScenario(const std::string& json, const std::string& name = "scenario");
+
+/// All calls since `reset` or `clearJournal`, in the order in which they ended.
+SIMULATOR_API std::vector<JournalEntry> journal();
+SIMULATOR_API void clearJournal();
+
+/// Makes calls of `operation` return `status` and do nothing else.
+/// @param call  the first call to fail, counted from 1 since `reset`
+/// @param count how many calls fail; 0 = all from there on
+SIMULATOR_API void failCall(const std::string& operation, unsigned call, std::int32_t status, unsigned count = 1);
+
+/// Pulls the device's plug: every operation but initialize and uninitialize
+/// fails until `replug`.
+SIMULATOR_API void unplug();
+SIMULATOR_API void replug();
+
+/// From here to the next `reset` the device's clock stands still but for
+/// `advanceTime`, and no call takes real time.
+SIMULATOR_API void useVirtualTime();
+SIMULATOR_API void advanceTime(std::chrono::nanoseconds by);
+
+}  // namespace simulator
