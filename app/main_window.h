@@ -4,6 +4,7 @@
 #include <QMainWindow>
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 
 class MessageLine;
@@ -65,7 +66,7 @@ class MainWindow : public QMainWindow {
   void readUvcName();
   void readManufacturer();
   void readProduct();
-  void readUsbString(int (*read)(unsigned char*, unsigned int), QLabel* target);
+  void readUsbString(std::int32_t (*read)(std::uint8_t*, std::uint32_t), QLabel* target);
 
   std::unique_ptr<Ui_MainWindow> ui;
   /// What the workers show their texts through.

@@ -11,7 +11,8 @@ void MessageLine::post(const QString& text) {
     return;
   }
   QLabel* const label = label_;
-  QMetaObject::invokeMethod(label, [label, text] { label->setText(text); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      label, [label, text] { label->setText(text); }, Qt::QueuedConnection);
 }
 
 void MessageLine::detach() {

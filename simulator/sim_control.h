@@ -26,11 +26,11 @@ namespace simulator {
 
 /// One call of a library operation, as it happened.
 struct JournalEntry {
-  std::string operation;               ///< for example "setDevice"
-  std::string arguments;               ///< for example "0, 0, 0x5C19, 0x6B03"; bytes as "[08 01]"
-  std::int32_t result = 0;             ///< what the operation returned
-  std::chrono::nanoseconds duration{}; ///< on the simulated device's clock
-  std::thread::id thread;              ///< the caller's
+  std::string operation;                ///< for example "setDevice"
+  std::string arguments;                ///< for example "0, 0, 0x5C19, 0x6B03"; bytes as "[08 01]"
+  std::int32_t result = 0;              ///< what the operation returned
+  std::chrono::nanoseconds duration{};  ///< on the simulated device's clock
+  std::thread::id thread;               ///< the caller's
 };
 
 /// Replaces the device by the embedded default one, as when the process had
