@@ -58,6 +58,7 @@ class MainWindow : public QMainWindow {
   void slotTx_HDCP_Ctrl();
 
  private:
+  friend class MainWindowTest;
   friend class UpdateCaptureThread;
   friend class UpdateThread;
 

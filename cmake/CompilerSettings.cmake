@@ -9,10 +9,7 @@ target_compile_features(pellavox_compiler_settings INTERFACE cxx_std_20 c_std_11
 target_include_directories(pellavox_compiler_settings INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(pellavox_compiler_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
-# A cast from and to 8-bit text must be visible: file paths and device texts
-# differ in their encoding.
-target_compile_definitions(pellavox_compiler_settings INTERFACE
-  QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_ASCII QT_NO_FOREACH QT_DEPRECATED_WARNINGS)
+target_compile_definitions(pellavox_compiler_settings INTERFACE QT_NO_FOREACH)
 
 if(PELLAVOX_SANITIZE)
   target_compile_options(pellavox_compiler_settings INTERFACE

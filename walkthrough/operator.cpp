@@ -1,0 +1,118 @@
+#include "walkthrough/operator.h"
+
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QScreen>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTest>
+#include <QWindow>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kPatienceMs = 10'000;
+
+// Through the window system's event queue, so that the widget under the mouse
+// gets the click, as on a real screen: one that is covered does not.
+void clickAt(const QWidget& widget, const QPoint& position) {
+  const QWidget& top = *widget.window();
+  QTest::mouseClick(top.windowHandle(), Qt::LeftButton, {}, widget.mapTo(&top, position));
+}
+
+}  // namespace
+
+Operator::Operator(QWidget& window, const QDir& pictures) : window_(window), pictures_(pictures) {}
+
+void Operator::click(const QString& widget) {
+  const QWidget& target = find(widget);
+  clickAt(target, target.rect().center());
+}
+
+void Operator::chooseRow(const QString& comboBox, const QString& row) {
+  auto& box = dynamic_cast<QComboBox&>(find(comboBox));
+  click(comboBox);
+  QAbstractItemView& list = *box.view();
+  if (!QTest::qWaitForWindowExposed(list.window(), kPatienceMs)) {
+    record(comboBox, QStringLiteral("list stayed closed"), QStringLiteral("list open"), false);
+    return;
+  }
+  const QModelIndex index = box.model()->index(box.findText(row), box.modelColumn());
+  // Past the time in which the list takes a release for the end of the click
+  // that opened it.
+  QTest::qWait(QApplication::doubleClickInterval());
+  clickAt(*list.viewport(), list.visualRect(index).center());
+  if (!QTest::qWaitFor([&] { return box.currentText() == row && !list.isVisible(); }, kPatienceMs)) {
+    record(comboBox, box.currentText(), row, false);
+  }
+}
+
+void Operator::openTab(const QString& caption) {
+  const auto& tabs = dynamic_cast<QTabWidget&>(find(QStringLiteral("tabWidget")));
+  for (int i = 0; i < tabs.count(); ++i) {
+    if (tabs.tabText(i) == caption) {
+      clickAt(*tabs.tabBar(), tabs.tabBar()->tabRect(i).center());
+      expect(QStringLiteral("tab"), tabs.tabText(tabs.currentIndex()), caption);
+      return;
+    }
+  }
+  record(QStringLiteral("tab"), QStringLiteral("none of that name"), caption, false);
+}
+
+void Operator::expectText(const QString& widget, const QString& text) {
+  const bool good = QTest::qWaitFor([&] { return textOf(widget) == text; }, kPatienceMs);
+  record(widget, textOf(widget), text, good);
+}
+
+void Operator::expectOtherThan(const QString& widget, const QString& text) {
+  const bool good = QTest::qWaitFor([&] { return textOf(widget) != text; }, kPatienceMs);
+  record(widget, textOf(widget), QStringLiteral("not ") + text, good);
+}
+
+void Operator::expect(const QString& what, const QString& seen, const QString& expected) {
+  record(what, seen, expected, seen == expected);
+}
+
+void Operator::takePicture(const QString& name) {
+  // Let what was clicked be painted first.
+  QTest::qWait(50);
+  QPixmap picture = window_.windowHandle()->screen()->grabWindow(window_.winId());
+  if (picture.isNull()) {
+    picture = window_.grab();  // the platform has no screen to look at
+  }
+  const QString path = pictures_.filePath(QStringLiteral("%1-%2.png").arg(++pictureCount_).arg(name));
+  if (!picture.save(path)) {
+    record(QStringLiteral("picture"), QStringLiteral("cannot be saved"), path, false);
+    return;
+  }
+  std::printf("picture %s\n", qPrintable(QDir::toNativeSeparators(path)));
+}
+
+QWidget& Operator::find(const QString& name) const {
+  auto* const widget = window_.findChild<QWidget*>(name);
+  if (widget == nullptr) {
+    qFatal("the window has no widget named %s", qPrintable(name));
+  }
+  return *widget;
+}
+
+QString Operator::textOf(const QString& name) const {
+  const QWidget& widget = find(name);
+  if (const auto* const label = qobject_cast<const QLabel*>(&widget)) {
+    return label->text();
+  }
+  return dynamic_cast<const QLineEdit&>(widget).text();
+}
+
+void Operator::record(const QString& what, const QString& seen, const QString& expected, bool good) {
+  if (good) {
+    std::printf("  ok    %-18s %s\n", qPrintable(what), qPrintable(seen));
+  } else {
+    ++failures_;
+    std::printf("  WRONG %-18s %s (expected %s)\n", qPrintable(what), qPrintable(seen), qPrintable(expected));
+  }
+  std::fflush(stdout);
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+#include <QWidget>
+
+class QComboBox;
+class QTabWidget;
+
+/// Someone at the screen: works the window with mouse and keyboard, looks at
+/// what it shows, takes pictures and keeps the record.
+class Operator {
+ public:
+  /// @param window   the window to work, already shown; must outlive this
+  /// @param pictures where the pictures go; exists
+  Operator(QWidget& window, const QDir& pictures);
+
+  void click(const QString& widget);
+  void chooseRow(const QString& comboBox, const QString& row);
+  void openTab(const QString& caption);
+
+  /// Waits up to ten seconds for a label or input field to show `text`; if it
+  /// does not, the walk-through has failed.
+  void expectText(const QString& widget, const QString& text);
+  /// As `expectText`, for any text but `text`.
+  void expectOtherThan(const QString& widget, const QString& text);
+  /// Records a check of something else.
+  void expect(const QString& what, const QString& seen, const QString& expected);
+
+  /// Saves the window as it stands on the screen, as "<number>-<name>.png".
+  void takePicture(const QString& name);
+
+  /// False when anything expected did not appear.
+  bool sawEverything() const { return failures_ == 0; }
+
+ private:
+  QWidget& find(const QString& name) const;
+  QString textOf(const QString& name) const;
+  void record(const QString& what, const QString& seen, const QString& expected, bool good);
+
+  QWidget& window_;
+  QDir pictures_;
+  int pictureCount_ = 0;
+  int failures_ = 0;
+};
