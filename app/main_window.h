@@ -19,6 +19,7 @@ class UpdateThread;
 /// their feature. GUI thread only.
 class MainWindow : public QMainWindow {
   Q_OBJECT
+  Q_DISABLE_COPY(MainWindow)
 
  public:
   explicit MainWindow(QWidget* parent = nullptr);

@@ -59,7 +59,7 @@ RTICE_SDK_API int32_t uninitialize(void);
 /* ---- Provisioning and system ------------------------------------------ */
 
 /** Receives the progress of a burn in percent, 0 to 100; any thread. */
-typedef void (*RTICE_ProgressCallback)(float percent);
+typedef void (*RTICE_ProgressCallback)(float percent); /* NOLINT(modernize-use-using): C */
 
 /**
  * Erases the capture chip's flash and writes a firmware image into it. Returns
