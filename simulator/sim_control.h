@@ -44,23 +44,35 @@ SIMULATOR_API void reset();
 ///         then left as `reset` leaves it
 SIMULATOR_API std::string loadScenario(const std::string& json, const std::string& name = "scenario");
 
-/// All calls since `reset` or `clearJournal`, in the order in which they ended.
+/// The calls since `reset` or `clearJournal` (the last 200,000 of them), in the
+/// order in which they ended.
 SIMULATOR_API std::vector<JournalEntry> journal();
 SIMULATOR_API void clearJournal();
 
 /// Makes calls of `operation` return `status` and do nothing else.
 /// @param call  the first call to fail, counted from 1 since `reset`
 /// @param count how many calls fail; 0 = all from there on
+/// @throws std::invalid_argument for an unknown operation and for call 0
 SIMULATOR_API void failCall(const std::string& operation, unsigned call, std::int32_t status, unsigned count = 1);
 
+/// Makes one call of `operation` return `status` and write `answer` to its
+/// output buffer, cut to the buffer's size but otherwise as it stands: no
+/// terminator is added and a length argument is left alone.
+/// @param call counted from 1 since `reset`
+/// @throws std::invalid_argument for an unknown operation and for call 0
+SIMULATOR_API void answerCall(const std::string& operation, unsigned call, std::int32_t status,
+                              std::vector<std::uint8_t> answer);
+
 /// Pulls the device's plug: every operation but initialize and uninitialize
-/// fails until `replug`.
+/// fails until `replug`. The port stays open; the library finds the device again.
 SIMULATOR_API void unplug();
 SIMULATOR_API void replug();
 
-/// From here to the next `reset` the device's clock stands still but for
-/// `advanceTime`, and no call takes real time.
+/// From here to the next `reset` no call takes real time: the device's clock
+/// moves only by `advanceTime` and by what each call takes on the device.
 SIMULATOR_API void useVirtualTime();
 SIMULATOR_API void advanceTime(std::chrono::nanoseconds by);
+/// The device's clock, counted from the last `reset`.
+SIMULATOR_API std::chrono::nanoseconds now();
 
 }  // namespace simulator

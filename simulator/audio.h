@@ -1,0 +1,35 @@
+#pragma once
+
+#include "simulator/scenario_tree.h"
+#include "simulator/signals.h"
+
+#include <array>
+#include <cstdint>
+
+namespace simulator {
+
+/// The audio path: codes of the incoming audio, two gains and the headphone mute.
+class Audio {
+ public:
+  static constexpr std::array<std::string_view, 1> kKeys{"audio"};
+  void configure(const Section& scenario);
+  void restoreDefaults() { settings_ = Settings(); }
+
+  /// Codes of AT_Audio_Get_HdmiRX_AudioFormat and ..._AudioSamplingRate.
+  std::uint8_t format(const Signal& signal) const;
+  std::uint8_t samplingRate(const Signal& signal) const;
+
+  struct Settings {
+    std::int16_t receiverGain = 0;
+    std::int16_t headphoneGain = 0;
+    bool muted = false;
+  };
+  Settings& settings() { return settings_; }
+
+ private:
+  std::uint8_t format_ = 2;        // PCM
+  std::uint8_t samplingRate_ = 7;  // 48K
+  Settings settings_;
+};
+
+}  // namespace simulator

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "simulator/audio.h"
+#include "simulator/capture_flash.h"
+#include "simulator/clock.h"
+#include "simulator/edid_store.h"
+#include "simulator/external_mcu.h"
+#include "simulator/gpio.h"
+#include "simulator/i2c_bus.h"
+#include "simulator/identity.h"
+#include "simulator/provisioning.h"
+#include "simulator/receiver.h"
+#include "simulator/transmitter.h"
+
+#include <utility>
+
+namespace simulator {
+
+/// The simulated capture device: its parts and what they share. The parts see
+/// each other's state only through the device, so that there is one story.
+class Device {
+ public:
+  /// A device in its default state, which embeds the default scenario.
+  Device();
+  Device(const Device&) = delete;
+  Device& operator=(const Device&) = delete;
+
+  /// Takes from a scenario what each part knows of it.
+  /// @throws ScenarioError
+  void configure(const Section& scenario);
+
+  /// Whether the device is on the USB bus now.
+  bool isReachable() const { return plugged_ && clock.now() >= awayUntil_; }
+  void unplug() { plugged_ = false; }
+  void replug();
+  /// Restarts the device, which leaves the bus for kRestartTime.
+  void restart();
+  void restoreDefaults();
+
+  /// Notes that the operation that runs takes this long on top of its latency,
+  /// at the device's speed factor.
+  void spend(std::chrono::nanoseconds nominal) { spent_ += clock.scaled(nominal); }
+  std::chrono::nanoseconds takeSpentTime() { return std::exchange(spent_, {}); }
+
+  static constexpr std::chrono::milliseconds kRestartTime{1500};
+
+  Clock clock;
+  Identity identity;
+  Receiver receiver;
+  Transmitter transmitter;
+  Audio audio;
+  EdidStore edid;
+  I2cBus i2c;
+  ExternalMcu mcu;
+  Gpio gpio;
+  Provisioning provisioning;
+  CaptureFlash flash;
+
+ private:
+  void powerCycle();
+
+  bool plugged_ = true;
+  std::chrono::nanoseconds awayUntil_{};
+  std::chrono::nanoseconds spent_{};
+};
+
+}  // namespace simulator

@@ -1,0 +1,13 @@
+#include "simulator/provisioning.h"
+
+#include "simulator/identity.h"
+
+namespace simulator {
+
+void Provisioning::configure(const Section& scenario) {
+  if (const auto identity = scenario.section("identity", Identity::kIdentityKeys)) {
+    serialNumber_ = identity->text("serialNumber", kMaxSerialNumber).value_or(serialNumber_);
+  }
+}
+
+}  // namespace simulator

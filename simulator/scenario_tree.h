@@ -1,0 +1,83 @@
+/// @file
+/// A scenario text as a tree of values that know their line, and the reader
+/// through which each part of the device takes its keys from it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace simulator {
+
+/// What is wrong with a scenario, at which line of it.
+class ScenarioError : public std::runtime_error {
+ public:
+  ScenarioError(std::size_t line, const std::string& text) : std::runtime_error(text), line_(line) {}
+  std::size_t line() const { return line_; }
+
+ private:
+  std::size_t line_;
+};
+
+/// One JSON value.
+struct ScenarioValue {
+  struct Member;
+  using Array = std::vector<ScenarioValue>;
+  using Object = std::vector<Member>;
+
+  std::size_t line = 1;
+  /// Numbers without fraction and exponent are integers.
+  std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, Array, Object> value;
+};
+
+struct ScenarioValue::Member {
+  std::string key;
+  std::size_t line = 1;
+  ScenarioValue value;
+};
+
+/// Reads a JSON text.
+/// @throws ScenarioError at the first mistake, at a key that stands twice in an
+///         object and at nesting deeper than 32
+ScenarioValue parseScenario(std::string_view json);
+
+/// An object of a scenario. Every getter returns nothing when the key is absent
+/// and throws ScenarioError when its value is of the wrong type or out of range.
+class Section {
+ public:
+  /// @param path what messages call the object, for example "externalMcu"; empty for the whole scenario
+  /// @param keys all keys the object may have
+  /// @throws ScenarioError when `value` is no object or has another key
+  Section(const ScenarioValue& value, std::string path, std::span<const std::string_view> keys);
+
+  std::optional<bool> boolean(std::string_view key) const;
+  std::optional<std::int64_t> integer(std::string_view key, std::int64_t min, std::int64_t max) const;
+  std::optional<double> number(std::string_view key, double min, double max) const;
+  /// UTF-8 text of 0 to `maxLength` bytes without NUL.
+  std::optional<std::string> text(std::string_view key, std::size_t maxLength) const;
+  /// Index of the text in `choices`.
+  std::optional<std::size_t> choice(std::string_view key, std::span<const std::string_view> choices) const;
+  std::optional<Section> section(std::string_view key, std::span<const std::string_view> keys) const;
+  /// The objects of an array.
+  std::vector<Section> sections(std::string_view key, std::span<const std::string_view> keys) const;
+
+  bool has(std::string_view key) const { return find(key) != nullptr; }
+  /// Reports the value of `key` (or the object itself when it is absent) as wrong.
+  [[noreturn]] void fail(std::string_view key, const std::string& remedy) const;
+
+ private:
+  const ScenarioValue* find(std::string_view key) const;
+  std::string pathOf(std::string_view key) const;
+
+  const ScenarioValue* value_;  // of the tree that outlives all its sections
+  std::string path_;
+};
+
+}  // namespace simulator

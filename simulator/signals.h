@@ -1,0 +1,80 @@
+/// @file
+/// The input signals that the simulated receiver knows by name, with the
+/// numbers published for them: CTA-861-I (formats by their VIC), VESA DMT 1.13
+/// and VESA CVT 1.2 reduced blanking.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace simulator {
+
+/// How a signal travels.
+enum class Link : std::uint8_t {
+  kNone,  ///< no signal
+  kDvi,   ///< TMDS without HDMI's packets
+  kTmds,  ///< HDMI 1.4/2.0
+  kFrl,   ///< HDMI 2.1 fixed rate link
+  kDisplayPort,
+};
+
+/// Codes as the receiver's record has them.
+enum class ColorSpace : std::uint8_t { kRgb = 0, kYuv422 = 1, kYuv444 = 2, kYuv420 = 3 };
+enum class ColorDepth : std::uint8_t { k8bit = 0, k10bit = 1, k12bit = 2, k16bit = 3 };
+enum class ColorRange : std::uint8_t { kDefault = 0, kLimited = 1, kFull = 2 };
+enum class Hdcp : std::uint8_t { kNone = 0, k1x = 1, k2x = 2, kOff = 3 };
+enum class Hdr : std::uint8_t {
+  kSdr = 0x00,
+  kHdr10 = 0x01,
+  kHlg = 0x11,
+  kHdr10Plus = 0x20,
+  kDolbyVision = 0x30,
+  kDolbyVisionLowLatency = 0x31,
+  kDolbyVisionVsem = 0x32,
+};
+
+/// One direction of a timing, in pixels or lines, in their order on the wire
+/// from the end of the active part.
+struct Axis {
+  std::uint16_t active;
+  std::uint16_t frontPorch;
+  std::uint16_t sync;
+  std::uint16_t backPorch;
+};
+
+struct Signal {
+  std::string_view name;
+  Link link;
+  Axis horizontal;
+  Axis vertical;         ///< active lines of a whole frame, blanking of one field
+  std::uint16_t vTotal;  ///< lines of a whole frame
+  bool interlaced;
+  std::uint32_t pixelClockHz;
+  ColorSpace colorSpace;
+  ColorDepth colorDepth;
+  ColorRange colorRange;
+  std::uint8_t colorimetry;     ///< AVI InfoFrame C: 0 none, 1 SMPTE 170M, 2 BT.709, 3 extended
+  std::uint8_t extColorimetry;  ///< AVI InfoFrame EC: 5 BT.2020 cYCC, 6 BT.2020 RGB or YCC
+  Hdcp hdcp;
+  Hdr hdr;
+
+  constexpr std::uint16_t hTotal() const {
+    return static_cast<std::uint16_t>(horizontal.active + horizontal.frontPorch + horizontal.sync +
+                                      horizontal.backPorch);
+  }
+  /// Fields (interlaced) or frames (progressive) per second, in hundredths.
+  std::uint32_t rateX100() const;
+  /// Lines per second, in units of 10 Hz.
+  std::uint32_t lineRateX100() const;
+  /// Rate of one TMDS character; 0 on a link without TMDS clock.
+  std::uint64_t tmdsClockHz() const;
+};
+
+/// All named signals; the first is "none".
+std::span<const Signal> signalTable();
+
+/// All names, in the table's order.
+std::span<const std::string_view> signalNames();
+
+}  // namespace simulator
