@@ -1,13 +1,10 @@
+#include "app/high_dpi.h"
 #include "app/main_window.h"
 
 #include <QApplication>
 
 int main(int argc, char* argv[]) {
-  // Fixed geometry stays in device-independent pixels: Qt scales it, also by
-  // fractions such as 150 %.
-  QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-  QApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
-
+  enableHighDpi();
   QApplication application(argc, argv);
   MainWindow window;
   window.show();

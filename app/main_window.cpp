@@ -9,6 +9,14 @@
 #include <QThread>
 #include <QTimer>
 
+namespace {
+
+// Never freed: the timer lives as long as the process. A function of its own,
+// so that leak checks can tell this from a mistake.
+QTimer* makeOwnerlessTimer() { return new QTimer; }
+
+}  // namespace
+
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(std::make_unique<Ui_MainWindow>()) {
   ui->setupUi(this);
   messageLine = std::make_shared<MessageLine>(ui->LB_Message);
@@ -26,9 +34,9 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(std::make_uniq
 
   makeConnections();
 
-  progressTimer = new QTimer;
+  progressTimer = makeOwnerlessTimer();
   progressTimer->setInterval(500);
-  connect(progressTimer, SIGNAL(timeout()), this, SLOT(slotTimeoutExcute()));
+  connect(progressTimer, &QTimer::timeout, this, &MainWindow::slotTimeoutExcute);
 
   ui->CB_DeviceType->insertItems(ui->CB_DeviceType->count(), {QStringLiteral("KVR-7"), QStringLiteral("KVR-5B")});
   ui->CB_EDID_Mode->insertItems(ui->CB_EDID_Mode->count(),
@@ -66,48 +74,49 @@ MainWindow::~MainWindow() {
   }
 }
 
-// By name, so that the private slots' signatures are looked up in the
-// meta-object exactly as they are declared.
 void MainWindow::makeConnections() {
-  connect(ui->BN_Connect, SIGNAL(clicked()), this, SLOT(slotUSB_Connect()));
-  connect(ui->BN_SN_Read, SIGNAL(clicked()), this, SLOT(slotSerialNumRead()));
-  connect(ui->BN_SN_Set, SIGNAL(clicked()), this, SLOT(slotSerialNumSet()));
-  connect(ui->BN_Browse_Key, SIGNAL(clicked()), this, SLOT(slotBrowseKeyPath()));
-  connect(ui->BN_Browse_ExtMCU, SIGNAL(clicked()), this, SLOT(slot_Load_ExtMcu_Upgrade_Path()));
-  connect(ui->BN_Apply_ExtMCU, SIGNAL(clicked()), this, SLOT(slotExtMcuUpdate()));
-  connect(ui->BN_Browse_ExtMCU_QX, SIGNAL(clicked()), this, SLOT(slot_Load_ExtMcu_Upgrade_Path()));
-  connect(ui->BN_Apply_ExtMCU_QX, SIGNAL(clicked()), this, SLOT(slotExtMcuUpdate()));
-  connect(ui->BN_Browse_Cap_QX, SIGNAL(clicked()), this, SLOT(slotBrowseCapPath()));
-  connect(ui->BN_Apply_CapMCU_QX, SIGNAL(clicked()), this, SLOT(slotCapMcuUpdate()));
-  connect(ui->BN_Browse_Cap, SIGNAL(clicked()), this, SLOT(slotBrowseCapPath()));
-  connect(ui->BN_Apply_CapMCU, SIGNAL(clicked()), this, SLOT(slotCapMcuUpdate()));
-  connect(ui->BN_Apply_Reset, SIGNAL(clicked()), this, SLOT(slotRestore()));
-  connect(ui->BN_Apply_Reboot, SIGNAL(clicked()), this, SLOT(slotReboot()));
-  connect(ui->RB_Src_HDMI, SIGNAL(clicked()), this, SLOT(slot_switchInputSrc()));
-  connect(ui->RB_Src_DP, SIGNAL(clicked()), this, SLOT(slot_switchInputSrc()));
-  connect(ui->BN_Video_Read, SIGNAL(clicked()), this, SLOT(slot_Read_VideoInfo()));
-  connect(ui->BN_RX_HPD_ON, SIGNAL(clicked()), this, SLOT(slot_Set_RxHPD()));
-  connect(ui->BN_RX_HPD_OFF, SIGNAL(clicked()), this, SLOT(slot_Set_RxHPD()));
-  connect(ui->BN_Audio_Read, SIGNAL(clicked()), this, SLOT(slot_Read_AudioInfo()));
-  connect(ui->HS_HDMIRX_GAIN, SIGNAL(valueChanged(int)), ui->SB_HDMIRX_GAIN, SLOT(setValue(int)));
-  connect(ui->HS_HDMIRX_GAIN, SIGNAL(valueChanged(int)), this, SLOT(slot_setHDMIRX_Gain(int)));
-  connect(ui->HS_HPOUT_GAIN, SIGNAL(valueChanged(int)), ui->SB_HPOUT_GAIN, SLOT(setValue(int)));
-  connect(ui->HS_HPOUT_GAIN, SIGNAL(valueChanged(int)), this, SLOT(slot_setHPOut_Gain(int)));
-  connect(ui->CB_DACHP_MUTE, SIGNAL(stateChanged(int)), this, SLOT(slot_CheckBoxStateChanged(int)));
-  connect(ui->CB_DeviceType, SIGNAL(currentIndexChanged(int)), this, SLOT(soltSelectDeviceType(int)));
-  connect(ui->BN_EDID_Read, SIGNAL(clicked()), this, SLOT(slot_Read_EDID_Info()));
-  connect(ui->CB_EDID_Mode, SIGNAL(currentIndexChanged(int)), this, SLOT(slotEDID_Set_ComboBox(int)));
-  connect(ui->CB_Current_FlashEDID_List, SIGNAL(currentIndexChanged(int)), this, SLOT(slotEDID_Set_ComboBox(int)));
-  connect(ui->BN_Apply_ReadTxEDID, SIGNAL(clicked()), this, SLOT(slot_Get_EDID()));
-  connect(ui->BN_Apply_ReadFlashEDID, SIGNAL(clicked()), this, SLOT(slot_Get_EDID()));
-  connect(ui->BN_Apply_Read_DDC_EDID, SIGNAL(clicked()), this, SLOT(slot_Get_EDID()));
-  connect(ui->BN_Apply_WriteFlashEDID, SIGNAL(clicked()), this, SLOT(slot_WriteFlashEDOD()));
-  connect(ui->BN_I2C_Read, SIGNAL(clicked()), this, SLOT(slotI2C_Read()));
-  connect(ui->BN_I2C_Write, SIGNAL(clicked()), this, SLOT(slotI2C_Write()));
-  connect(ui->BN_GPIO_Read, SIGNAL(clicked()), this, SLOT(slotGPIO_Read()));
-  connect(ui->BN_GPIO_Write, SIGNAL(clicked()), this, SLOT(slotGPIO_Write()));
-  connect(ui->RB_TX_HDCP_ON, SIGNAL(clicked()), this, SLOT(slotTx_HDCP_Ctrl()));
-  connect(ui->RB_TX_HDCP_OFF, SIGNAL(clicked()), this, SLOT(slotTx_HDCP_Ctrl()));
+  connect(ui->BN_Connect, &QAbstractButton::clicked, this, &MainWindow::slotUSB_Connect);
+  connect(ui->BN_SN_Read, &QAbstractButton::clicked, this, &MainWindow::slotSerialNumRead);
+  connect(ui->BN_SN_Set, &QAbstractButton::clicked, this, &MainWindow::slotSerialNumSet);
+  connect(ui->BN_Browse_Key, &QAbstractButton::clicked, this, &MainWindow::slotBrowseKeyPath);
+  connect(ui->BN_Browse_ExtMCU, &QAbstractButton::clicked, this, &MainWindow::slot_Load_ExtMcu_Upgrade_Path);
+  connect(ui->BN_Apply_ExtMCU, &QAbstractButton::clicked, this, &MainWindow::slotExtMcuUpdate);
+  connect(ui->BN_Browse_ExtMCU_QX, &QAbstractButton::clicked, this, &MainWindow::slot_Load_ExtMcu_Upgrade_Path);
+  connect(ui->BN_Apply_ExtMCU_QX, &QAbstractButton::clicked, this, &MainWindow::slotExtMcuUpdate);
+  connect(ui->BN_Browse_Cap_QX, &QAbstractButton::clicked, this, &MainWindow::slotBrowseCapPath);
+  connect(ui->BN_Apply_CapMCU_QX, &QAbstractButton::clicked, this, &MainWindow::slotCapMcuUpdate);
+  connect(ui->BN_Browse_Cap, &QAbstractButton::clicked, this, &MainWindow::slotBrowseCapPath);
+  connect(ui->BN_Apply_CapMCU, &QAbstractButton::clicked, this, &MainWindow::slotCapMcuUpdate);
+  connect(ui->BN_Apply_Reset, &QAbstractButton::clicked, this, &MainWindow::slotRestore);
+  connect(ui->BN_Apply_Reboot, &QAbstractButton::clicked, this, &MainWindow::slotReboot);
+  connect(ui->RB_Src_HDMI, &QAbstractButton::clicked, this, &MainWindow::slot_switchInputSrc);
+  connect(ui->RB_Src_DP, &QAbstractButton::clicked, this, &MainWindow::slot_switchInputSrc);
+  connect(ui->BN_Video_Read, &QAbstractButton::clicked, this, &MainWindow::slot_Read_VideoInfo);
+  connect(ui->BN_RX_HPD_ON, &QAbstractButton::clicked, this, &MainWindow::slot_Set_RxHPD);
+  connect(ui->BN_RX_HPD_OFF, &QAbstractButton::clicked, this, &MainWindow::slot_Set_RxHPD);
+  connect(ui->BN_Audio_Read, &QAbstractButton::clicked, this, &MainWindow::slot_Read_AudioInfo);
+  connect(ui->HS_HDMIRX_GAIN, &QSlider::valueChanged, ui->SB_HDMIRX_GAIN, &QSpinBox::setValue);
+  connect(ui->HS_HDMIRX_GAIN, &QSlider::valueChanged, this, &MainWindow::slot_setHDMIRX_Gain);
+  connect(ui->HS_HPOUT_GAIN, &QSlider::valueChanged, ui->SB_HPOUT_GAIN, &QSpinBox::setValue);
+  connect(ui->HS_HPOUT_GAIN, &QSlider::valueChanged, this, &MainWindow::slot_setHPOut_Gain);
+  connect(ui->CB_DACHP_MUTE, &QCheckBox::stateChanged, this, &MainWindow::slot_CheckBoxStateChanged);
+  connect(ui->CB_DeviceType, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+          &MainWindow::soltSelectDeviceType);
+  connect(ui->BN_EDID_Read, &QAbstractButton::clicked, this, &MainWindow::slot_Read_EDID_Info);
+  connect(ui->CB_EDID_Mode, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+          &MainWindow::slotEDID_Set_ComboBox);
+  connect(ui->CB_Current_FlashEDID_List, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+          &MainWindow::slotEDID_Set_ComboBox);
+  connect(ui->BN_Apply_ReadTxEDID, &QAbstractButton::clicked, this, &MainWindow::slot_Get_EDID);
+  connect(ui->BN_Apply_ReadFlashEDID, &QAbstractButton::clicked, this, &MainWindow::slot_Get_EDID);
+  connect(ui->BN_Apply_Read_DDC_EDID, &QAbstractButton::clicked, this, &MainWindow::slot_Get_EDID);
+  connect(ui->BN_Apply_WriteFlashEDID, &QAbstractButton::clicked, this, &MainWindow::slot_WriteFlashEDOD);
+  connect(ui->BN_I2C_Read, &QAbstractButton::clicked, this, &MainWindow::slotI2C_Read);
+  connect(ui->BN_I2C_Write, &QAbstractButton::clicked, this, &MainWindow::slotI2C_Write);
+  connect(ui->BN_GPIO_Read, &QAbstractButton::clicked, this, &MainWindow::slotGPIO_Read);
+  connect(ui->BN_GPIO_Write, &QAbstractButton::clicked, this, &MainWindow::slotGPIO_Write);
+  connect(ui->RB_TX_HDCP_ON, &QAbstractButton::clicked, this, &MainWindow::slotTx_HDCP_Ctrl);
+  connect(ui->RB_TX_HDCP_OFF, &QAbstractButton::clicked, this, &MainWindow::slotTx_HDCP_Ctrl);
 }
 
 void MainWindow::slotTimeoutExcute() {

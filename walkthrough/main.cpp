@@ -1,3 +1,4 @@
+#include "app/high_dpi.h"
 #include "app/main_window.h"
 #include "walkthrough/operator.h"
 
@@ -53,8 +54,7 @@ void readReceiver(Operator& user) {
 /// main job, leaves pictures in DIRECTORY and prints what it saw. Exit code 0
 /// when everything expected appeared, else 1.
 int main(int argc, char* argv[]) {
-  QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-  QApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+  enableHighDpi();
   QApplication application(argc, argv);
   const QStringList arguments = QApplication::arguments();
   if (arguments.size() != 2) {
