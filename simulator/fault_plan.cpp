@@ -17,10 +17,13 @@ constexpr std::size_t kMaxAnswer = 4096;
 /// Reads bytes written as "00 1F".
 std::optional<std::vector<std::uint8_t>> parseBytes(std::string_view text) {
   std::vector<std::uint8_t> bytes;
+  if (!text.empty() && text.size() % 3 != 2) {
+    return std::nullopt;
+  }
   for (std::size_t i = 0; i < text.size(); i += 3) {
     std::uint8_t byte = 0;
     const char* const first = text.data() + i;
-    if (text.size() - i < 2 || (text.size() - i > 2 && first[2] != ' ')) {
+    if (i != 0 && first[-1] != ' ') {
       return std::nullopt;
     }
     const auto [last, error] = std::from_chars(first, first + 2, byte, 16);

@@ -3,12 +3,18 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 
 namespace simulator {
 
 std::optional<std::vector<std::uint8_t>> readHostFile(const char* path, std::size_t maxSize) {
   const std::string utf8(path);
-  const std::filesystem::path file(std::u8string(utf8.begin(), utf8.end()));
+  std::filesystem::path file;
+  try {
+    file = std::u8string(utf8.begin(), utf8.end());
+  } catch (const std::system_error&) {
+    return std::nullopt;  // not UTF-8, on a system where paths are not bytes
+  }
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error)) {
     return std::nullopt;

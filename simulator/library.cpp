@@ -45,6 +45,17 @@ void Library::install(Scenario scenario) {
   scenarioFailed_ = false;
 }
 
+void Library::unplugWhenDue() {
+  if (plan_.unplugAfterCalls && calls_ > *plan_.unplugAfterCalls) {
+    plan_.unplugAfterCalls.reset();
+    device_->unplug();
+  }
+  if (plan_.unplugAfter && device_->clock.now() >= *plan_.unplugAfter) {
+    plan_.unplugAfter.reset();
+    device_->unplug();
+  }
+}
+
 std::optional<std::int32_t> Library::refusal(const DevicePointer& device, Needs needs) {
   if (needs == Needs::kNothing) {
     return std::nullopt;
@@ -52,10 +63,7 @@ std::optional<std::int32_t> Library::refusal(const DevicePointer& device, Needs 
   if (device != device_ || !session_.isPortOpen()) {
     return kNoPort;
   }
-  if (plan_.unplugAfter && device->clock.now() >= *plan_.unplugAfter) {
-    plan_.unplugAfter.reset();
-    device->unplug();
-  }
+  unplugWhenDue();
   return device->isReachable() ? std::nullopt : std::optional(kDeviceGone);
 }
 
@@ -64,14 +72,7 @@ Library::Entered Library::enter(Call call, Needs needs) {
   Entered entered{device_, {call.operation, std::move(call.arguments), 0, {}, std::this_thread::get_id()}, {}, {}};
   entered.start = device_->clock.now();
   ++calls_;
-  if (plan_.unplugAfterCalls && calls_ > *plan_.unplugAfterCalls) {
-    plan_.unplugAfterCalls.reset();
-    device_->unplug();
-  }
-  if (plan_.unplugAfter && entered.start >= *plan_.unplugAfter) {
-    plan_.unplugAfter.reset();
-    device_->unplug();
-  }
+  unplugWhenDue();
   if (const FaultPlan::Fault* fault = plan_.faults.nextCall(call.operation)) {
     if (call.output.data()) {
       std::copy_n(fault->answer.begin(), std::min(fault->answer.size(), call.output.size()), call.output.begin());

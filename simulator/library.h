@@ -68,6 +68,8 @@ class Library {
 
   enum class Needs { kNothing, kPort };
   Entered enter(Call call, Needs needs);
+  void unplugWhenDue();
+  /// Why the device cannot be reached, if it cannot.
   std::optional<std::int32_t> refusal(const DevicePointer& device, Needs needs);
   std::int32_t leave(Entered& entered, std::int32_t status);
   void pass(const DevicePointer& device, std::chrono::nanoseconds time);

@@ -10,7 +10,7 @@ namespace simulator {
 namespace {
 
 constexpr std::size_t kMaxFileSize = 1024 * 1024;
-constexpr std::size_t kMaxErrorLength = 1000;
+constexpr std::size_t kMaxErrorLength = 2000;  // the 44 operations fit
 
 /// All keys of the outermost object: each part of the device names its own.
 std::vector<std::string_view> knownKeys() {

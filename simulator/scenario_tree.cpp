@@ -97,8 +97,9 @@ class TreeBuilder {
   bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error) {
     // Of "[id] parse error at line 1, column 2: reason" only the reason is wanted.
     std::string reason = error.what();
-    if (const std::size_t colon = reason.find(": "); colon != std::string::npos) {
-      reason.erase(0, colon + 2);
+    reason.erase(0, reason.find("] ") + 2);
+    if (reason.starts_with("parse error at ")) {
+      reason.erase(0, reason.find(": ") + 2);
     }
     throw ScenarioError(*line_, "not valid JSON: " + reason);
   }

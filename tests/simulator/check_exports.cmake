@@ -1,0 +1,27 @@
+# Fails unless the library exports exactly the operations of the definition file
+# and, beside them, only the control functions.
+file(STRINGS ${definition} operations REGEX "^[A-Za-z_0-9]+$")
+list(REMOVE_ITEM operations EXPORTS)
+list(LENGTH operations count)
+if(NOT count EQUAL 44)
+  message(FATAL_ERROR "${definition} names ${count} operations instead of 44")
+endif()
+
+execute_process(COMMAND ${nm} -D --defined-only ${library} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^ \n]+\n" exported "${symbols}")
+set(names)
+foreach(name IN LISTS exported)
+  string(STRIP "${name}" name)
+  if(NOT name MATCHES "^_ZN9simulator[0-9]+[a-z][A-Za-z]+E")
+    list(APPEND names ${name})
+  endif()
+endforeach()
+
+list(SORT names)
+list(SORT operations)
+if(NOT names STREQUAL operations)
+  set(missing ${operations})
+  list(REMOVE_ITEM missing ${names})
+  list(REMOVE_ITEM names ${operations})
+  message(FATAL_ERROR "missing: ${missing}; not to be exported: ${names}")
+endif()

@@ -1,0 +1,314 @@
+#include "simulator/sim_control.h"
+#include "simulator/status.h"
+#include "tests/simulator/operation_table.h"
+
+#include <QDir>
+#include <QProcess>
+
+#include <memory>
+
+namespace {
+
+const QString kTopKeys =
+    "model, identity, signal, inputs, sink, audio, externalMcu, speedFactor, latencyMs, unplugAfterCalls, "
+    "unplugAfterMs, seed, faults";
+const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
+const QString kMcuKeys = "family, version, mode";
+
+}  // namespace
+
+class SimulatorScenarioTest : public QObject {
+  Q_OBJECT
+
+  QTemporaryDir directory_;
+
+  struct Probe {
+    QString output;
+    QString errors;
+  };
+
+  /// What the probe sees in a process of its own; an empty path leaves the
+  /// variable unset.
+  static Probe probe(const QString& path) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove("RTICE_SIMULATOR_SCENARIO");
+    if (!path.isEmpty()) {
+      environment.insert("RTICE_SIMULATOR_SCENARIO", path);
+    }
+    process.setProcessEnvironment(environment);
+    process.start(QCoreApplication::applicationDirPath() + "/scenario_probe", QStringList());
+    if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+      qFatal("the probe did not run: %s", qPrintable(process.errorString()));
+    }
+    return {QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+  }
+
+  QString fileWith(const QByteArray& content, const QString& name = "scenario.json") {
+    QFile file(directory_.filePath(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+      qFatal("no temporary file could be written");
+    }
+    return file.fileName();
+  }
+
+ private slots:
+  void aMistakeIsOneLineWithPlaceKeyAndRemedy_data() {
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QString>("error");
+    const auto row = [](const char* name, const char* json, const QString& error) {
+      QTest::newRow(name) << QByteArray(json) << error;
+    };
+    row("empty", "", "1: the scenario is empty; write at least {}");
+    row("blank", " \n\n", "1: the scenario is empty; write at least {}");
+    row("no object", "\n[]", "2: the scenario must be an object in braces; keys known in it: " + kTopKeys);
+    row("number alone", "12\n", "1: the scenario must be an object in braces; keys known in it: " + kTopKeys);
+    row("unknown key", "{\n\n  \"sped\": 1}", "3: \"sped\" is not a known key; known here: " + kTopKeys);
+    row("unknown key of identity", "{\"identity\":\n{\"name\": \"x\"}}",
+        "2: \"identity.name\" is not a known key; known here: " + kIdentityKeys);
+    row("unknown key of inputs", "{\"inputs\": {\"vga\": \"none\"}}",
+        "1: \"inputs.vga\" is not a known key; known here: source, hdmi, dp");
+    row("unknown key of sink", "{\"sink\": {\"presnt\": true}}",
+        "1: \"sink.presnt\" is not a known key; known here: present");
+    row("unknown key of audio", "{\"audio\": {\"gain\": 1}}",
+        "1: \"audio.gain\" is not a known key; known here: format, samplingRate, receiverGain, headphoneGain, muted");
+    row("unknown key of externalMcu", "{\"externalMcu\": {\r\n\"fam\": \"2\"}}",
+        "2: \"externalMcu.fam\" is not a known key; known here: " + kMcuKeys);
+    row("unknown key of a fault", "{\"faults\": [\n{\"operation\": \"openPort\"},\n{\"nth\": 1}]}",
+        "3: \"faults[1].nth\" is not a known key; known here: operation, call, count, status, answer");
+    row("key twice", "{\"seed\": 1,\n\n\"seed\": 2}",
+        "3: \"seed\" stands twice; the first is at line 1, remove one of them");
+    row("unknown model", "{\n\"model\": \"KVR-9\"}", "2: \"model\" cannot be \"KVR-9\"; known here: KVR-7, KVR-5B");
+    row("model no text", "{\n\"model\":\n 7\n}", "3: \"model\" must be one of these texts: KVR-7, KVR-5B");
+    row("identity no object", "{\"identity\": \"x\"}",
+        "1: \"identity\" must be an object in braces; keys known in it: " + kIdentityKeys);
+    row("text no text", "{\"identity\": {\"product\": true}}",
+        "1: \"identity.product\" must be a text of at most 126 bytes, without a zero byte");
+    row("text with zero byte", R"({"identity": {"captureVersion": "a\u0000b"}})",
+        "1: \"identity.captureVersion\" must be a text of at most 127 bytes, without a zero byte");
+    row("fraction for a whole number", "{\"seed\": 1.5}",
+        "1: \"seed\" must be a whole number from 0 to 9223372036854775807");
+    row("huge whole number", "{\"seed\": 18446744073709551615}",
+        "1: \"seed\" must be a whole number from 0 to 9223372036854775807");
+    row("negative", "{\"unplugAfterCalls\":\n-1\n}",
+        "2: \"unplugAfterCalls\" must be a whole number from 0 to 1000000000");
+    row("speed of zero", "{\"speedFactor\": 0}", "1: \"speedFactor\" must be a number from 0.001 to 1e+06");
+    row("speed no number", "{\"speedFactor\": \"1\"}", "1: \"speedFactor\" must be a number from 0.001 to 1e+06");
+    row("latency null", "{\"latencyMs\": null}", "1: \"latencyMs\" must be a number from 0 to 60000");
+    row("number overflow", "{\n\"latencyMs\": 1e999}", "2: not valid JSON: number overflow parsing '1e999'");
+    row("truth no truth", "{\"sink\": {\"present\": 1}}", "1: \"sink.present\" must be true or false");
+    row("family a number", "{\"externalMcu\": {\"family\": 2}}",
+        "1: \"externalMcu.family\" must be one of these texts: 2, v");
+    row("mode unknown", "{\"externalMcu\": {\"mode\": \"boot\"}}",
+        "1: \"externalMcu.mode\" cannot be \"boot\"; known here: application, bootLoader");
+    for (const char* version : {"1.2", "0x", "0x100", "0xG1", "12", "0x1 "}) {
+      row(qPrintable(QStringLiteral("version %1").arg(version)),
+          QByteArray("{\"externalMcu\": {\"version\": \"" + QByteArray(version) + "\"}}"),
+          "1: \"externalMcu.version\" must be a byte from \"0x00\" to \"0xFF\"; its halves are the version's two "
+          "numbers");
+    }
+    row("HDMI signal on DP", "{\"inputs\": {\n\"dp\": \"1080p60\"}}",
+        "2: \"inputs.dp\" cannot be \"1080p60\", which travels over HDMI");
+    row("DP signal on HDMI", "{\"inputs\": {\n\"hdmi\": \"1440p144\"}}",
+        "2: \"inputs.hdmi\" cannot be \"1440p144\", which travels over DP");
+    row("faults no array", "{\"faults\": {}}", "1: \"faults\" must be an array in brackets");
+    row("fault no object", "{\"faults\": [\n3]}",
+        "2: \"faults[0]\" must be an object in braces; keys known in it: operation, call, count, status, answer");
+    row("fault without operation", "{\"faults\": [\n{\"call\": 1}]}",
+        "2: \"faults[0].operation\" is missing; name one of the library's operations");
+    row("call zero", "{\"faults\": [{\"operation\": \"openPort\", \"call\": 0}]}",
+        "1: \"faults[0].call\" must be a whole number from 1 to 1000000000");
+    row("status over 32 bits", "{\"faults\": [{\"operation\": \"openPort\", \"status\": 2147483648}]}",
+        "1: \"faults[0].status\" must be a whole number from -2147483648 to 2147483647");
+    for (const char* answer : {"1", "1 2", "123", "0g", "01  02", "01-02", "01 "}) {
+      row(qPrintable(QStringLiteral("answer %1").arg(answer)),
+          QByteArray("{\"faults\": [{\"operation\": \"openPort\", \"answer\": \"" + QByteArray(answer) + "\"}]}"),
+          "1: \"faults[0].answer\" must be bytes of two hexadecimal digits with blanks between, for example \"00 1F\"");
+    }
+  }
+
+  void aMistakeIsOneLineWithPlaceKeyAndRemedy() {
+    QFETCH(QByteArray, json);
+    QFETCH(QString, error);
+    const QString text = QString::fromStdString(simulator::loadScenario(json.toStdString(), "my scenario"));
+    QCOMPARE(text, "my scenario:" + error);
+    // The device is the default one.
+    openDefaultDevice();
+  }
+
+  // The parser's own words follow; ours are the place and that it is one line.
+  void badJsonIsNamedWithItsLine_data() {
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<int>("line");
+    QTest::newRow("unquoted key") << QByteArray("{\n seed: 1}") << 2;
+    QTest::newRow("missing comma") << QByteArray("{\"seed\": 1\n\n\"model\": \"KVR-7\"}") << 3;
+    QTest::newRow("no end") << QByteArray("{\n\"seed\": 1\n") << 2;
+    QTest::newRow("two values") << QByteArray("{}\n{}") << 2;
+    QTest::newRow("comma at the end") << QByteArray("{\"seed\": 1,\n}") << 2;
+    QTest::newRow("bad UTF-8") << QByteArray("{\"model\":\n\"\xFF\xFE\"}") << 2;
+    QTest::newRow("zero byte") << QByteArray("{\n\0}", 4) << 2;
+    QTest::newRow("line break in a text") << QByteArray("{\"model\": \"a\nb\"}") << 1;
+    QTest::newRow("comment") << QByteArray("{\n\n// text\n}") << 3;
+  }
+
+  void badJsonIsNamedWithItsLine() {
+    QFETCH(QByteArray, json);
+    QFETCH(int, line);
+    const QString text = QString::fromStdString(simulator::loadScenario(json.toStdString()));
+    QVERIFY2(text.startsWith(QStringLiteral("scenario:%1: not valid JSON: ").arg(line)), qPrintable(text));
+    QVERIFY(!text.contains('\n') && !text.contains('['));
+  }
+
+  void anUnknownOperationAndAnUnknownSignalAreAnsweredWithTheKnownOnes() {
+    QString text = QString::fromStdString(simulator::loadScenario(R"({"faults": [{"operation": "AT_Get"}]})"));
+    QVERIFY(text.startsWith("scenario:1: \"faults[0].operation\" cannot be \"AT_Get\"; known here: initialize, "));
+    QVERIFY(text.endsWith("AT_SetHDMI_HDCP_OnOff"));
+    text = QString::fromStdString(simulator::loadScenario("{\n\"signal\": \"1080p61\"}"));
+    QVERIFY(text.startsWith("scenario:2: \"signal\" cannot be \"1080p61\"; known here: none, 480p60-dvi, "));
+    QVERIFY(text.endsWith("1440p144"));
+  }
+
+  void aQuotedValueCannotBreakTheLine() {
+    const QString text = QString::fromStdString(simulator::loadScenario("{\"a\\nb\\u001b[31m\": 1}"));
+    QVERIFY2(text.startsWith("scenario:1: \"a?b?[31m\" is not a known key; "), qPrintable(text));
+    const std::string longKey(100000, 'k');
+    QVERIFY(simulator::loadScenario("{\"" + longKey + "\": 1}").size() < 2100);
+  }
+
+  void deepNestingIsRefusedAtAnyDepth() {
+    for (const int depth : {33, 1000, 500000}) {
+      const QByteArray nested = "{\"faults\":\n" + QByteArray(depth, '[');
+      QCOMPARE(QString::fromStdString(simulator::loadScenario(nested.toStdString())),
+               "scenario:2: nested deeper than 32 levels; no key needs that");
+    }
+  }
+
+  void aFailedScenarioLeavesTheDefaultDevice() {
+    QVERIFY(!simulator::loadScenario(R"({"model": "KVR-5B", "latencyMs": 1000, "sped": 1})").empty());
+    simulator::useVirtualTime();
+    openDefaultDevice();
+    std::uint8_t source = 9;
+    QCOMPARE(AT_Get_Current_Input_Source(&source), 0);
+    QVERIFY(simulator::journal().back().duration.count() == 0);
+  }
+
+  void theModelNamesTheDevice() {
+    QCOMPARE(simulator::loadScenario(R"({"model": "KVR-5B"})"), std::string());
+    QCOMPARE(initialize(), 0);
+    QCOMPARE(setDevice(0, 0, 0x5C19, 0x6B02), 0);
+    QCOMPARE(openPort(), 0);
+    std::array<std::uint8_t, 64> product{};
+    QCOMPARE(AT_USB_Get_iProduct(product.data(), 64), 6);
+    QCOMPARE(QByteArray(reinterpret_cast<const char*>(product.data())), "KVR-5B");
+  }
+
+  void theSignalChoosesItsInput() {
+    for (const auto& [signal, expected] : {std::pair("1440p144", 1), std::pair("2160p30", 0), std::pair("none", 0)}) {
+      const std::string json = std::string("{\"signal\": \"") + signal + "\"}";
+      QCOMPARE(simulator::loadScenario(json), std::string());
+      openDefaultDevice();
+      std::uint8_t source = 9;
+      QCOMPARE(AT_Get_Current_Input_Source(&source), 0);
+      QCOMPARE(int{source}, expected);
+    }
+    QCOMPARE(simulator::loadScenario(R"({"inputs": {"source": "dp", "dp": "none"}})"), std::string());
+    openDefaultDevice();
+    std::uint8_t source = 9;
+    QCOMPARE(AT_Get_Current_Input_Source(&source), 0);
+    QCOMPARE(int{source}, 1);
+  }
+
+  void withoutTheVariableTheDefaultDeviceIsThere() {
+    const Probe seen = probe(QString());
+    QCOMPARE(seen.output, "initialize 0\nsetDevice 6B03 0\nversion 0 V1.03.07\nsetDevice 6B02 -3\n");
+    QCOMPARE(seen.errors, QString());
+  }
+
+  void theVariableNamesTheScenario() {
+    // Non-ASCII and blanks, as in a user's own folder.
+    const QString path =
+        fileWith(R"({"model": "KVR-5B", "identity": {"captureVersion": "V9"}})", QString::fromUtf8("mein Gerät.json"));
+    const Probe seen = probe(path);
+    QCOMPARE(seen.output, "initialize 0\nsetDevice 6B03 -3\nsetDevice 6B02 0\nversion 0 V9\n");
+    QCOMPARE(seen.errors, QString());
+  }
+
+  void aScenarioFileThatCannotBeUsedIsOneLineAndNoDevice_data() {
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("error");
+    const QString key = fileWith("{\n\"sped\": 1}", "key.json");
+    QTest::newRow("unknown key") << key << key + ":2: \"sped\" is not a known key; known here: " + kTopKeys;
+    const QString empty = fileWith("", "empty.json");
+    QTest::newRow("empty") << empty << empty + ":1: the scenario is empty; write at least {}";
+    const QString missing = directory_.filePath("missing.json");
+    const QString noFile = ": is no regular file; name a JSON file in RTICE_SIMULATOR_SCENARIO";
+    QTest::newRow("missing") << missing << missing + noFile;
+    QTest::newRow("directory") << directory_.path() << directory_.path() + noFile;
+#if !defined(_WIN32)
+    QTest::newRow("endless") << "/dev/zero"
+                             << "/dev/zero" + noFile;
+#endif
+    const QString large = fileWith(QByteArray(1024 * 1024 + 1, ' '), "large.json");
+    QTest::newRow("too large") << large << large + ": is larger than 1 MiB; no scenario needs that";
+    const QString largest = fileWith(QByteArray(1024 * 1024, ' '), "largest.json");
+    QTest::newRow("just not too large") << largest << largest + ":1: the scenario is empty; write at least {}";
+  }
+
+  void aScenarioFileThatCannotBeUsedIsOneLineAndNoDevice() {
+    QFETCH(QString, path);
+    QFETCH(QString, error);
+    const Probe seen = probe(path);
+    QCOMPARE(seen.errors, error + "\n");
+    QCOMPARE(seen.output, "initialize -12\nsetDevice 6B03 -12\nsetDevice 6B02 -12\n");
+  }
+
+  void everyExampleIsAccepted_data() {
+    QTest::addColumn<QString>("path");
+    const QDir directory(SCENARIO_DIRECTORY);
+    const QStringList names = directory.entryList({"*.json"}, QDir::Files);
+    QVERIFY(names.contains("default.json"));
+    for (const QString& name : names) {
+      QTest::newRow(qPrintable(name)) << directory.filePath(name);
+    }
+  }
+
+  void everyExampleIsAccepted() {
+    QFETCH(QString, path);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(QString::fromStdString(simulator::loadScenario(file.readAll().toStdString(), "example")), QString());
+  }
+
+  // default.json writes out what the device does without a scenario.
+  void theDefaultExampleIsTheDefaultDevice() {
+    const auto readAll = [] {
+      simulator::useVirtualTime();
+      openDefaultDevice();
+      const BurnFile file;
+      std::vector<std::pair<std::int32_t, Scratch>> results;
+      for (const OperationCall& operation : portOperations(file.path())) {
+        if (std::strstr(operation.name, "Get") != nullptr) {
+          Scratch scratch;
+          const std::int32_t status = operation.run(scratch);
+          results.emplace_back(status, scratch);
+        }
+      }
+      const std::uint8_t dp = 1;
+      AT_Input_Source_Switch(&dp);
+      Scratch scratch;
+      const std::int32_t status = AT_HdmiRX_GetRawTimingInfo(scratch.buffer.data());
+      results.emplace_back(status, scratch);
+      return results;
+    };
+    simulator::reset();
+    const auto byDefault = readAll();
+    QFile file(QStringLiteral(SCENARIO_DIRECTORY "/default.json"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(simulator::loadScenario(file.readAll().toStdString()), std::string());
+    QVERIFY(readAll() == byDefault);
+    QVERIFY(byDefault.size() > 20);
+  }
+};
+
+QTEST_GUILESS_MAIN(SimulatorScenarioTest)
+#include "scenario_test.moc"
