@@ -13,8 +13,8 @@ namespace simulator {
 /// image piece by piece; until the last piece stands the chip has no firmware.
 class CaptureFlash {
  public:
-  static constexpr std::size_t kCapacity = 16 * 1024 * 1024;
-  static constexpr std::size_t kPieceSize = 16 * 1024;
+  static constexpr std::size_t kCapacity = std::size_t{16} * 1024 * 1024;
+  static constexpr std::size_t kPieceSize = std::size_t{16} * 1024;
   static constexpr std::chrono::milliseconds kEraseTime{2000};
   static constexpr std::chrono::milliseconds kPieceTime{60};
   static constexpr std::size_t kMaxVersion = 127;

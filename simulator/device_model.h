@@ -24,6 +24,7 @@ class Device {
   Device();
   Device(const Device&) = delete;
   Device& operator=(const Device&) = delete;
+  ~Device() = default;
 
   /// Takes from a scenario what each part knows of it.
   /// @throws ScenarioError

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <utility>
 
-using simulator::arguments;
 using simulator::CaptureFlash;
 using simulator::Device;
 using simulator::Library;

@@ -42,7 +42,7 @@ void ExternalMcu::configure(const Section& scenario) {
   if (const auto version = mcu->text("version", kMaxText)) {
     const auto byte = parseByte(*version);
     if (!byte) {
-      mcu->fail("version", "must be a byte from \"0x00\" to \"0xFF\"; its halves are the version's two numbers");
+      mcu->fail("version", R"(must be a byte from "0x00" to "0xFF"; its halves are the version's two numbers)");
     }
     version_ = *byte;
   }

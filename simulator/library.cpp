@@ -19,7 +19,7 @@ constexpr std::size_t kMaxJournal = 200'000;
 }  // namespace
 
 Library& Library::instance() {
-  static Library* const library = new Library;
+  static auto* const library = new Library;
   return *library;
 }
 

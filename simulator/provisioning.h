@@ -13,7 +13,7 @@ namespace simulator {
 class Provisioning {
  public:
   static constexpr std::size_t kMaxSerialNumber = 100;
-  static constexpr std::size_t kMaxKeySize = 64 * 1024;
+  static constexpr std::size_t kMaxKeySize = std::size_t{64} * 1024;
 
   void configure(const Section& scenario);
 

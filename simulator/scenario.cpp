@@ -9,7 +9,7 @@
 namespace simulator {
 namespace {
 
-constexpr std::size_t kMaxFileSize = 1024 * 1024;
+constexpr std::size_t kMaxFileSize = std::size_t{1024} * 1024;
 constexpr std::size_t kMaxErrorLength = 2000;  // the 44 operations fit
 
 /// All keys of the outermost object: each part of the device names its own.
@@ -44,7 +44,7 @@ std::string oneLine(std::string text) {
 
 std::string nameOf(const std::filesystem::path& path) {
   const std::u8string name = path.u8string();
-  return std::string(name.begin(), name.end());
+  return {name.begin(), name.end()};
 }
 
 [[noreturn]] void failFile(const std::filesystem::path& path, const std::string& text) {

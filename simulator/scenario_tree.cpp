@@ -147,7 +147,7 @@ class TreeBuilder {
 std::string shortest(double value) {
   char text[32];
   const auto [end, error] = std::to_chars(text, text + sizeof text, value);
-  return std::string(text, end);
+  return {text, end};
 }
 
 }  // namespace

@@ -265,7 +265,7 @@ class SimulatorDeviceTest : public QObject {
 
   void aTableWrittenToASlotIsReadBack() {
     open();
-    std::array<std::uint8_t, 512> table;
+    std::array<std::uint8_t, 512> table{};
     for (std::uint8_t slot = 0; slot < 7; ++slot) {
       std::iota(table.begin(), table.end(), slot);
       QCOMPARE(AT_EDID_Flash_Set_table(slot, table.data(), 512), 0);

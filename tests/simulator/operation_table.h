@@ -12,7 +12,7 @@
 
 /// Everything that an operation can write to, filled with a pattern.
 struct Scratch {
-  std::array<std::uint8_t, 512> buffer;
+  std::array<std::uint8_t, 512> buffer{};
   std::uint32_t length = 0xA5A5A5A5;
   std::int32_t number = -0x5A5A5A5B;
   std::int16_t gain = -0x5A5B;

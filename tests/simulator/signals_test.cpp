@@ -89,7 +89,7 @@ void addSignals(const Row (&rows)[kCount]) {
 }
 
 void openDeviceWith(const char* signal) {
-  const std::string scenario = std::string("{\"signal\": \"") + signal + "\"}";
+  const std::string scenario = QStringLiteral(R"({"signal": "%1"})").arg(signal).toStdString();
   QCOMPARE(QString::fromStdString(simulator::loadScenario(scenario)), QString());
   openDefaultDevice();
 }
@@ -165,7 +165,7 @@ class SimulatorSignalsTest : public QObject {
   void noSignalIsAllZero() {
     openDeviceWith("none");
     QCOMPARE(readRecord(), Record{});
-    std::array<std::uint8_t, 12> timing;
+    std::array<std::uint8_t, 12> timing{};
     timing.fill(0xA5);
     QCOMPARE(AT_UVC_Get_Output_Timing(timing.data()), 0);
     QVERIFY(timing == decltype(timing){});

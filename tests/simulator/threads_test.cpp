@@ -23,6 +23,7 @@ class SimulatorThreadsTest : public QObject {
     constexpr int kRounds = 25;
     std::atomic<int> failures = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < kThreads; ++i) {
       threads.emplace_back([&] {
         for (int round = 0; round < kRounds; ++round) {
@@ -60,6 +61,7 @@ class SimulatorThreadsTest : public QObject {
     const BurnFile file;
     std::atomic<bool> stop = false;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 3; ++i) {
       threads.emplace_back([&] {
         const auto operations = portOperations(file.path());
