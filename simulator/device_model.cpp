@@ -1,14 +1,32 @@
 #include "simulator/device_model.h"
 
+#include <string_view>
+
 namespace simulator {
 
-Device::Device() { i2c.attach(mcu); }
+namespace {
+
+void programText(Eeprom& eeprom, std::size_t address, std::string_view text) {
+  eeprom.program(address, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+}
+
+}  // namespace
+
+Device::Device() {
+  programText(boardEeprom, 0, "KVR BOARD REV B");
+  programText(calibrationEeprom, 0x0100, "KVR CALIBRATION");
+  i2c.attach(mcu);
+  i2c.attach(boardEeprom);
+  i2c.attach(calibrationEeprom);
+  i2c.attach(sensor);
+}
 
 void Device::configure(const Section& scenario) {
   identity.configure(scenario);
   receiver.configure(scenario);
   transmitter.configure(scenario);
   audio.configure(scenario);
+  edid.configure(scenario);
   mcu.configure(scenario);
   provisioning.configure(scenario);
   flash.configure(scenario);
@@ -28,6 +46,9 @@ void Device::restart() {
 
 void Device::powerCycle() {
   receiver.powerCycle();
+  boardEeprom.powerCycle();
+  calibrationEeprom.powerCycle();
+  sensor.powerCycle();
   gpio.powerCycle();
 }
 

@@ -4,12 +4,14 @@
 #include "simulator/capture_flash.h"
 #include "simulator/clock.h"
 #include "simulator/edid_store.h"
+#include "simulator/eeprom.h"
 #include "simulator/external_mcu.h"
 #include "simulator/gpio.h"
 #include "simulator/i2c_bus.h"
 #include "simulator/identity.h"
 #include "simulator/provisioning.h"
 #include "simulator/receiver.h"
+#include "simulator/temperature_sensor.h"
 #include "simulator/transmitter.h"
 
 #include <utility>
@@ -53,6 +55,9 @@ class Device {
   EdidStore edid;
   I2cBus i2c;
   ExternalMcu mcu;
+  Eeprom boardEeprom{0x50, Eeprom::k24C02, clock};
+  Eeprom calibrationEeprom{0x54, Eeprom::k24C64, clock};
+  TemperatureSensor sensor;
   Gpio gpio;
   Provisioning provisioning;
   CaptureFlash flash;

@@ -4,6 +4,8 @@
 #include "simulator/status.h"
 
 #include <algorithm>
+#include <chrono>
+#include <vector>
 
 using simulator::arguments;
 using simulator::Device;
@@ -14,8 +16,11 @@ namespace {
 
 bool isReadSize(uint32_t size) { return size == 256 || size == 384 || size == 512; }
 
-int32_t copyTable(const EdidStore::Table& table, uint8_t* buffer, uint32_t size) {
-  std::copy_n(table.begin(), size, buffer);
+// Erasing a flash sector and programming two pages.
+constexpr std::chrono::milliseconds kSlotWriteTime{60};
+
+int32_t copyTable(const std::vector<uint8_t>& table, uint8_t* buffer) {
+  std::copy(table.begin(), table.end(), buffer);
   return simulator::kOk;
 }
 
@@ -66,7 +71,7 @@ int32_t AT_EDID_Flash_Get_table(uint8_t slot, uint8_t* buffer, uint32_t size) {
     if (slot >= EdidStore::kSlots || !buffer || !isReadSize(size)) {
       return simulator::kInvalidArgument;
     }
-    return copyTable(device.edid.slot(slot), buffer, size);
+    return copyTable(device.edid.slotTable(slot, size), buffer);
   });
 }
 
@@ -77,6 +82,7 @@ int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t siz
           return simulator::kInvalidArgument;
         }
         device.edid.writeSlot(slot, {bytes, size});
+        device.spend(kSlotWriteTime);
         return simulator::kOk;
       });
 }
@@ -89,7 +95,7 @@ int32_t AT_EDID_Get_TX_table(uint32_t size, uint8_t* buffer) {
     if (!device.transmitter.sinkPresent()) {
       return simulator::kNoSink;
     }
-    return copyTable(device.edid.sinkTable(), buffer, size);
+    return copyTable(device.edid.sinkTable(size), buffer);
   });
 }
 
@@ -98,6 +104,6 @@ int32_t AT_EDID_DDC_Get_RX_table(uint32_t size, uint8_t* buffer) {
     if (!buffer || !isReadSize(size)) {
       return simulator::kInvalidArgument;
     }
-    return copyTable(device.edid.ddcTable(device.transmitter.sinkPresent()), buffer, size);
+    return copyTable(device.edid.ddcTable(device.transmitter.sinkPresent(), size), buffer);
   });
 }

@@ -22,6 +22,7 @@ std::vector<std::string_view> knownKeys() {
   add(Receiver::kKeys);
   add(Transmitter::kKeys);
   add(Audio::kKeys);
+  add(EdidStore::kKeys);
   add(ExternalMcu::kKeys);
   add(RunPlan::kKeys);
   add(FaultPlan::kKeys);

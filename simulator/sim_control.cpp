@@ -2,7 +2,21 @@
 
 #include "simulator/library.h"
 
+#include <stdexcept>
+
 namespace simulator {
+namespace {
+
+Eeprom& eepromAt(Device& device, std::uint8_t address) {
+  for (Eeprom* eeprom : {&device.boardEeprom, &device.calibrationEeprom}) {
+    if (eeprom->busAddress() == address) {
+      return *eeprom;
+    }
+  }
+  throw std::invalid_argument("no EEPROM at address " + std::to_string(address));
+}
+
+}  // namespace
 
 void reset() { Library::instance().reset(); }
 
@@ -42,6 +56,29 @@ std::chrono::nanoseconds now() {
   std::chrono::nanoseconds time{};
   Library::instance().withDevice([&time](Device& device) { time = device.clock.now(); });
   return time;
+}
+
+std::vector<std::uint8_t> eepromContent(std::uint8_t address) {
+  std::vector<std::uint8_t> content;
+  Library::instance().withDevice([&](Device& device) {
+    const auto memory = eepromAt(device, address).content();
+    content.assign(memory.begin(), memory.end());
+  });
+  return content;
+}
+
+void programEeprom(std::uint8_t address, std::size_t offset, const std::vector<std::uint8_t>& bytes) {
+  Library::instance().withDevice([&](Device& device) { eepromAt(device, address).program(offset, bytes); });
+}
+
+void setGpioPin(std::uint8_t group, std::uint8_t pin, std::uint8_t value) {
+  Library::instance().withDevice([&](Device& device) {
+    std::uint8_t* const found = device.gpio.pin(group, pin);
+    if (!found) {
+      throw std::invalid_argument("no GPIO pin " + std::to_string(pin) + " in group " + std::to_string(group));
+    }
+    *found = value;
+  });
 }
 
 }  // namespace simulator

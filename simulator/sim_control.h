@@ -7,6 +7,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <thread>
@@ -74,5 +75,18 @@ SIMULATOR_API void useVirtualTime();
 SIMULATOR_API void advanceTime(std::chrono::nanoseconds by);
 /// The device's clock, counted from the last `reset`.
 SIMULATOR_API std::chrono::nanoseconds now();
+
+// ---- I2C targets and GPIO ------------------------------------------------
+
+/// The whole memory of an EEPROM on the I2C bus.
+/// @throws std::invalid_argument when none is at the 7-bit address
+SIMULATOR_API std::vector<std::uint8_t> eepromContent(std::uint8_t address);
+/// Puts bytes into an EEPROM at once; what does not fit is dropped.
+/// @throws std::invalid_argument when none is at the 7-bit address
+SIMULATOR_API void programEeprom(std::uint8_t address, std::size_t offset, const std::vector<std::uint8_t>& bytes);
+
+/// Sets what a pin reads; group 0 = ISO, 1 = MISC, pins 0 to 13.
+/// @throws std::invalid_argument for another group or pin
+SIMULATOR_API void setGpioPin(std::uint8_t group, std::uint8_t pin, std::uint8_t value);
 
 }  // namespace simulator
