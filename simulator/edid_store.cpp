@@ -19,6 +19,11 @@ void EdidStore::configure(const Section& scenario) {
   }
 }
 
+void EdidStore::restoreDefaults() {
+  mode_ = kFromFlash;
+  defaultSlot_ = 0;
+}
+
 std::vector<std::uint8_t> EdidStore::slotTable(std::uint8_t index, std::size_t size) const {
   if (const auto& written = written_[index]) {
     return {written->begin(), written->begin() + static_cast<std::ptrdiff_t>(size)};

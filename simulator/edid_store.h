@@ -26,8 +26,8 @@ class EdidStore {
 
   static constexpr std::array<std::string_view, 1> kKeys{"edid"};
   void configure(const Section& scenario);
-  /// The mode, the slot in use and the shipped tables of all slots.
-  void restoreDefaults() { *this = EdidStore(); }
+  /// The settings; the slots keep what was written to them.
+  void restoreDefaults();
 
   Mode mode() const { return mode_; }
   void setMode(Mode mode) { mode_ = mode; }

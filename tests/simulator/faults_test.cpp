@@ -148,7 +148,7 @@ class SimulatorFaultsTest : public QObject {
     openDefaultDevice();
     simulator::clearJournal();
     const std::uint8_t bytes[] = {0x08, 0x01, 0xFF};
-    AT_System_Send_ExternalMCU_cmd(3, 0x50, 3, bytes);
+    AT_System_Send_ExternalMCU_cmd(3, 0x7F, 3, bytes);
     std::uint8_t read[4] = {};
     AT_System_Get_ExternalMCU_cmd(3, 0x0D, 1, bytes, 4, read);
     AT_GPIO_Set_Param(1, 13, 31);
@@ -162,7 +162,7 @@ class SimulatorFaultsTest : public QObject {
     const std::vector<std::uint8_t> large(2000);
     AT_EDID_Flash_Set_table(6, large.data(), 2000);
     QCOMPARE(journalCalls(),
-             (QStringList{"AT_System_Send_ExternalMCU_cmd(3, 0x50, 3, [08 01 FF])",
+             (QStringList{"AT_System_Send_ExternalMCU_cmd(3, 0x7F, 3, [08 01 FF])",
                           "AT_System_Get_ExternalMCU_cmd(3, 0x0D, 1, [08], 4)", "AT_GPIO_Set_Param(1, 13, 31)",
                           "AT_Audio_Set_HPOUTgain(-12)", "burnHDCP(\"/no such file\")", "AT_Input_Source_Switch(null)",
                           "AT_EDID_Get_TX_table(384)", "AT_RestoreToDefault()", "setDevice(0, 1, 0x5C19, 0x0003)",

@@ -10,7 +10,7 @@
 namespace {
 
 const QString kTopKeys =
-    "model, identity, signal, inputs, sink, audio, externalMcu, speedFactor, latencyMs, unplugAfterCalls, "
+    "model, identity, signal, inputs, sink, audio, edid, externalMcu, speedFactor, latencyMs, unplugAfterCalls, "
     "unplugAfterMs, seed, faults";
 const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
 const QString kMcuKeys = "family, version, mode";

@@ -1,0 +1,156 @@
+#include "app/main_window.h"
+#include "simulator/sim_control.h"
+#include "tests/support/journal.h"
+#include "tests/support/window_driver.h"
+
+#include <QRadioButton>
+#include <QTest>
+
+class GpioPageTest : public QObject {
+  Q_OBJECT
+
+  struct Bench {
+    MainWindow window;
+    WindowDriver user{window};
+
+    Bench() {
+      user.click("BN_Connect");
+      simulator::clearJournal();
+    }
+
+    void choose(int group, int pin) const {
+      user.widget<QRadioButton>(group == 0 ? "RB_GPIO_ISO" : "RB_GPIO_MISC").setChecked(true);
+      user.choose("CB_GPIO_INDEX", QStringLiteral("GPIO%1").arg(pin));
+    }
+    QLineEdit& value() const { return user.widget<QLineEdit>("lineEdit_GPIO_Value"); }
+  };
+
+ private slots:
+  void init() { simulator::reset(); }
+
+  void everyPinOfBothGroupsIsReadAndWritten() {
+    const Bench bench;
+    for (int group = 0; group < 2; ++group) {
+      for (int pin = 0; pin < 14; ++pin) {
+        const int value = group * 16 + pin;
+        bench.choose(group, pin);
+        bench.value().setText(QString::number(value, 16));
+        bench.user.click("BN_GPIO_Write");
+        QCOMPARE(bench.user.message(), QStringLiteral("Write GPIO%1 [done]").arg(pin));
+      }
+    }
+    for (int group = 0; group < 2; ++group) {
+      for (int pin = 0; pin < 14; ++pin) {
+        const int value = group * 16 + pin;
+        bench.choose(group, pin);
+        bench.value().setText("old");
+        simulator::clearJournal();
+        bench.user.click("BN_GPIO_Read");
+        QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_GPIO_Get_Param(%1, %2)").arg(group).arg(pin)});
+        QCOMPARE(bench.value().text(), QString::number(value));
+        QCOMPARE(bench.user.message(), QStringLiteral("Read GPIO%1 [done]").arg(pin));
+      }
+    }
+  }
+
+  void everyValueIsShownInDecimal() {
+    const Bench bench;
+    bench.choose(1, 13);
+    for (int value = 0; value < 256; ++value) {
+      simulator::setGpioPin(1, 13, static_cast<std::uint8_t>(value));
+      bench.user.click("BN_GPIO_Read");
+      QCOMPARE(bench.value().text(), QString::number(value));
+    }
+  }
+
+  void theLowByteOfAHexadecimalValueIsSent_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("sent");
+    QTest::newRow("1F") << "1F" << 31;
+    QTest::newRow("ff") << "ff" << 255;
+    QTest::newRow("100") << "100" << 0;
+    QTest::newRow("1A5") << "1A5" << 0xA5;
+    QTest::newRow("FFFFFFFF") << "FFFFFFFF" << 255;
+    QTest::newRow("100000001") << "100000001" << 0;
+    QTest::newRow("0x10") << "0x10" << 16;
+    QTest::newRow(" 7 ") << " 7 " << 7;
+    QTest::newRow("-1") << "-1" << 0;
+    QTest::newRow("zz") << "zz" << 0;
+    QTest::newRow("empty") << "" << 0;
+  }
+
+  void theLowByteOfAHexadecimalValueIsSent() {
+    QFETCH(QString, text);
+    QFETCH(int, sent);
+    const Bench bench;
+    bench.choose(0, 3);
+    bench.value().setText(text);
+    bench.user.click("BN_GPIO_Write");
+    QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_GPIO_Set_Param(0, 3, %1)").arg(sent)});
+    QCOMPARE(bench.user.message(), "Write GPIO3 [done]");
+    QCOMPARE(bench.value().text(), text);
+  }
+
+  void aValueReadIsWrittenBackAsAnother() {
+    const Bench bench;
+    simulator::setGpioPin(0, 0, 31);
+    bench.user.click("BN_GPIO_Read");
+    QCOMPARE(bench.value().text(), "31");
+    simulator::clearJournal();
+    bench.user.click("BN_GPIO_Write");
+    QCOMPARE(journalCalls(), QStringList{"AT_GPIO_Set_Param(0, 0, 49)"});
+  }
+
+  void aFailureIsReportedAndLeavesTheValue() {
+    const Bench bench;
+    unsigned call = 0;
+    for (const std::int32_t status : {1, -1}) {
+      simulator::failCall("AT_GPIO_Get_Param", ++call, status);
+      simulator::failCall("AT_GPIO_Set_Param", call, status);
+      bench.value().setText("old");
+      bench.user.click("BN_GPIO_Read");
+      QCOMPARE(bench.user.message(), "Read GPIO Error");
+      QCOMPARE(bench.value().text(), "old");
+      bench.user.click("BN_GPIO_Write");
+      QCOMPARE(bench.user.message(), "Write GPIO Error");
+    }
+  }
+
+  void withoutASessionTheLibraryRefuses() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_GPIO_Read");
+    QCOMPARE(user.message(), "Read GPIO Error");
+    user.click("BN_GPIO_Write");
+    QCOMPARE(user.message(), "Write GPIO Error");
+    user.click("RB_TX_HDCP_ON");
+    QCOMPARE(user.message(), "Write GPIO Error");
+    QCOMPARE(journalOperations(), (QStringList{"AT_GPIO_Get_Param", "AT_GPIO_Set_Param", "AT_SetHDMI_HDCP_OnOff"}));
+  }
+
+  void eachClickOnTheHdcpSwitchIsSent() {
+    const Bench bench;
+    const QString message = bench.user.message();
+    for (const char* button : {"RB_TX_HDCP_OFF", "RB_TX_HDCP_OFF", "RB_TX_HDCP_ON", "RB_TX_HDCP_ON"}) {
+      bench.user.click(button);
+    }
+    simulator::failCall("AT_SetHDMI_HDCP_OnOff", 5, -1);
+    bench.user.click("RB_TX_HDCP_OFF");
+    QCOMPARE(journalCalls(),
+             (QStringList{"AT_SetHDMI_HDCP_OnOff(0)", "AT_SetHDMI_HDCP_OnOff(0)", "AT_SetHDMI_HDCP_OnOff(1)",
+                          "AT_SetHDMI_HDCP_OnOff(1)", "AT_SetHDMI_HDCP_OnOff(0)"}));
+    QCOMPARE(bench.user.message(), message);
+  }
+
+  // The video page moves the switch itself when it shows the device's state.
+  void aSwitchMovedByTheProgramIsNotSent() {
+    Bench bench;
+    bench.user.widget<QRadioButton>("RB_TX_HDCP_ON").setChecked(true);
+    bench.user.widget<QRadioButton>("RB_TX_HDCP_OFF").setChecked(true);
+    QVERIFY(QMetaObject::invokeMethod(&bench.window, "slotTx_HDCP_Ctrl"));
+    QCOMPARE(journalCalls(), QStringList());
+  }
+};
+
+QTEST_MAIN(GpioPageTest)
+#include "gpio_page_test.moc"

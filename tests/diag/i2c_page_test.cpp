@@ -1,0 +1,299 @@
+#include "app/main_window.h"
+#include "simulator/sim_control.h"
+#include "simulator/status.h"
+#include "tests/support/journal.h"
+#include "tests/support/window_driver.h"
+
+#include <QRadioButton>
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+class I2cPageTest : public QObject {
+  Q_OBJECT
+
+  /// A window with an open session on a device without calls so far.
+  struct Bench {
+    MainWindow window;
+    WindowDriver user{window};
+
+    Bench() {
+      user.click("BN_Connect");
+      simulator::clearJournal();
+    }
+
+    void type(const QString& address, const QString& registerNumber) const {
+      user.widget<QLineEdit>("lineEdit_I2C_Addr").setText(address);
+      user.widget<QLineEdit>("lineEdit_I2C_Reg").setText(registerNumber);
+    }
+
+    /// Presses Read with the given width; the value shown, or the message of a failure.
+    QString read(const QString& address, const QString& registerNumber, int width) const {
+      type(address, registerNumber);
+      value().clear();
+      user.widget<QLabel>("LB_Message").clear();
+      user.widget<QRadioButton>(QStringLiteral("RB_I2C_Read_%1B").arg(width)).setChecked(true);
+      user.click("BN_I2C_Read");
+      return value().text() + user.message();
+    }
+
+    QString write(const QString& address, const QString& registerNumber, const QString& text) const {
+      type(address, registerNumber);
+      value().setText(text);
+      user.widget<QLabel>("LB_Message").clear();
+      user.click("BN_I2C_Write");
+      return user.message();
+    }
+
+    QLineEdit& value() const { return user.widget<QLineEdit>("lineEdit_I2C_Value"); }
+  };
+
+ private slots:
+  void init() {
+    simulator::reset();
+    simulator::useVirtualTime();
+  }
+
+  void aWriteSendsRegisterAndValueByMagnitude_data() {
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("registerNumber");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("arguments");
+    const auto row = [](const char* address, const char* registerNumber, const char* value, const char* arguments) {
+      QTest::newRow(qPrintable(QStringLiteral("[%1][%2][%3]").arg(address, registerNumber, value)))
+          << address << registerNumber << value << arguments;
+    };
+    row("A0", "0", "0", "3, 0x50, 2, [00 00]");
+    row("A1", "0", "0", "3, 0x50, 2, [00 00]");
+    row("A0", "10", "1234", "3, 0x50, 3, [10 12 34]");
+    row("A0", "0012", "0034", "3, 0x50, 2, [12 34]");
+    row("A0", "FF", "FF", "3, 0x50, 2, [FF FF]");
+    row("A0", "100", "100", "3, 0x50, 4, [01 00 01 00]");
+    row("A0", "FFFF", "FFFF", "3, 0x50, 4, [FF FF FF FF]");
+    row("A0", "10000", "10000", "3, 0x50, 6, [01 00 00 01 00 00]");
+    row("A0", "FFFFFF", "FFFFFF", "3, 0x50, 6, [FF FF FF FF FF FF]");
+    row("A0", "1000000", "1000000", "3, 0x50, 8, [01 00 00 00 01 00 00 00]");
+    row("A0", "FFFFFFFF", "FFFFFFFF", "3, 0x50, 8, [FF FF FF FF FF FF FF FF]");
+    row("A0", "FF", "100", "3, 0x50, 3, [FF 01 00]");
+    row("A0", "100000000", "100000000", "3, 0x50, 2, [00 00]");
+    row("0xa0", " 0x1F ", "0xBEEF", "3, 0x50, 3, [1F BE EF]");
+    row("zz", "zz", "zz", "3, 0x00, 2, [00 00]");
+    row("", "", "", "3, 0x00, 2, [00 00]");
+    row("FF", "1", "1", "3, 0x7F, 2, [01 01]");
+    row("0", "1", "1", "3, 0x00, 2, [01 01]");
+  }
+
+  void aWriteSendsRegisterAndValueByMagnitude() {
+    QFETCH(QString, address);
+    QFETCH(QString, registerNumber);
+    QFETCH(QString, value);
+    QFETCH(QString, arguments);
+    const Bench bench;
+    for (int width = 1; width <= 4; ++width) {
+      // The widths are those of reads.
+      bench.user.widget<QRadioButton>(QStringLiteral("RB_I2C_Read_%1B").arg(width)).setChecked(true);
+      simulator::clearJournal();
+      simulator::answerCall("AT_System_Send_ExternalMCU_cmd", static_cast<unsigned>(width), 0, {});
+      QCOMPARE(bench.write(address, registerNumber, value), "I2C Write Done");
+      QCOMPARE(journalCalls(), QStringList{"AT_System_Send_ExternalMCU_cmd(" + arguments + ")"});
+      QCOMPARE(bench.value().text(), value);
+    }
+  }
+
+  void aReadSendsTheRegisterAndShowsTheValue_data() {
+    QTest::addColumn<QString>("registerNumber");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("shown");
+    const auto row = [](const char* registerNumber, int width, const char* answer, const char* arguments) {
+      QTest::newRow(qPrintable(QStringLiteral("[%1] %2").arg(registerNumber, answer)))
+          << registerNumber << width << QByteArray::fromHex(answer) << arguments << answer;
+    };
+    row("0", 1, "05", "3, 0x50, 1, [00], 1");
+    row("0", 1, "00", "3, 0x50, 1, [00], 1");
+    row("0012", 2, "12AB", "3, 0x50, 1, [12], 2");
+    row("FF", 3, "000001", "3, 0x50, 1, [FF], 3");
+    row("100", 4, "FFFFFFFF", "3, 0x50, 2, [01 00], 4");
+    row("FFFF", 4, "00000000", "3, 0x50, 2, [FF FF], 4");
+    row("10000", 4, "7FFFFFFF", "3, 0x50, 3, [01 00 00], 4");
+    row("FFFFFF", 4, "80000000", "3, 0x50, 3, [FF FF FF], 4");
+    row("1000000", 1, "FF", "3, 0x50, 4, [01 00 00 00], 1");
+    row("FFFFFFFF", 2, "0A0D", "3, 0x50, 4, [FF FF FF FF], 2");
+    row("", 2, "1A00", "3, 0x50, 1, [00], 2");
+  }
+
+  void aReadSendsTheRegisterAndShowsTheValue() {
+    QFETCH(QString, registerNumber);
+    QFETCH(int, width);
+    QFETCH(QByteArray, answer);
+    QFETCH(QString, arguments);
+    QFETCH(QString, shown);
+    const Bench bench;
+    // The session's first read is the MCU's version.
+    simulator::answerCall("AT_System_Get_ExternalMCU_cmd", 2, 0, {answer.begin(), answer.end()});
+    QCOMPARE(bench.read("A1", registerNumber, width), shown);
+    QCOMPARE(journalCalls(), QStringList{"AT_System_Get_ExternalMCU_cmd(" + arguments + ")"});
+  }
+
+  void aReadIsOfOneByteUnlessAWidthIsChosen() {
+    const Bench bench;
+    bench.type("A0", "0");
+    bench.user.click("BN_I2C_Read");
+    QCOMPARE(journalCalls(), QStringList{"AT_System_Get_ExternalMCU_cmd(3, 0x50, 1, [00], 1)"});
+    QCOMPARE(bench.value().text(), "4B");
+  }
+
+  void anAddressAboveEightBitsIsRefused() {
+    const Bench bench;
+    for (const char* address : {"100", "0x1A0", "FFFFFFFF"}) {
+      QCOMPARE(bench.write(address, "0", "12"), "Error Address...[Fail]");
+      QCOMPARE(bench.value().text(), "12");
+      QCOMPARE(bench.read(address, "0", 1), "Error Address...[Fail]");
+    }
+    QCOMPARE(journalCalls(), QStringList());
+  }
+
+  void aFailedTransferLeavesTheValue() {
+    const Bench bench;
+    bench.value().setText("old");
+    bench.type("20", "0");
+    bench.user.click("BN_I2C_Read");
+    QCOMPARE(bench.user.message(), "I2C Error");
+    QCOMPARE(bench.value().text(), "old");
+    QCOMPARE(bench.write("20", "0", "1"), "I2C Error");
+    // An empty address is the general call address, which no chip here takes.
+    QCOMPARE(bench.write("", "0", "1"), "I2C Error");
+    QCOMPARE(simulator::journal().back().result, simulator::kNoAnswer);
+    unsigned write = 2;
+    unsigned read = 2;
+    for (const std::int32_t status : {1, -1}) {
+      simulator::failCall("AT_System_Send_ExternalMCU_cmd", ++write, status);
+      simulator::failCall("AT_System_Get_ExternalMCU_cmd", ++read, status);
+      QCOMPARE(bench.write("A0", "0", "1"), "I2C Error");
+      QCOMPARE(bench.read("A0", "0", 1), "I2C Error");
+    }
+  }
+
+  void withoutASessionTheLibraryRefuses() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_I2C_Read");
+    QCOMPARE(user.message(), "I2C Error");
+    user.click("BN_I2C_Write");
+    QCOMPARE(user.message(), "I2C Error");
+    QCOMPARE(journalCalls(), (QStringList{"AT_System_Get_ExternalMCU_cmd(3, 0x00, 1, [00], 1)",
+                                          "AT_System_Send_ExternalMCU_cmd(3, 0x00, 2, [00 00])"}));
+  }
+
+  void aTransferIsNotedInTheDebugOutput() {
+    const Bench bench;
+    QTest::ignoreMessage(QtDebugMsg, "Reg: 01 00");
+    QTest::ignoreMessage(QtDebugMsg, "Val: 12 34");
+    bench.write("A0", "100", "1234");
+    QTest::ignoreMessage(QtDebugMsg, "Reg: 01 00");
+    QTest::ignoreMessage(QtDebugMsg, "I2C: wr len 2");
+    bench.read("A0", "100", 1);
+  }
+
+  void theEepromWithOneAddressByteIsReadAndWritten() {
+    const Bench bench;
+    QCOMPARE(bench.read("A0", "0", 4), "4B565220");  // "KVR "
+    QCOMPARE(bench.read("A0", "4", 3), "424F41");
+    QCOMPARE(bench.write("A0", "80", "DEADBEEF"), "I2C Write Done");
+    // The chip is busy with its page.
+    QCOMPARE(bench.read("A0", "80", 4), "I2C Error");
+    simulator::advanceTime(5ms - 1ns);
+    QCOMPARE(bench.write("A0", "80", "1"), "I2C Error");
+    simulator::advanceTime(1ns);
+    QCOMPARE(bench.read("A0", "80", 4), "DEADBEEF");
+    QCOMPARE(bench.read("A1", "82", 2), "BEEF");
+
+    // A write runs on at the beginning of its page, a read over the chip's end.
+    QCOMPARE(bench.write("A0", "FE", "11223344"), "I2C Write Done");
+    simulator::advanceTime(5ms);
+    const std::vector<std::uint8_t> content = simulator::eepromContent(0x50);
+    QCOMPARE(content.size(), std::size_t{256});
+    QCOMPARE((std::vector(content.begin() + 0xF8, content.end())),
+             (std::vector<std::uint8_t>{0x33, 0x44, 0xFF, 0xFF, 0xFF, 0xFF, 0x11, 0x22}));
+    QCOMPARE(bench.read("A0", "FF", 3), "224B56");
+
+    // Two bytes of register number are an address and a byte that is not programmed.
+    QCOMPARE(bench.read("A0", "8000", 1), "AD");
+    QCOMPARE(simulator::eepromContent(0x50), content);
+  }
+
+  void theEepromWithTwoAddressBytesIsReadAndWritten() {
+    const Bench bench;
+    QCOMPARE(bench.read("A8", "100", 4), "4B565220");
+    QCOMPARE(bench.write("A8", "1FFE", "0A0D1A"), "I2C Write Done");
+    simulator::advanceTime(5ms);
+    QCOMPARE(bench.read("A8", "1FFE", 2), "0A0D");
+    QCOMPARE(bench.read("A8", "1FE0", 1), "1A");
+    const std::vector<std::uint8_t> before = simulator::eepromContent(0x54);
+    QCOMPARE(before.size(), std::size_t{8192});
+
+    // A register number of one byte does not make a whole address.
+    QCOMPARE(bench.write("A8", "12", "34"), "I2C Write Done");
+    QCOMPARE(simulator::eepromContent(0x54), before);
+    simulator::programEeprom(0x54, 0x1234, {0x56});
+    QCOMPARE(bench.read("A8", "1234", 1), "56");
+  }
+
+  void everyAddressOfBothEepromsIsReached() {
+    const Bench bench;
+    std::vector<std::uint8_t> content(8192);
+    for (std::size_t i = 0; i < content.size(); ++i) {
+      content[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
+    }
+    simulator::programEeprom(0x54, 0, content);
+    simulator::programEeprom(0x50, 0, content);
+    const auto expected = [&](unsigned address) {
+      return QStringLiteral("%1").arg(content[address], 2, 16, QLatin1Char('0')).toUpper();
+    };
+    for (unsigned address = 0; address < 256; ++address) {
+      QCOMPARE(bench.read("A0", QString::number(address, 16), 1), expected(address));
+    }
+    for (unsigned address = 256; address < 8192; address += 5) {
+      QCOMPARE(bench.read("A8", QString::number(address, 16), 1), expected(address));
+    }
+  }
+
+  void theSensorHasRegistersOfTwoBytes() {
+    const Bench bench;
+    QCOMPARE(bench.read("90", "0", 2), "2A40");
+    QCOMPARE(bench.read("91", "0", 1), "2A");
+    QCOMPARE(bench.read("90", "0", 4), "2A402A40");
+    QCOMPARE(bench.write("90", "3", "1234"), "I2C Write Done");
+    QCOMPARE(bench.read("90", "3", 2), "1234");
+    // The value goes out in one byte, which is half a register.
+    QCOMPARE(bench.write("90", "3", "0056"), "I2C Write Done");
+    QCOMPARE(bench.read("90", "3", 2), "1234");
+    QCOMPARE(bench.write("90", "0", "1234"), "I2C Write Done");
+    QCOMPARE(bench.read("90", "0", 2), "2A40");
+    QCOMPARE(bench.read("90", "4", 2), "I2C Error");
+    QCOMPARE(bench.write("90", "4", "1234"), "I2C Error");
+  }
+
+  void theMcuOwnRegistersAreRead() {
+    const Bench bench;
+    QCOMPARE(bench.read("1A", "2", 1), "12");
+    QCOMPARE(bench.read("1A", "0", 1), "32");
+    QCOMPARE(bench.read("86", "0", 1), "I2C Error");
+  }
+
+  void aRestartForgetsNoEeprom() {
+    const Bench bench;
+    QCOMPARE(bench.write("A0", "40", "99"), "I2C Write Done");
+    QCOMPARE(bench.write("90", "2", "1234"), "I2C Write Done");
+    simulator::advanceTime(5ms);
+    simulator::unplug();
+    QCOMPARE(bench.read("A0", "40", 1), "I2C Error");
+    simulator::replug();
+    QCOMPARE(bench.read("A0", "40", 1), "99");
+    QCOMPARE(bench.read("90", "2", 2), "4B00");
+  }
+};
+
+QTEST_MAIN(I2cPageTest)
+#include "i2c_page_test.moc"

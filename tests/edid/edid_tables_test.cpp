@@ -1,0 +1,163 @@
+#include "app/main_window.h"
+#include "device/RTICE_SDK_x64.h"
+#include "simulator/sim_control.h"
+#include "tests/support/dialog_answers.h"
+#include "tests/support/window_driver.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QRadioButton>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// Saves tables of the simulated device through the window and has each of them
+/// judged by edid-decode, the field's own checker.
+class EdidTablesTest : public QObject {
+  Q_OBJECT
+
+  static constexpr int kSizes[] = {256, 384, 512};
+
+  struct Bench {
+    MainWindow window;
+    WindowDriver user{window};
+    QTemporaryDir directory;
+    mutable DialogAnswers answers;
+
+    Bench() { user.click("BN_Connect"); }
+
+    /// Saves with a Read button and gives the file's name.
+    QString save(const QString& button, int size) const {
+      user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
+      const QString path = directory.filePath("table.bin");
+      QFile::remove(path);
+      answers.chooseFile(path);
+      user.click(button);
+      return path;
+    }
+  };
+
+  static QByteArray contentOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  }
+
+  /// What edid-decode says of a table; `accepted` tells whether it passed.
+  static QString judgement(const QString& path, bool& accepted) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start("edid-decode", {"--check", "--skip-hex-dump", path});
+    accepted = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    const QString said = QString::fromUtf8(process.readAll());
+    accepted = accepted && said.contains("EDID conformity: PASS") && !said.contains("Failures:");
+    return process.error() == QProcess::FailedToStart ? "edid-decode cannot be started (Debian package edid-decode)"
+                                                      : said;
+  }
+
+#define ACCEPTED(path, size)                        \
+  do {                                              \
+    QCOMPARE(contentOf(path).size(), size);         \
+    bool accepted = false;                          \
+    const QString said = judgement(path, accepted); \
+    QVERIFY2(accepted, qPrintable(said));           \
+  } while (false)
+
+ private slots:
+  void init() { simulator::reset(); }
+
+  // A judge that accepts everything would be none.
+  void theCheckerRefusesADamagedTable() {
+    const Bench bench;
+    const QString path = bench.save("BN_Apply_ReadTxEDID", 512);
+    QByteArray table = contentOf(path);
+    QFile file(path);
+    for (const int damaged : {20, 127, 130, 511}) {
+      QByteArray copy = table;
+      copy[damaged] = static_cast<char>(copy[damaged] ^ 0x10);
+      QVERIFY(file.open(QIODevice::WriteOnly) && file.write(copy) == copy.size());
+      file.close();
+      bool accepted = true;
+      judgement(path, accepted);
+      QVERIFY2(!accepted, qPrintable(QString::number(damaged)));
+    }
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(table.left(256)) == 256);
+    file.close();
+    bool accepted = true;
+    judgement(path, accepted);
+    QVERIFY(!accepted);
+  }
+
+  void theSinkTableIsAccepted() {
+    const Bench bench;
+    for (const int size : kSizes) {
+      ACCEPTED(bench.save("BN_Apply_ReadTxEDID", size), size);
+    }
+  }
+
+  void theTablesOfAllSlotsAreAcceptedAndDiffer() {
+    const Bench bench;
+    QSet<QByteArray> tables;
+    for (int slot = 0; slot < 7; ++slot) {
+      bench.user.choose("CB_FlashEDID_List", QString::number(slot));
+      for (const int size : kSizes) {
+        const QString path = bench.save("BN_Apply_ReadFlashEDID", size);
+        ACCEPTED(path, size);
+        tables << contentOf(path);
+      }
+    }
+    QCOMPARE(tables.size(), 21);
+  }
+
+  void theDdcTableFollowsTheModeAndIsAccepted_data() {
+    QTest::addColumn<bool>("sinkPresent");
+    QTest::addColumn<QString>("mode");
+    for (const char* mode : {"From Flash", "Follow TX", "Follow USB", "Mixed default and TX"}) {
+      QTest::newRow(mode) << true << mode;
+      QTest::newRow(qPrintable(QStringLiteral("%1, no sink").arg(mode))) << false << mode;
+    }
+  }
+
+  void theDdcTableFollowsTheModeAndIsAccepted() {
+    QFETCH(bool, sinkPresent);
+    QFETCH(QString, mode);
+    if (!sinkPresent) {
+      QCOMPARE(simulator::loadScenario(R"({"sink": {"present": false}})"), std::string());
+    }
+    const Bench bench;
+    bench.user.choose("CB_EDID_Mode", mode);
+    // Without a sink the tables are those that the other rows have judged.
+    for (const int slot : sinkPresent ? QVector<int>{0, 1, 2, 3, 4, 5, 6} : QVector<int>{2}) {
+      bench.user.choose("CB_Current_FlashEDID_List", QString::number(slot));
+      for (const int size : kSizes) {
+        const QString path = bench.save("BN_Apply_Read_DDC_EDID", size);
+        ACCEPTED(path, size);
+        const QByteArray table = contentOf(path);
+        QByteArray other(size, '\0');
+        auto* const buffer = reinterpret_cast<std::uint8_t*>(other.data());
+        QCOMPARE(AT_EDID_Flash_Get_table(static_cast<std::uint8_t>(slot), buffer, static_cast<std::uint32_t>(size)), 0);
+        QCOMPARE(table == other, mode == "From Flash" || (!sinkPresent && mode != "Follow USB"));
+        if (sinkPresent) {
+          QCOMPARE(AT_EDID_Get_TX_table(static_cast<std::uint32_t>(size), buffer), 0);
+          QCOMPARE(table == other, mode == "Follow TX");
+        }
+      }
+    }
+  }
+
+  void aWrittenSlotIsOfferedAsItIs() {
+    const Bench bench;
+    const QString path = bench.directory.filePath("odd.bin");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(100, 'o')) == 100);
+    file.close();
+    bench.answers.chooseFile(path);
+    bench.user.click("BN_Apply_WriteFlashEDID");
+    for (const char* mode : {"Mixed default and TX", "From Flash"}) {
+      bench.user.choose("CB_EDID_Mode", mode);
+      QCOMPARE(contentOf(bench.save("BN_Apply_Read_DDC_EDID", 256)), QByteArray(100, 'o') + QByteArray(156, '\xFF'));
+    }
+  }
+};
+
+QTEST_MAIN(EdidTablesTest)
+#include "edid_tables_test.moc"
