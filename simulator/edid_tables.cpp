@@ -140,7 +140,7 @@ Block abilitiesBlock(const DisplayAbilities& abilities) {
   blocks.add(DataBlocks::kVideo, abilities.formats);
 
   std::vector<std::uint8_t> audio;
-  for (const AudioFormat& format : abilities.audio) {
+  for (const ShortAudio& format : abilities.audio) {
     const auto first = static_cast<std::uint8_t>(format.code << 3 | (format.channels - 1));
     audio.insert(audio.end(), {first, format.rates, format.detail});
   }
@@ -208,12 +208,12 @@ constexpr std::array<std::uint8_t, 3> kHdmiFormats{1, 2, 3};  // 2160p30, 25, 24
 constexpr std::uint8_t kStereo = 0x01;
 constexpr std::uint8_t kSurround51 = 0x0F;
 constexpr std::uint8_t kSurround71 = 0x4F;
-constexpr std::array kStereoAudio{AudioFormat{1, 2, 0x07, 0x07}};
-constexpr std::array kStereo192Audio{AudioFormat{1, 2, 0x7F, 0x07}};
-constexpr std::array kSurroundAudio{AudioFormat{1, 6, 0x07, 0x07}, AudioFormat{2, 6, 0x07, 640 / 8},
-                                    AudioFormat{7, 6, 0x06, 1536 / 8}};
-constexpr std::array kTelevisionAudio{AudioFormat{1, 8, 0x7F, 0x07}, AudioFormat{2, 6, 0x07, 640 / 8},
-                                      AudioFormat{7, 6, 0x06, 1536 / 8}, AudioFormat{10, 8, 0x04, 0x01}};
+constexpr std::array kStereoAudio{ShortAudio{1, 2, 0x07, 0x07}};
+constexpr std::array kStereo192Audio{ShortAudio{1, 2, 0x7F, 0x07}};
+constexpr std::array kSurroundAudio{ShortAudio{1, 6, 0x07, 0x07}, ShortAudio{2, 6, 0x07, 640 / 8},
+                                    ShortAudio{7, 6, 0x06, 1536 / 8}};
+constexpr std::array kTelevisionAudio{ShortAudio{1, 8, 0x7F, 0x07}, ShortAudio{2, 6, 0x07, 640 / 8},
+                                      ShortAudio{7, 6, 0x06, 1536 / 8}, ShortAudio{10, 8, 0x04, 0x01}};
 
 constexpr std::array<Display, 7> kFactoryDisplays{{
     {{"KVR 1080P60", 0x0700, 60, 34, {"1080p60", "720p60"}, 24, 62, 26, 70, 15},

@@ -14,7 +14,7 @@
 namespace simulator {
 
 /// A CTA-861 short audio descriptor.
-struct AudioFormat {
+struct ShortAudio {
   std::uint8_t code;      ///< 1 = LPCM, 2 = AC-3, 7 = DTS, 10 = enhanced AC-3
   std::uint8_t channels;  ///< at most
   std::uint8_t rates;     ///< bit 0 = 32 kHz, then 44.1, 48, 88.2, 96, 176.4, 192 kHz
@@ -41,7 +41,7 @@ struct DisplayAbilities {
   std::span<const std::uint8_t> formats;      ///< VICs
   std::span<const std::uint8_t> moreFormats;  ///< VICs of a second CTA-861 block
   std::span<const std::uint8_t> formats420;   ///< VICs that come as YCbCr 4:2:0 only
-  std::span<const AudioFormat> audio;
+  std::span<const ShortAudio> audio;
   std::uint8_t speakers;                      ///< CTA-861 speaker allocation, first byte
   std::uint16_t tmdsClock;                    ///< HDMI 1.4, MHz; 0 = no HDMI (structure 1.4 then)
   std::span<const std::uint8_t> hdmiFormats;  ///< HDMI's own VICs
