@@ -113,7 +113,7 @@ class DataBlocks {
   enum ExtendedTag : std::uint8_t { kVideoCapability = 0x00, kColorimetry = 0x05, kHdrStatic = 0x06, kVideo420 = 0x0E };
 
   void add(Tag tag, std::span<const std::uint8_t> bytes) {
-    bytes_.push_back(static_cast<std::uint8_t>(tag << 5 | bytes.size()));
+    bytes_.push_back(static_cast<std::uint8_t>(static_cast<std::size_t>(tag) << 5 | bytes.size()));
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
   }
   void add(Tag tag, const std::vector<std::uint8_t>& bytes) { add(tag, std::span(bytes)); }

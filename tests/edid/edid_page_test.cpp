@@ -397,7 +397,7 @@ class EdidPageTest : public QObject {
     bench.chooseSize(512);
     const auto tableOf = [](int slot) {
       QByteArray table = awkwardTable();
-      std::rotate(table.begin(), table.begin() + slot * 61, table.end());
+      std::rotate(table.begin(), table.begin() + qptrdiff{61} * slot, table.end());
       return table;
     };
     for (int slot = 0; slot < 7; ++slot) {

@@ -29,7 +29,7 @@ class EdidTablesTest : public QObject {
     /// Saves with a Read button and gives the file's name.
     QString save(const QString& button, int size) const {
       user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
-      const QString path = directory.filePath("table.bin");
+      QString path = directory.filePath("table.bin");
       QFile::remove(path);
       answers.chooseFile(path);
       user.click(button);
