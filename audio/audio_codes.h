@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+
+/// Texts for what the device reports of the incoming audio.
+namespace audio {
+
+/// What stands for a code without a text.
+inline constexpr QLatin1String kUnknownText{"Unknow"};
+
+QString formatText(std::uint8_t code);
+
+/// Empty for a code without a text, which the page shows at another place.
+std::optional<QString> samplingRateText(std::uint8_t code);
+
+}  // namespace audio

@@ -1,0 +1,478 @@
+#include "app/main_window.h"
+#include "app/program_state.h"
+#include "simulator/sim_control.h"
+#include "tests/support/journal.h"
+#include "tests/support/window_driver.h"
+
+#include <QCheckBox>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTest>
+
+#include <algorithm>
+#include <climits>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+const QStringList kReadOperations{"AT_Audio_Get_HdmiRX_AudioFormat", "AT_Audio_Get_HdmiRX_AudioSamplingRate",
+                                  "AT_Audio_Get_HdmiDPRX_VolumeGain", "AT_Audio_Get_DACHP_Mute",
+                                  "AT_Audio_Get_HPOUTgain"};
+const QStringList kReadFailures{"Read Audio Format...[fail]", "Read Audio Sampling Rate...[fail]",
+                                "Read HDMI RX gain...[fail]", "Read DAC mute...[fail]", "Get HPOut gain...[fail]"};
+
+Bytes gainBytes(int gain) { return {static_cast<std::uint8_t>(gain), static_cast<std::uint8_t>(gain >> 8)}; }
+
+/// What the device answers to the next reads.
+void answer(std::uint8_t format, std::uint8_t rate, int receiverGain, std::uint8_t mute, int headphoneGain,
+            unsigned call = 1, int failingStep = -1, std::int32_t status = -1) {
+  const std::vector<Bytes> bytes{{format}, {rate}, gainBytes(receiverGain), {mute}, gainBytes(headphoneGain)};
+  for (int step = 0; step < kReadOperations.size(); ++step) {
+    simulator::answerCall(kReadOperations[step].toStdString(), call, step == failingStep ? status : 0,
+                          bytes[static_cast<std::size_t>(step)]);
+  }
+}
+
+QStringList shown(const WindowDriver& user) {
+  return {user.text("label_AudioFormat"), user.text("label_AudioSample"),
+          QString::number(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value()),
+          user.widget<QCheckBox>("CB_DACHP_MUTE").isChecked() ? "muted" : "open",
+          QString::number(user.widget<QSlider>("HS_HPOUT_GAIN").value()) + " " +
+              QString::number(user.widget<QSpinBox>("SB_HPOUT_GAIN").value())};
+}
+
+// The debug lines of the program, which QTest would only print.
+QStringList debugLines;
+
+void keepDebugLine(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+  if (type == QtDebugMsg && qstrcmp(context.category, "default") == 0) {
+    debugLines << text;
+  }
+}
+
+}  // namespace
+
+/// The window's friend: puts it back into its construction.
+class MainWindowTest {
+ public:
+  static void setReady(MainWindow& window, bool ready) { window.uiReady = ready; }
+};
+
+class AudioPageTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() {
+    simulator::reset();
+    selectedVid = 0;
+    selectedPid = 0;
+    debugLines.clear();
+    previousHandler_ = qInstallMessageHandler(keepDebugLine);
+  }
+
+  void cleanup() { qInstallMessageHandler(previousHandler_); }
+
+  void theFormWritesNothingToTheDevice() {
+    const MainWindow window;
+    QCOMPARE(journalCalls(), QStringList());
+  }
+
+  void theMuteBoxWritesNothingWhileTheWindowIsMade() {
+    MainWindow window;
+    const WindowDriver user(window);
+    MainWindowTest::setReady(window, false);
+    user.click("CB_DACHP_MUTE");
+    QCOMPARE(journalCalls(), QStringList());
+    MainWindowTest::setReady(window, true);
+    user.click("CB_DACHP_MUTE");
+    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_DACHP_Mute(0)"});
+  }
+
+  void aReadShowsEverythingWithoutAMessage() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    answer(17, 9, -12, 0, -20);
+    user.click("BN_Audio_Read");
+    QCOMPARE(journalOperations(), kReadOperations);
+    QCOMPARE(shown(user), (QStringList{"MAT_ATMOS", "192K", "-12", "open", "-20 -20"}));
+    QCOMPARE(user.message(), "");
+    QCOMPARE(debugLines, QStringList());
+  }
+
+  void withoutASessionTheDeviceIsAskedAllTheSame() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Audio_Read");
+    QCOMPARE(journalOperations(), QStringList{"AT_Audio_Get_HdmiRX_AudioFormat"});
+    QCOMPARE(user.message(), "Read Audio Format...[fail]");
+    simulator::clearJournal();
+    user.widget<QSlider>("HS_HDMIRX_GAIN").setValue(-3);
+    user.widget<QSlider>("HS_HPOUT_GAIN").setValue(-4);
+    user.click("CB_DACHP_MUTE");
+    QCOMPARE(journalCalls(), (QStringList{"AT_Audio_Set_HdmiDPRX_VolumeGain(-3)", "AT_Audio_Set_HPOUTgain(-4)",
+                                          "AT_Audio_Set_DACHP_Mute(1)"}));
+  }
+
+  void aFailureEndsTheRead_data() {
+    QTest::addColumn<int>("step");
+    for (int step = 0; step < kReadOperations.size(); ++step) {
+      QTest::newRow(qPrintable(kReadOperations[step])) << step;
+    }
+  }
+
+  void aFailureEndsTheRead() {
+    QFETCH(int, step);
+    const QStringList before{"DTS", "96K", "5", "muted", "6 6"};
+    const QStringList after{"EAC3", "44.1K", "-7", "open", "-8 -8"};
+    for (const std::int32_t status : {1, -1, INT_MIN, INT_MAX}) {
+      simulator::reset();
+      const MainWindow window;
+      const WindowDriver user(window);
+      answer(4, 8, 5, 1, 6);
+      user.click("BN_Audio_Read");
+      QCOMPARE(shown(user), before);
+      simulator::clearJournal();
+      answer(14, 4, -7, 0, -8, 2, step, status);
+      user.click("BN_Audio_Read");
+      QStringList calls = journalOperations();
+      // The box that the read moved sends its state back.
+      calls.removeAll("AT_Audio_Set_DACHP_Mute");
+      QCOMPARE(calls, kReadOperations.mid(0, step + 1));
+      QCOMPARE(user.message(), kReadFailures[step]);
+      QCOMPARE(shown(user), after.mid(0, step) + before.mid(step));
+    }
+  }
+
+  void aLaterReadThatSucceedsKeepsTheMessage() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Audio_Read");
+    user.click("BN_Connect");
+    user.widget<QLabel>("LB_Message").setText("earlier");
+    user.click("BN_Audio_Read");
+    QCOMPARE(user.text("label_AudioFormat"), "PCM");
+    QCOMPARE(user.message(), "earlier");
+  }
+
+  void everyFormatCodeIsShown() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Connect");
+    const QStringList texts{"DVI",    "No Audio",   "PCM",    "AC3",       "DTS",       "AAC",          "Default",
+                            "Unknow", "Unknow",     "Unknow", "MPEG",      "DTS_HD_MA", "DTS_EXPRESS",  "DTS_CD",
+                            "EAC3",   "EAC3_ATMOS", "MAT",    "MAT_ATMOS", "TRUEHD",    "TRUEHD_ATMOS", "NON_LPCM"};
+    for (int code = 0; code < 256; ++code) {
+      simulator::answerCall("AT_Audio_Get_HdmiRX_AudioFormat", static_cast<unsigned>(code) + 1, 0,
+                            {static_cast<std::uint8_t>(code)});
+      user.click("BN_Audio_Read");
+      QCOMPARE(user.text("label_AudioFormat"), texts.value(code, "Unknow"));
+      QCOMPARE(user.text("label_AudioSample"), "48K");
+    }
+  }
+
+  void anUnknownRateIsShownAsAnUnknownFormat() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Connect");
+    const QStringList texts{"No Audio", "32K",  "64K",  "128K",   "44.1K", "88.2K", "176.4K", "48K",
+                            "96K",      "192K", "256K", "352.8K", "384K",  "512K",  "705.6K", "768K"};
+    for (int code = 0; code < 256; ++code) {
+      simulator::answerCall("AT_Audio_Get_HdmiRX_AudioSamplingRate", static_cast<unsigned>(code) + 1, 0,
+                            {static_cast<std::uint8_t>(code)});
+      user.click("BN_Audio_Read");
+      QCOMPARE(user.text("label_AudioFormat"), code < 16 ? "PCM" : "Unknow");
+      QCOMPARE(user.text("label_AudioSample"), texts.value(code, "768K"));
+    }
+    QCOMPARE(user.message(), "Device Connected");
+  }
+
+  void anUnknownRateBeforeAnyKnownLeavesTheLabel() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    answer(2, 16, 0, 0, 0);
+    user.click("BN_Audio_Read");
+    QCOMPARE(user.text("label_AudioFormat"), "Unknow");
+    QCOMPARE(user.text("label_AudioSample"), "N/A");
+  }
+
+  void gainsAreClampedToTheControls_data() {
+    QTest::addColumn<int>("gain");
+    for (const int gain : {SHRT_MIN, -32767, -256, -129, -128, -73, -72, -71, -51, -50, -49, -1,    0,
+                           1,        11,     12,   13,   29,   30,  31,  127, 128, 255, 256, 32766, SHRT_MAX}) {
+      QTest::newRow(qPrintable(QString::number(gain))) << gain;
+    }
+  }
+
+  void gainsAreClampedToTheControls() {
+    QFETCH(int, gain);
+    const MainWindow window;
+    const WindowDriver user(window);
+    answer(2, 7, gain, 0, gain);
+    user.click("BN_Audio_Read");
+    QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), std::clamp(gain, -72, 30));
+    QCOMPARE(user.widget<QSlider>("HS_HPOUT_GAIN").value(), std::clamp(gain, -50, 12));
+    QCOMPARE(user.widget<QSpinBox>("SB_HPOUT_GAIN").value(), std::clamp(gain, -50, 12));
+    // No gain goes back to the device.
+    QCOMPARE(journalOperations(), kReadOperations);
+  }
+
+  void theReadLeavesTheReceiverSliderWhereItIs() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    auto& slider = user.widget<QSlider>("HS_HDMIRX_GAIN");
+    slider.setValue(10);
+    answer(2, 7, -40, 0, 0);
+    simulator::clearJournal();
+    user.click("BN_Audio_Read");
+    QCOMPARE(slider.value(), 10);
+    QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), -40);
+    QVERIFY(!journalOperations().contains("AT_Audio_Set_HdmiDPRX_VolumeGain"));
+
+    simulator::clearJournal();
+    slider.triggerAction(QAbstractSlider::SliderSingleStepAdd);
+    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HdmiDPRX_VolumeGain(11)"});
+    QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), 11);
+  }
+
+  void everyStepOfADragIsOneWrite_data() {
+    QTest::addColumn<QString>("slider");
+    QTest::addColumn<QString>("spinBox");
+    QTest::addColumn<QString>("call");
+    QTest::newRow("receiver") << "HS_HDMIRX_GAIN"
+                              << "SB_HDMIRX_GAIN"
+                              << "AT_Audio_Set_HdmiDPRX_VolumeGain(%1)";
+    QTest::newRow("headphone") << "HS_HPOUT_GAIN"
+                               << "SB_HPOUT_GAIN"
+                               << "AT_Audio_Set_HPOUTgain(%1)";
+  }
+
+  void everyStepOfADragIsOneWrite() {
+    QFETCH(QString, slider);
+    QFETCH(QString, spinBox);
+    QFETCH(QString, call);
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Connect");
+    simulator::clearJournal();
+    auto& handle = user.widget<QSlider>(slider);
+    QStringList calls;
+    handle.setSliderDown(true);
+    const auto dragTo = [&](int position) {
+      handle.setSliderPosition(position);
+      calls << call.arg(handle.value());
+      QCOMPARE(user.widget<QSpinBox>(spinBox).value(), handle.value());
+    };
+    for (int position = 1; position <= handle.maximum(); ++position) {
+      dragTo(position);
+    }
+    for (int position = handle.maximum() - 1; position >= handle.minimum(); --position) {
+      dragTo(position);
+    }
+    handle.setSliderDown(false);
+    QCOMPARE(journalCalls(), calls);
+    QCOMPARE(user.message(), "Device Connected");
+    QCOMPARE(debugLines.count("HPOut Task"), slider == "HS_HPOUT_GAIN" ? calls.size() : 0);
+  }
+
+  void theSpinBoxesMoveNothing() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    for (const auto& [slider, spinBox] :
+         {std::pair("HS_HDMIRX_GAIN", "SB_HDMIRX_GAIN"), std::pair("HS_HPOUT_GAIN", "SB_HPOUT_GAIN")}) {
+      auto& box = user.widget<QSpinBox>(spinBox);
+      box.setValue(-30);
+      QTest::keyClick(&box, Qt::Key_Up);
+      QCOMPARE(box.value(), -29);
+      QCOMPARE(user.widget<QSlider>(slider).value(), 0);
+    }
+    QCOMPARE(journalCalls(), QStringList());
+  }
+
+  void aReadThatMovesTheHeadphoneSliderWritesNothingBack() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
+    answer(2, 7, 0, 0, -20);
+    user.click("BN_Audio_Read");
+    QCOMPARE(slider.value(), -20);
+    QCOMPARE(journalOperations(), kReadOperations);
+    simulator::clearJournal();
+    slider.setValue(-19);
+    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HPOUTgain(-19)"});
+    QCOMPARE(debugLines, QStringList{"HPOut Task"});
+  }
+
+  // The slider stands where the read puts it: its next move is taken for ours.
+  void aReadThatMovesNothingSwallowsTheNextMove_data() {
+    QTest::addColumn<int>("position");
+    QTest::addColumn<int>("gain");
+    QTest::addColumn<int>("reads");
+    QTest::newRow("same gain") << 0 << 0 << 1;
+    QTest::newRow("same gain, negative") << -33 << -33 << 1;
+    QTest::newRow("same gain, several reads") << 5 << 5 << 3;
+    QTest::newRow("clamped to the upper end") << 12 << 30 << 1;
+    QTest::newRow("clamped to the lower end") << -50 << SHRT_MIN << 2;
+  }
+
+  void aReadThatMovesNothingSwallowsTheNextMove() {
+    QFETCH(int, position);
+    QFETCH(int, gain);
+    QFETCH(int, reads);
+    const MainWindow window;
+    const WindowDriver user(window);
+    auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
+    slider.setValue(position);
+    for (int read = 1; read <= reads; ++read) {
+      answer(2, 7, 0, 0, gain, static_cast<unsigned>(read));
+      user.click("BN_Audio_Read");
+    }
+    simulator::clearJournal();
+    debugLines.clear();
+
+    slider.setValue(-10);
+    QCOMPARE(journalCalls(), QStringList());
+    QCOMPARE(debugLines, QStringList());
+    QCOMPARE(user.widget<QSpinBox>("SB_HPOUT_GAIN").value(), -10);
+    slider.setValue(-11);
+    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HPOUTgain(-11)"});
+  }
+
+  void theSwallowedMoveMayBeThatOfALaterRead() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    answer(2, 7, 0, 0, 0, 1);
+    user.click("BN_Audio_Read");
+    answer(2, 7, 0, 0, 7, 2);
+    user.click("BN_Audio_Read");
+    simulator::clearJournal();
+    user.widget<QSlider>("HS_HPOUT_GAIN").setValue(8);
+    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HPOUTgain(8)"});
+  }
+
+  void aReadThatFailsEarlierSwallowsNothing() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    for (int step = 0; step < kReadOperations.size(); ++step) {
+      simulator::reset();
+      answer(2, 7, 0, 0, 0, 1, step);
+      user.click("BN_Audio_Read");
+      simulator::clearJournal();
+      user.widget<QSlider>("HS_HPOUT_GAIN").setValue(step + 1);
+      QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_Audio_Set_HPOUTgain(%1)").arg(step + 1)});
+    }
+  }
+
+  void aFailedHeadphoneWriteIsReportedAndNotTakenBack() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Connect");
+    auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
+    unsigned call = 0;
+    for (const std::int32_t status : {1, -1, INT_MIN, INT_MAX}) {
+      user.widget<QLabel>("LB_Message").setText("before");
+      simulator::failCall("AT_Audio_Set_HPOUTgain", ++call, status);
+      slider.setValue(static_cast<int>(call));
+      QCOMPARE(user.message(), "Audio Set HPOut gain...[fail]");
+      QCOMPARE(slider.value(), static_cast<int>(call));
+      QCOMPARE(user.widget<QSpinBox>("SB_HPOUT_GAIN").value(), static_cast<int>(call));
+    }
+    // A success says nothing.
+    slider.setValue(-1);
+    QCOMPARE(user.message(), "Audio Set HPOut gain...[fail]");
+  }
+
+  void otherFailedWritesAreNotReported() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Connect");
+    for (const char* operation : {"AT_Audio_Set_HdmiDPRX_VolumeGain", "AT_Audio_Set_DACHP_Mute"}) {
+      simulator::failCall(operation, 1, -1, 0);
+    }
+    user.widget<QSlider>("HS_HDMIRX_GAIN").setValue(-72);
+    user.click("CB_DACHP_MUTE");
+    QCOMPARE(user.message(), "Device Connected");
+    QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), -72);
+    QVERIFY(user.widget<QCheckBox>("CB_DACHP_MUTE").isChecked());
+  }
+
+  void theMuteBoxWritesItsState() {
+    MainWindow window;
+    const WindowDriver user(window);
+    user.click("CB_DACHP_MUTE");
+    user.click("CB_DACHP_MUTE");
+    for (const int state : {2, 1, 0, -1, 3}) {
+      QVERIFY(QMetaObject::invokeMethod(&window, "slot_CheckBoxStateChanged", Q_ARG(int, state)));
+    }
+    QCOMPARE(journalCalls(),
+             (QStringList{"AT_Audio_Set_DACHP_Mute(1)", "AT_Audio_Set_DACHP_Mute(0)", "AT_Audio_Set_DACHP_Mute(1)",
+                          "AT_Audio_Set_DACHP_Mute(0)", "AT_Audio_Set_DACHP_Mute(0)", "AT_Audio_Set_DACHP_Mute(0)",
+                          "AT_Audio_Set_DACHP_Mute(0)"}));
+  }
+
+  void aReadThatMovesTheMuteBoxEchoesItAtOnce_data() {
+    QTest::addColumn<bool>("checked");
+    QTest::addColumn<int>("mute");
+    QTest::addColumn<QString>("echo");
+    QTest::newRow("stays open") << false << 0 << "";
+    QTest::newRow("gets muted") << false << 1 << "AT_Audio_Set_DACHP_Mute(1)";
+    QTest::newRow("gets muted by 2") << false << 2 << "AT_Audio_Set_DACHP_Mute(1)";
+    QTest::newRow("gets muted by 255") << false << 255 << "AT_Audio_Set_DACHP_Mute(1)";
+    QTest::newRow("stays muted") << true << 1 << "";
+    QTest::newRow("stays muted by 128") << true << 128 << "";
+    QTest::newRow("opens") << true << 0 << "AT_Audio_Set_DACHP_Mute(0)";
+  }
+
+  void aReadThatMovesTheMuteBoxEchoesItAtOnce() {
+    QFETCH(bool, checked);
+    QFETCH(int, mute);
+    QFETCH(QString, echo);
+    const MainWindow window;
+    const WindowDriver user(window);
+    auto& box = user.widget<QCheckBox>("CB_DACHP_MUTE");
+    box.setChecked(checked);
+    answer(2, 7, 0, static_cast<std::uint8_t>(mute), 0);
+    simulator::clearJournal();
+    user.click("BN_Audio_Read");
+    QCOMPARE(box.isChecked(), mute != 0);
+    QStringList calls;
+    for (const QString& operation : kReadOperations) {
+      calls << operation + "()";
+    }
+    if (!echo.isEmpty()) {
+      calls.insert(4, echo);
+    }
+    QCOMPARE(journalCalls(), calls);
+  }
+
+  void aMuteByteLeftUntouchedCountsAsOpen() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Connect");
+    user.click("CB_DACHP_MUTE");
+    simulator::answerCall("AT_Audio_Get_DACHP_Mute", 1, 0, {});
+    user.click("BN_Audio_Read");
+    QVERIFY(!user.widget<QCheckBox>("CB_DACHP_MUTE").isChecked());
+  }
+
+  void theDeviceKeepsWhatThePageSets() {
+    const MainWindow window;
+    const WindowDriver user(window);
+    user.click("BN_Connect");
+    user.widget<QSlider>("HS_HDMIRX_GAIN").setValue(-72);
+    user.widget<QSlider>("HS_HPOUT_GAIN").setValue(-50);
+    user.click("CB_DACHP_MUTE");
+
+    // A second window knows nothing but what it reads.
+    const MainWindow other;
+    const WindowDriver reader(other);
+    reader.click("BN_Audio_Read");
+    QCOMPARE(shown(reader), (QStringList{"PCM", "48K", "-72", "muted", "-50 -50"}));
+  }
+
+ private:
+  QtMessageHandler previousHandler_ = nullptr;
+};
+
+QTEST_MAIN(AudioPageTest)
+#include "audio_page_test.moc"
