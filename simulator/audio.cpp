@@ -10,8 +10,12 @@ constexpr std::array<std::string_view, 5> kAudioKeys{"format", "samplingRate", "
 
 void Audio::configure(const Section& scenario) {
   if (const auto audio = scenario.section("audio", kAudioKeys)) {
-    format_ = static_cast<std::uint8_t>(audio->integer("format", 0, 255).value_or(format_));
-    samplingRate_ = static_cast<std::uint8_t>(audio->integer("samplingRate", 0, 255).value_or(samplingRate_));
+    if (const auto format = audio->integer("format", 0, 255)) {
+      format_ = static_cast<std::uint8_t>(*format);
+    }
+    if (const auto rate = audio->integer("samplingRate", 0, 255)) {
+      samplingRate_ = static_cast<std::uint8_t>(*rate);
+    }
     settings_.receiverGain =
         static_cast<std::int16_t>(audio->integer("receiverGain", -32768, 32767).value_or(settings_.receiverGain));
     settings_.headphoneGain =
@@ -21,23 +25,11 @@ void Audio::configure(const Section& scenario) {
 }
 
 std::uint8_t Audio::format(const Signal& signal) const {
-  constexpr std::uint8_t kDvi = 0, kNoAudio = 1;
-  switch (signal.link) {
-    case Link::kNone:
-      return kNoAudio;
-    case Link::kDvi:
-      return kDvi;
-    case Link::kTmds:
-    case Link::kFrl:
-    case Link::kDisplayPort:
-      break;
-  }
-  return format_;
+  return signal.hasAudio() && format_ ? *format_ : static_cast<std::uint8_t>(signal.audioFormat);
 }
 
 std::uint8_t Audio::samplingRate(const Signal& signal) const {
-  constexpr std::uint8_t kNoAudio = 0;
-  return signal.link == Link::kNone || signal.link == Link::kDvi ? kNoAudio : samplingRate_;
+  return signal.hasAudio() && samplingRate_ ? *samplingRate_ : static_cast<std::uint8_t>(signal.samplingRate);
 }
 
 }  // namespace simulator

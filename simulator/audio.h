@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 namespace simulator {
 
@@ -15,7 +16,8 @@ class Audio {
   void configure(const Section& scenario);
   void restoreDefaults() { settings_ = Settings(); }
 
-  /// Codes of AT_Audio_Get_HdmiRX_AudioFormat and ..._AudioSamplingRate.
+  /// Codes of AT_Audio_Get_HdmiRX_AudioFormat and ..._AudioSamplingRate: the
+  /// signal's own, or the scenario's where the signal has audio at all.
   std::uint8_t format(const Signal& signal) const;
   std::uint8_t samplingRate(const Signal& signal) const;
 
@@ -27,8 +29,8 @@ class Audio {
   Settings& settings() { return settings_; }
 
  private:
-  std::uint8_t format_ = 2;        // PCM
-  std::uint8_t samplingRate_ = 7;  // 48K
+  std::optional<std::uint8_t> format_;
+  std::optional<std::uint8_t> samplingRate_;
   Settings settings_;
 };
 

@@ -48,18 +48,21 @@ void Receiver::configure(const Section& scenario) {
       const std::string_view input = kSourceNames[source];
       if (const auto index = inputs->choice(input, signalNames())) {
         const Signal& signal = signalTable()[*index];
-        const bool displayPort = signal.link == Link::kDisplayPort;
-        if (signal.link != Link::kNone && displayPort != (source == kDp)) {
+        if (!carries(source, signal)) {
           inputs->fail(input, "cannot be \"" + std::string(signal.name) + "\", which travels over " +
-                                  (displayPort ? "DP" : "HDMI"));
+                                  (source == kHdmi ? "DP" : "HDMI"));
         }
-        inputs_[source] = &signal;
+        feed(source, signal);
       }
     }
     if (const auto index = inputs->choice("source", kSourceNames)) {
       source_ = static_cast<Source>(*index);
     }
   }
+}
+
+bool Receiver::carries(Source source, const Signal& signal) {
+  return signal.link == Link::kNone || (signal.link == Link::kDisplayPort) == (source == kDp);
 }
 
 void Receiver::restoreDefaults() {

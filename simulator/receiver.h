@@ -22,6 +22,11 @@ class Receiver {
   Source source() const { return source_; }
   void selectSource(Source source) { source_ = source; }
 
+  /// Whether the signal travels over that input's cable; no signal always does.
+  static bool carries(Source source, const Signal& signal);
+  /// Changes what arrives at an input that carries the signal.
+  void feed(Source source, const Signal& signal) { inputs_[source] = &signal; }
+
   /// A source that sees no hot-plug sends nothing; the line is HDMI's only.
   void setHotPlug(bool on) { hotPlug_ = on; }
 

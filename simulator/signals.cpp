@@ -24,7 +24,8 @@ constexpr auto kFull = ColorRange::kFull;
 
 // Rates of 59.94 Hz are those of 60 Hz times 1000/1001.
 constexpr std::array kSignals{
-    Signal{"none", Link::kNone, kNothing, kNothing, 0, false, 0, kRgb, k8bit, kAnyRange, 0, 0, Hdcp::kNone, Hdr::kSdr},
+    Signal{"none", Link::kNone, kNothing, kNothing, 0, false, 0, kRgb, k8bit, kAnyRange, 0, 0, Hdcp::kNone, Hdr::kSdr,
+           AudioFormat::kNone, SamplingRate::kNone},
     // VIC 1 and DMT 04h.
     Signal{"480p60-dvi",
            Link::kDvi,
@@ -39,7 +40,9 @@ constexpr std::array kSignals{
            0,
            0,
            Hdcp::kNone,
-           Hdr::kSdr},
+           Hdr::kSdr,
+           AudioFormat::kDvi,
+           SamplingRate::kNone},
     // VIC 3 and 18.
     Signal{"480p59.94",
            Link::kTmds,
@@ -68,7 +71,8 @@ constexpr std::array kSignals{
            1,
            0,
            Hdcp::k1x,
-           Hdr::kSdr},
+           Hdr::kSdr,
+           AudioFormat::kAc3},
     // VIC 4.
     Signal{"720p60",
            Link::kTmds,
@@ -97,23 +101,24 @@ constexpr std::array kSignals{
            2,
            0,
            Hdcp::k1x,
-           Hdr::kSdr},
+           Hdr::kSdr,
+           AudioFormat::kAc3},
     Signal{"1080p24", Link::kTmds, k1920At24, k1080Lines, 1125, false, 74'250'000, kYuv444, k12bit, kLimited, 2, 0,
-           Hdcp::k1x, Hdr::kSdr},
+           Hdcp::k1x, Hdr::kSdr, AudioFormat::kDtsHdMa},
     Signal{"1080p50", Link::kTmds, k1920At50, k1080Lines, 1125, false, 148'500'000, kYuv444, k8bit, kLimited, 2, 0,
            Hdcp::k1x, Hdr::kSdr},
     Signal{"1080p60", Link::kTmds, k1920At60, k1080Lines, 1125, false, 148'500'000, kRgb, k8bit, kLimited, 0, 0,
            Hdcp::k1x, Hdr::kSdr},
     Signal{"1080p120", Link::kTmds, k1920At60, k1080Lines, 1125, false, 297'000'000, kRgb, k8bit, kFull, 0, 0,
-           Hdcp::kNone, Hdr::kSdr},
+           Hdcp::kNone, Hdr::kSdr, AudioFormat::kPcm, SamplingRate::k44100},
     Signal{"2160p24-dolby-vision", Link::kTmds, k3840At24, k2160Lines, 2250, false, 297'000'000, kRgb, k8bit, kFull, 0,
-           0, Hdcp::k2x, Hdr::kDolbyVision},
+           0, Hdcp::k2x, Hdr::kDolbyVision, AudioFormat::kTrueHdAtmos},
     Signal{"2160p60-dolby-vision-ll", Link::kTmds, k3840At60, k2160Lines, 2250, false, 594'000'000, kYuv422, k12bit,
-           kLimited, 3, 6, Hdcp::k2x, Hdr::kDolbyVisionLowLatency},
+           kLimited, 3, 6, Hdcp::k2x, Hdr::kDolbyVisionLowLatency, AudioFormat::kEac3Atmos},
     Signal{"2160p30", Link::kTmds, k3840At60, k2160Lines, 2250, false, 297'000'000, kRgb, k8bit, kLimited, 0, 0,
            Hdcp::k1x, Hdr::kSdr},
     Signal{"2160p59.94-hlg", Link::kTmds, k3840At60, k2160Lines, 2250, false, 593'406'593, kYuv422, k10bit, kLimited, 3,
-           6, Hdcp::k2x, Hdr::kHlg},
+           6, Hdcp::k2x, Hdr::kHlg, AudioFormat::kEac3},
     Signal{"2160p60-420", Link::kTmds, k3840At60, k2160Lines, 2250, false, 594'000'000, kYuv420, k8bit, kLimited, 2, 0,
            Hdcp::k2x, Hdr::kSdr},
     Signal{"2160p60-hdr10", Link::kTmds, k3840At60, k2160Lines, 2250, false, 594'000'000, kYuv420, k10bit, kLimited, 3,
@@ -122,7 +127,7 @@ constexpr std::array kSignals{
            3, 6, Hdcp::k2x, Hdr::kHdr10Plus},
     // VIC 118, more than TMDS carries.
     Signal{"2160p120", Link::kFrl, k3840At60, k2160Lines, 2250, false, 1'188'000'000, kRgb, k10bit, kFull, 3, 6,
-           Hdcp::k2x, Hdr::kHdr10},
+           Hdcp::k2x, Hdr::kHdr10, AudioFormat::kPcm, SamplingRate::k96000},
     // DMT 44h, reduced blanking.
     Signal{"1200p60",
            Link::kDisplayPort,
@@ -152,7 +157,9 @@ constexpr std::array kSignals{
            0,
            0,
            Hdcp::kNone,
-           Hdr::kSdr},
+           Hdr::kSdr,
+           AudioFormat::kPcm,
+           SamplingRate::k192000},
 };
 
 constexpr auto kNames = [] {

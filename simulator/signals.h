@@ -34,6 +34,19 @@ enum class Hdr : std::uint8_t {
   kDolbyVisionVsem = 0x32,
 };
 
+/// Codes of the audio that comes with a signal.
+enum class AudioFormat : std::uint8_t {
+  kDvi = 0,  ///< a link without audio
+  kNone = 1,
+  kPcm = 2,
+  kAc3 = 3,
+  kDtsHdMa = 11,
+  kEac3 = 14,
+  kEac3Atmos = 15,
+  kTrueHdAtmos = 19,
+};
+enum class SamplingRate : std::uint8_t { kNone = 0, k44100 = 4, k48000 = 7, k96000 = 8, k192000 = 9 };
+
 /// One direction of a timing, in pixels or lines, in their order on the wire
 /// from the end of the active part.
 struct Axis {
@@ -58,11 +71,14 @@ struct Signal {
   std::uint8_t extColorimetry;  ///< AVI InfoFrame EC: 5 BT.2020 cYCC, 6 BT.2020 RGB or YCC
   Hdcp hdcp;
   Hdr hdr;
+  AudioFormat audioFormat = AudioFormat::kPcm;
+  SamplingRate samplingRate = SamplingRate::k48000;
 
   constexpr std::uint16_t hTotal() const {
     return static_cast<std::uint16_t>(horizontal.active + horizontal.frontPorch + horizontal.sync +
                                       horizontal.backPorch);
   }
+  constexpr bool hasAudio() const { return samplingRate != SamplingRate::kNone; }
   /// Fields (interlaced) or frames (progressive) per second, in hundredths.
   std::uint32_t rateX100() const;
   /// Lines per second, in units of 10 Hz.

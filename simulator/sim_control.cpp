@@ -2,6 +2,7 @@
 
 #include "simulator/library.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace simulator {
@@ -79,6 +80,22 @@ void setGpioPin(std::uint8_t group, std::uint8_t pin, std::uint8_t value) {
     }
     *found = value;
   });
+}
+
+std::vector<std::string> knownSignals() { return {signalNames().begin(), signalNames().end()}; }
+
+void feedSignal(Input input, const std::string& signal) {
+  const auto source = input == Input::kDp ? Receiver::kDp : Receiver::kHdmi;
+  const auto found = std::find_if(signalTable().begin(), signalTable().end(),
+                                  [&](const Signal& known) { return known.name == signal; });
+  if (found == signalTable().end() || !Receiver::carries(source, *found)) {
+    throw std::invalid_argument("no signal " + signal + " for that input");
+  }
+  Library::instance().withDevice([&](Device& device) { device.receiver.feed(source, *found); });
+}
+
+void attachSink(bool present) {
+  Library::instance().withDevice([present](Device& device) { device.transmitter.setSinkPresent(present); });
 }
 
 }  // namespace simulator

@@ -89,4 +89,19 @@ SIMULATOR_API void programEeprom(std::uint8_t address, std::size_t offset, const
 /// @throws std::invalid_argument for another group or pin
 SIMULATOR_API void setGpioPin(std::uint8_t group, std::uint8_t pin, std::uint8_t value);
 
+// ---- Video and audio -----------------------------------------------------
+
+enum class Input { kHdmi, kDp };
+
+/// Names of all signals, "none" among them.
+SIMULATOR_API std::vector<std::string> knownSignals();
+
+/// Lets the source at an input send another signal; "none" = nothing.
+/// @throws std::invalid_argument for an unknown signal, and for one that the
+///         input does not carry (HDMI signals at DP and the reverse)
+SIMULATOR_API void feedSignal(Input input, const std::string& signal);
+
+/// Plugs the sink at the transmitter in or out.
+SIMULATOR_API void attachSink(bool present);
+
 }  // namespace simulator

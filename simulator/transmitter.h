@@ -15,6 +15,7 @@ class Transmitter {
   void restoreDefaults() { hdcpOn_ = true; }
 
   bool sinkPresent() const { return sinkPresent_; }
+  void setSinkPresent(bool present) { sinkPresent_ = present; }
   void setHdcp(bool on) { hdcpOn_ = on; }
   /// What the transmitter uses towards the sink: off when switched off, else
   /// what the incoming signal asks for; nothing without a sink.
