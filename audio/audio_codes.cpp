@@ -19,7 +19,7 @@ constexpr std::array kSamplingRates{"No Audio", "32K",  "64K",  "128K",   "44.1K
 
 }  // namespace
 
-QString formatText(std::uint8_t code) { return device::codeText(kFormats, code, kUnknownText.data()); }
+QString formatText(std::uint8_t code) { return device::codeText(kFormats, code, kUnknownText); }
 
 std::optional<QString> samplingRateText(std::uint8_t code) {
   if (code >= kSamplingRates.size()) {

@@ -9,7 +9,7 @@
 namespace audio {
 
 /// What stands for a code without a text.
-inline constexpr QLatin1String kUnknownText{"Unknow"};
+inline constexpr const char* kUnknownText = "Unknow";
 
 QString formatText(std::uint8_t code);
 

@@ -22,7 +22,7 @@ void MainWindow::slot_Read_AudioInfo() {
     ui->label_AudioSample->setText(*text);
   } else {
     // A rate without a text makes the format unknown, too; the rate shown last stays.
-    ui->label_AudioFormat->setText(audio::kUnknownText);
+    ui->label_AudioFormat->setText(QLatin1String(audio::kUnknownText));
   }
 
   std::int16_t gain = 0;

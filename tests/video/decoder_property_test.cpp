@@ -35,7 +35,9 @@ struct CodeDecoder {
   std::uint64_t other = 0;
 };
 
-QString samplingRateOrUnknown(std::uint8_t code) { return audio::samplingRateText(code).value_or(audio::kUnknownText); }
+QString samplingRateOrUnknown(std::uint8_t code) {
+  return audio::samplingRateText(code).value_or(QLatin1String(audio::kUnknownText));
+}
 
 std::vector<CodeDecoder> codeDecoders() {
   return {

@@ -1,0 +1,25 @@
+/// @file
+/// What a fuzz target defines and may use.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+/// Runs the target on one input. Returns 0; a breach ends the process.
+// The name and the signature are the fuzzer's.
+// NOLINTNEXTLINE(readability-identifier-naming)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace fuzz {
+
+/// Ends the process, as a sanitizer would, unless `holds`.
+inline void require(bool holds, const char* what) {
+  if (!holds) {
+    std::fprintf(stderr, "breach: %s\n", what);
+    std::abort();
+  }
+}
+
+}  // namespace fuzz
