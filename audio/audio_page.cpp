@@ -63,6 +63,7 @@ void MainWindow::slot_setHPOut_Gain(int gain) {
   }
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the device
 void MainWindow::slot_CheckBoxStateChanged(int state) {
   if (!uiReady) {
     return;

@@ -8,8 +8,6 @@
 #include <cstdlib>
 
 /// Runs the target on one input. Returns 0; a breach ends the process.
-// The name and the signature are the fuzzer's.
-// NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzz {

@@ -107,7 +107,7 @@ class Program {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static Program* const program = new Program;
+  static auto* const program = new Program;
   simulator::reset();
   simulator::useVirtualTime();
   Input input({data, size});

@@ -178,8 +178,8 @@ class OneStoryTest : public QObject {
     QFETCH(QString, uvc);
     QFETCH(QString, hdcp);
     QFETCH(QString, audio);
-    const std::string name = QTest::currentDataTag();
-    QCOMPARE(simulator::loadScenario("{\"signal\": \"" + name + "\"}"), std::string());
+    const QString scenario = QStringLiteral(R"({"signal": "%1"})").arg(QTest::currentDataTag());
+    QCOMPARE(simulator::loadScenario(scenario.toStdString()), std::string());
     const MainWindow window;
     const WindowDriver user(window);
     connectDevice(user);
