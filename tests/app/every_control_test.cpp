@@ -317,10 +317,7 @@ const QSet<QString> kNotBuilt{// External MCU upgrade.
                               "BN_Browse_ExtMCU", "BN_Browse_ExtMCU_QX", "BN_Apply_ExtMCU", "BN_Apply_ExtMCU_QX",
                               // Capture firmware and provisioning.
                               "BN_SN_Read", "BN_SN_Set", "BN_Browse_Key", "BN_Browse_Cap", "BN_Browse_Cap_QX",
-                              "BN_Apply_CapMCU", "BN_Apply_CapMCU_QX", "BN_Apply_Reset", "BN_Apply_Reboot",
-                              // Video and audio.
-                              "RB_Src_HDMI", "RB_Src_DP", "BN_RX_HPD_ON", "BN_RX_HPD_OFF", "BN_Video_Read",
-                              "BN_Audio_Read", "HS_HDMIRX_GAIN", "HS_HPOUT_GAIN", "CB_DACHP_MUTE"};
+                              "BN_Apply_CapMCU", "BN_Apply_CapMCU_QX", "BN_Apply_Reset", "BN_Apply_Reboot"};
 
 }  // namespace
 

@@ -255,12 +255,12 @@ class OneStoryTest : public QObject {
     const MainWindow window;
     const WindowDriver user(window);
     connectDevice(user);
-    QCOMPARE(AT_SetHDMI_HDCP_OnOff(0), 0);
+    user.click("RB_TX_HDCP_OFF");
     const Story off = readEveryPage(user);
     QCOMPARE(off.hdcp, "HDCP1.3/1.4 HDCP OFF");
     QVERIFY(user.widget<QRadioButton>("RB_TX_HDCP_OFF").isChecked());
     QCOMPARE(off.uvc, "YUYV 1920x1080@60");
-    QCOMPARE(AT_SetHDMI_HDCP_OnOff(1), 0);
+    user.click("RB_TX_HDCP_ON");
     QCOMPARE(readEveryPage(user).hdcp, "HDCP1.3/1.4 HDCP1.3/1.4");
     QVERIFY(user.widget<QRadioButton>("RB_TX_HDCP_ON").isChecked());
   }
