@@ -50,6 +50,7 @@ void Device::powerCycle() {
   calibrationEeprom.powerCycle();
   sensor.powerCycle();
   gpio.powerCycle();
+  flash.powerCycle();
 }
 
 void Device::restoreDefaults() {
@@ -57,6 +58,7 @@ void Device::restoreDefaults() {
   transmitter.restoreDefaults();
   audio.restoreDefaults();
   edid.restoreDefaults();
+  gpio.restoreDefaults();
 }
 
 }  // namespace simulator

@@ -4,15 +4,48 @@
 #include "simulator/library.h"
 #include "simulator/status.h"
 
-#include <algorithm>
+#include <optional>
 #include <utility>
 
 using simulator::CaptureFlash;
 using simulator::Device;
 using simulator::Library;
 
+namespace {
+
+/// Tells the caller of a burn how far it is.
+class Reporter {
+ public:
+  explicit Reporter(RTICE_ProgressCallback callback)
+      : callback_(callback), replaced_(Library::instance().burnControl().replacedReports()) {
+    if (replaced_) {
+      for (const float percent : *replaced_) {
+        send(percent);
+      }
+    }
+  }
+
+  void report(float percent) {
+    if (!replaced_) {
+      send(percent);
+    }
+  }
+
+ private:
+  void send(float percent) {
+    callback_(percent);
+    Library::instance().burnControl().reported(++reports_);
+  }
+
+  RTICE_ProgressCallback callback_;
+  std::optional<std::vector<float>> replaced_;
+  unsigned reports_ = 0;
+};
+
+}  // namespace
+
 int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
-  return Library::instance().longCall({__func__, simulator::quoted(path)}, [&](Library::LongCall& burn) {
+  return Library::instance().longCall({__func__, simulator::quoted(path)}, [&](Library::LongCall& call) {
     if (!path || !progress) {
       return simulator::kInvalidArgument;
     }
@@ -20,37 +53,44 @@ int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
     if (!image) {
       return simulator::kBadFile;
     }
-    int32_t status = burn.step([](Device& device) {
-      if (device.flash.isBurning()) {
+    unsigned burn = 0;
+    bool isDone = false;
+    float percent = 0;
+    std::chrono::milliseconds stepTime{};
+    const auto look = [&](const CaptureFlash& flash) {
+      isDone = flash.isDone();
+      percent = flash.percent();
+      stepTime = flash.stepTime();
+      return simulator::kOk;
+    };
+
+    int32_t status = call.step([&](Device& device) {
+      const auto begun = device.flash.beginBurn(std::move(*image));
+      if (!begun) {
         return simulator::kBusy;
       }
-      device.flash.beginBurn();
-      return simulator::kOk;
+      burn = *begun;
+      return look(device.flash);
     });
     if (status != simulator::kOk) {
       return status;
     }
-    progress(0.0F);
-    burn.wait(CaptureFlash::kEraseTime);
-
-    for (std::size_t done = 0; done < image->size() && status == simulator::kOk;) {
-      burn.wait(CaptureFlash::kPieceTime);
-      // Each piece fails when the device has gone meanwhile.
-      status = burn.step([](Device&) { return simulator::kOk; });
+    Reporter reporter(progress);
+    reporter.report(percent);
+    while (status == simulator::kOk && !isDone) {
+      call.wait(stepTime);
+      status = call.step([&](Device& device) {
+        const int32_t result = device.flash.step(burn);
+        return result == simulator::kOk ? look(device.flash) : result;
+      });
       if (status == simulator::kOk) {
-        done = std::min(done + CaptureFlash::kPieceSize, image->size());
-        progress(static_cast<float>(done) * 100.0F / static_cast<float>(image->size()));
+        reporter.report(percent);
       }
     }
     if (status == simulator::kOk) {
-      status = burn.step([&image](Device& device) {
-        device.flash.finishBurn(std::move(*image));
-        return simulator::kOk;
-      });
+      status = call.step([&](Device& device) { return device.flash.finishBurn(burn); });
     }
-    if (status != simulator::kOk) {
-      burn.cleanUp([](Device& device) { device.flash.abandonBurn(); });
-    }
+    call.cleanUp([&](Device& device) { device.flash.abandonBurn(burn); });
     return status;
   });
 }

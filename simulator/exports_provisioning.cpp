@@ -22,6 +22,7 @@ int32_t burnHDCP(const char* path) {
       return simulator::kBadFile;
     }
     device.provisioning.storeKey(std::move(*key));
+    device.spend(Provisioning::kKeyTime);
     return simulator::kOk;
   });
 }

@@ -16,6 +16,7 @@ class Gpio {
     return group < kGroups && index < kPins ? &pins_[group][index] : nullptr;
   }
   void powerCycle() { pins_ = {}; }
+  void restoreDefaults() { pins_ = {}; }
 
  private:
   std::array<std::array<std::uint8_t, kPins>, kGroups> pins_{};

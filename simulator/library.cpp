@@ -42,6 +42,7 @@ void Library::install(Scenario scenario) {
   session_ = Session();
   calls_ = 0;
   journal_.clear();
+  burnControl_.reset();
   scenarioFailed_ = false;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/burn_control.h"
 #include "simulator/device_model.h"
 #include "simulator/run_plan.h"
 #include "simulator/session.h"
@@ -53,6 +54,7 @@ class Library {
   void clearJournal();
   void addFault(FaultPlan::Fault fault);
   void withDevice(const std::function<void(Device&)>& action);
+  BurnControl& burnControl() { return burnControl_; }
 
  private:
   using DevicePointer = std::shared_ptr<Device>;
@@ -80,6 +82,7 @@ class Library {
   std::mutex oneCall_;
   mutable std::mutex state_;
 
+  BurnControl burnControl_;
   DevicePointer device_;
   RunPlan plan_;
   Session session_;

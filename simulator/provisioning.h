@@ -2,6 +2,7 @@
 
 #include "simulator/scenario_tree.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,11 +15,13 @@ class Provisioning {
  public:
   static constexpr std::size_t kMaxSerialNumber = 100;
   static constexpr std::size_t kMaxKeySize = std::size_t{64} * 1024;
+  static constexpr std::chrono::milliseconds kKeyTime{300};
 
   void configure(const Section& scenario);
 
   const std::string& serialNumber() const { return serialNumber_; }
   void setSerialNumber(std::string serialNumber) { serialNumber_ = std::move(serialNumber); }
+  const std::vector<std::uint8_t>& key() const { return key_; }
   void storeKey(std::vector<std::uint8_t> key) { key_ = std::move(key); }
 
  private:

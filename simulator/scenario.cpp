@@ -24,6 +24,7 @@ std::vector<std::string_view> knownKeys() {
   add(Audio::kKeys);
   add(EdidStore::kKeys);
   add(ExternalMcu::kKeys);
+  add(CaptureFlash::kKeys);
   add(RunPlan::kKeys);
   add(FaultPlan::kKeys);
   return keys;

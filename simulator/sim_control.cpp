@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace simulator {
 namespace {
@@ -96,6 +97,28 @@ void feedSignal(Input input, const std::string& signal) {
 
 void attachSink(bool present) {
   Library::instance().withDevice([present](Device& device) { device.transmitter.setSinkPresent(present); });
+}
+
+void holdBurns(unsigned reports) { Library::instance().burnControl().hold(reports); }
+
+void releaseBurns() { Library::instance().burnControl().release(); }
+
+unsigned heldBurns() { return Library::instance().burnControl().held(); }
+
+void reportDuringBurns(std::vector<float> percents) {
+  Library::instance().burnControl().replaceReports(std::move(percents));
+}
+
+std::vector<std::uint8_t> captureFlash() {
+  std::vector<std::uint8_t> content;
+  Library::instance().withDevice([&content](const Device& device) { content = device.flash.content(); });
+  return content;
+}
+
+std::vector<std::uint8_t> hdcpKey() {
+  std::vector<std::uint8_t> key;
+  Library::instance().withDevice([&key](const Device& device) { key = device.provisioning.key(); });
+  return key;
 }
 
 }  // namespace simulator

@@ -104,4 +104,22 @@ SIMULATOR_API void feedSignal(Input input, const std::string& signal);
 /// Plugs the sink at the transmitter in or out.
 SIMULATOR_API void attachSink(bool present);
 
+// ---- Capture flash and key store -----------------------------------------
+
+/// Lets each burn wait once it has reported its progress `reports` times, until
+/// a call with a larger number, `releaseBurns` or `reset`. The device serves
+/// other calls meanwhile.
+SIMULATOR_API void holdBurns(unsigned reports);
+SIMULATOR_API void releaseBurns();
+/// How many burns wait now.
+SIMULATOR_API unsigned heldBurns();
+/// From here to the next `reset` each burn reports these values, all of them
+/// before its first step, instead of its progress.
+SIMULATOR_API void reportDuringBurns(std::vector<float> percents);
+/// The flash from its start to the end of the last image's last sector.
+SIMULATOR_API std::vector<std::uint8_t> captureFlash();
+
+/// The HDCP key that was burnt last; empty before.
+SIMULATOR_API std::vector<std::uint8_t> hdcpKey();
+
 }  // namespace simulator

@@ -10,8 +10,8 @@
 namespace {
 
 const QString kTopKeys =
-    "model, identity, signal, inputs, sink, audio, edid, externalMcu, speedFactor, latencyMs, unplugAfterCalls, "
-    "unplugAfterMs, seed, faults";
+    "model, identity, signal, inputs, sink, audio, edid, externalMcu, captureFlash, speedFactor, latencyMs, "
+    "unplugAfterCalls, unplugAfterMs, seed, faults";
 const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
 const QString kMcuKeys = "family, version, mode";
 
