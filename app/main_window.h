@@ -59,6 +59,7 @@ class MainWindow : public QMainWindow {
   void slotTx_HDCP_Ctrl();
 
  private:
+  friend class CapturePageTest;
   friend class MainWindowTest;
   friend class UpdateCaptureThread;
   friend class UpdateThread;

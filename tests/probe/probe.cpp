@@ -1,17 +1,25 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QGenericPlugin>
 #include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTimer>
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <thread>
 
 namespace {
 
 // Works the program's window by a script, one step an event-loop turn:
 //   click NAME         presses a button
 //   choose NAME ROW    chooses a row of a combo box
+//   open PATH          names a file in the open file dialog and accepts it
 //   print NAME         prints "NAME=<text>" of a label
 //   wait MS            lets that much time pass
 //   close              closes the window
@@ -35,7 +43,12 @@ class Probe : public QObject {
     if (steps_.isEmpty()) {
       return;
     }
-    const QStringList step = steps_.takeFirst().split(' ', Qt::SkipEmptyParts);
+    const QStringList step = steps_.first().split(' ', Qt::SkipEmptyParts);
+    if (step.value(0) == "open" && qobject_cast<QFileDialog*>(QApplication::activeModalWidget()) == nullptr) {
+      QTimer::singleShot(1, this, &Probe::next);
+      return;
+    }
+    steps_.removeFirst();
     QTimer::singleShot(step.value(0) == "wait" ? step.value(1).toInt() : 0, this, &Probe::next);
     run(**main, step);
   }
@@ -47,6 +60,10 @@ class Probe : public QObject {
       window.findChild<QAbstractButton*>(name)->click();
     } else if (verb == "choose") {
       window.findChild<QComboBox*>(name)->setCurrentText(step.value(2));
+    } else if (verb == "open") {
+      const QWidget& dialog = *QApplication::activeModalWidget();
+      dialog.findChild<QLineEdit*>("fileNameEdit")->setText(name);
+      dialog.findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Open)->click();
     } else if (verb == "print") {
       std::printf("%s=%s\n", qPrintable(name), qPrintable(window.findChild<QLabel*>(name)->text()));
       std::fflush(stdout);
@@ -59,6 +76,15 @@ class Probe : public QObject {
 
   QStringList steps_;
 };
+
+// Draws the process's end out when PELLAVOX_PROBE_LINGER_MS says so, past the
+// destruction of all static objects, Qt's included: a thread that is still
+// running then meets what has gone.
+[[gnu::destructor]] void linger() {
+  if (const char* const milliseconds = std::getenv("PELLAVOX_PROBE_LINGER_MS")) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::atoi(milliseconds)));
+  }
+}
 
 }  // namespace
 

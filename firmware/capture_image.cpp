@@ -1,0 +1,96 @@
+#include "firmware/capture_image.h"
+
+#include <QFileDevice>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#if defined(Q_OS_UNIX)
+#include <unistd.h>
+#endif
+
+namespace firmware {
+namespace {
+
+struct Model {
+  std::uint32_t vid;
+  std::uint32_t pid;
+  const char* text;
+};
+
+constexpr std::array<Model, 2> kModels{{{0x5C19, 0x6B03, "KVR-7"}, {0x5C19, 0x6B02, "KVR-5"}}};
+
+// Large enough that system calls do not count, small enough to stay in the cache.
+constexpr std::size_t kPieceSize = std::size_t{256} * 1024;
+
+/// Moves to the next byte that is not in a hole of a sparse file, where the
+/// file system tells.
+/// @return whether that is another place
+bool skipHole([[maybe_unused]] QFileDevice& file) {
+#if defined(SEEK_DATA)
+  const qint64 position = file.pos();
+  const qint64 data = lseek(file.handle(), position, SEEK_DATA);
+  const bool onlyHoleLeft = data < 0 && errno == ENXIO;
+  if (data > position || onlyHoleLeft) {
+    return file.seek(onlyHoleLeft ? file.size() : data);
+  }
+#endif
+  return false;
+}
+
+// Compares all of a block, one letter of the text after the other and without
+// any branch: the compiler makes vector instructions of that, and an image full
+// of beginnings of the text takes no longer than any other.
+bool contains(std::string_view piece, std::string_view text) {
+  std::array<char, 1024> differences{};
+  for (std::size_t block = 0; block + text.size() <= piece.size(); block += differences.size()) {
+    const std::size_t positions = std::min(differences.size(), piece.size() - text.size() + 1 - block);
+    std::fill_n(differences.begin(), positions, '\0');
+    for (std::size_t letter = 0; letter < text.size(); ++letter) {
+      const char* const first = piece.data() + block + letter;
+      for (std::size_t i = 0; i < positions; ++i) {
+        differences[i] = static_cast<char>(differences[i] | (first[i] ^ text[letter]));
+      }
+    }
+    if (std::string_view(differences.data(), positions).find('\0') != std::string_view::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+std::optional<QByteArray> modelText(std::uint32_t vid, std::uint32_t pid) {
+  const auto* const found = std::find_if(kModels.begin(), kModels.end(),
+                                         [&](const Model& model) { return model.vid == vid && model.pid == pid; });
+  return found == kModels.end() ? std::nullopt : std::optional(QByteArray(found->text));
+}
+
+bool containsText(QFileDevice& file, const QByteArray& text) {
+  const std::string_view wanted(text.constData(), static_cast<std::size_t>(text.size()));
+  const std::size_t overlap = wanted.size() - 1;
+  std::vector<char> buffer(overlap + kPieceSize);
+  std::size_t kept = 0;  // end of the previous piece, where the text may have begun
+  for (;;) {
+    if (skipHole(file)) {
+      kept = 0;  // a hole reads as NUL, which is not in the text
+    }
+    const qint64 read = file.read(buffer.data() + kept, static_cast<qint64>(buffer.size() - kept));
+    if (read <= 0) {
+      return false;
+    }
+    const std::string_view piece(buffer.data(), kept + static_cast<std::size_t>(read));
+    if (contains(piece, wanted)) {
+      return true;
+    }
+    kept = std::min(overlap, piece.size());
+    std::copy_n(piece.end() - static_cast<std::ptrdiff_t>(kept), kept, buffer.begin());
+  }
+}
+
+}  // namespace firmware

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <QThread>
+
+#include <memory>
+
+class MainWindow;
+class MessageLine;
+
+/// Burns the capture firmware image that is chosen in the window when the
+/// thread is made, and shows the outcome in the message line. It may outlive
+/// the window: while it runs it reads nothing of it.
+class UpdateCaptureThread : public QThread {
+  Q_OBJECT
+  Q_DISABLE_COPY(UpdateCaptureThread)
+
+ public:
+  /// @param parent the main window; GUI thread
+  explicit UpdateCaptureThread(QObject* parent);
+  ~UpdateCaptureThread() override;
+
+ protected:
+  void run() override;
+
+ private:
+  MainWindow* window_;  // for the constructor only: it may die before `run` ends
+  QByteArray path_;     // as the library wants it: UTF-8
+  std::shared_ptr<MessageLine> messageLine_;
+};

@@ -1,0 +1,734 @@
+#include "app/main_window.h"
+#include "app/program_state.h"
+#include "firmware/update_capture_thread.h"
+#include "simulator/sim_control.h"
+#include "simulator/status.h"
+#include "tests/support/dialog_answers.h"
+#include "tests/support/journal.h"
+#include "tests/support/window_driver.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+#include <optional>
+
+#if defined(Q_OS_UNIX)
+#include <sys/stat.h>
+#endif
+
+namespace {
+
+constexpr const char* kExit = "Update Capture exit";
+
+/// A firmware image for a model, with a version to show once it is burnt.
+QByteArray imageFor(const QByteArray& model, int size = 100'000) {
+  QByteArray image(size, '\0');
+  for (int i = 0; i < size; ++i) {
+    image[i] = static_cast<char>(i * 31 + i / 256);
+  }
+  image.replace(500, model.size(), model);
+  image.replace(900, 8, "V4.56.78");
+  return image;
+}
+
+bool waitFor(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 10'000); }
+
+}  // namespace
+
+/// Drives a burn from the window. The progress timer's interval is taken away,
+/// so that a test says when it ticks.
+class CapturePageTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  // File names are UTF-8 wherever the test runs.
+  void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
+
+  void init() {
+    simulator::reset();
+    simulator::useVirtualTime();
+    selectedVid = 0;
+    selectedPid = 0;
+    burnProgress = 0;
+    directory_ = std::make_unique<QTemporaryDir>();
+    QVERIFY(directory_->isValid());
+    window_.emplace();
+    window_->progressTimer->setInterval(24 * 60 * 60 * 1000);
+    user_.emplace(*window_);
+  }
+
+  void cleanup() {
+    simulator::releaseBurns();
+    QPointer<UpdateCaptureThread> last;
+    for (UpdateCaptureThread* worker : workers()) {
+      last = worker;
+      QVERIFY(worker->wait(10'000));
+    }
+    // Its deletion is on its way to this thread.
+    QVERIFY(waitFor([&] { return last.isNull(); }));
+    if (window_) {
+      // Nobody owns it.
+      const std::unique_ptr<QTimer> timer(window_->progressTimer);
+      user_.reset();
+      window_.reset();
+    }
+  }
+
+  void choosingAFileFillsBothFieldsAndStoresThePath_data() {
+    QTest::addColumn<QString>("button");
+    QTest::newRow("visible page") << "BN_Browse_Cap_QX";
+    QTest::newRow("page without tab") << "BN_Browse_Cap";
+  }
+
+  void choosingAFileFillsBothFieldsAndStoresThePath() {
+    QFETCH(QString, button);
+    // Not opened: anything will do.
+    const QString path = write("any.img", "");
+    DialogAnswers answers;
+    answers.chooseFile(path);
+    user_->click(button);
+    QCOMPARE(answers.fileDialogs().size(), 1);
+    const auto& dialog = answers.fileDialogs().first();
+    QCOMPARE(dialog.title, "Load Capture Firmware File");
+    QCOMPARE(dialog.filters, QStringList{"*.img"});
+    QCOMPARE(dialog.mode, QFileDialog::AcceptOpen);
+    QVERIFY(dialog.isModal);
+    QCOMPARE(dialog.parent, &*window_);
+    QCOMPARE(pathFields(), (QStringList{path, path}));
+    QCOMPARE(window_->capFirmwarePath, path);
+    QCOMPARE(user_->message(), "");
+    QCOMPARE(journalCalls(), QStringList());
+  }
+
+  void cancellingTheDialogChangesNothing() {
+    const QString path = write("any.img", "");
+    browse(path);
+    QTest::ignoreMessage(QtDebugMsg, "empty");
+    const DialogAnswers answers;
+    user_->click("BN_Browse_Cap_QX");
+    QCOMPARE(answers.fileDialogs().size(), 1);
+    QCOMPARE(pathFields(), (QStringList{path, path}));
+    QCOMPARE(window_->capFirmwarePath, path);
+  }
+
+  // Every combination of what can be wrong: the first check that fails speaks,
+  // and nothing is started.
+  void theFirstFailingCheckShowsItsBox_data() {
+    QTest::addColumn<bool>("connected");
+    QTest::addColumn<bool>("pathShown");
+    QTest::addColumn<QString>("pid");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("box");
+    for (const bool connected : {false, true}) {
+      for (const bool pathShown : {false, true}) {
+        for (const char* pid : {"", " ", "6B04", "6B03"}) {
+          for (const char* file : {"missing", "wrong model"}) {
+            const bool knownIds = QLatin1String(pid) == "6B03";
+            const QString box = !connected                             ? "Connect the decive first!"
+                                : !pathShown                           ? "Load one firmware file first!"
+                                : QString(pid).trimmed().isEmpty()     ? ""
+                                : !knownIds                            ? "Unknow VID/PID"
+                                : QLatin1String(file) == "wrong model" ? "You may load the error file!"
+                                                                       : "Unable to open file";
+            QTest::addRow("connected=%d path=%d pid='%s' %s", connected, pathShown, pid, file)
+                << connected << pathShown << pid << file << box;
+          }
+        }
+      }
+    }
+  }
+
+  void theFirstFailingCheckShowsItsBox() {
+    QFETCH(bool, connected);
+    QFETCH(bool, pathShown);
+    QFETCH(QString, pid);
+    QFETCH(QString, file);
+    QFETCH(QString, box);
+    if (connected) {
+      user_->click("BN_Connect");
+    }
+    const QString path = write("firmware.img", imageFor("KVR-5"));
+    browse(path);
+    if (file == "missing") {
+      QVERIFY(QFile::remove(path));
+    }
+    if (!pathShown) {
+      user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").clear();
+    }
+    user_->widget<QLineEdit>("Edit_PID").setText(pid);
+    expectNothingStarted(box);
+  }
+
+  void eitherEmptyIdIsASilentReturn_data() {
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QString>("text");
+    for (const char* field : {"Edit_VID", "Edit_PID"}) {
+      QTest::addRow("%s empty", field) << field << "";
+      QTest::addRow("%s blank", field) << field << " \t ";
+    }
+  }
+
+  void eitherEmptyIdIsASilentReturn() {
+    QFETCH(QString, field);
+    QFETCH(QString, text);
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7")));
+    user_->widget<QLineEdit>(field).setText(text);
+    expectNothingStarted(QString());
+  }
+
+  void thePathFieldOfTheVisiblePageIsTheOneChecked() {
+    user_->click("BN_Connect");
+    const QString path = write("firmware.img", imageFor("KVR-7"));
+    browse(path);
+    user_->widget<QLineEdit>("lineEdit_Cap_Path").clear();
+    // What a user types there does not change the file that was chosen.
+    user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").setText("something else");
+    expectBurn("BN_Apply_CapMCU", path);
+  }
+
+  void aTypedPathAloneIsNoChosenFile() {
+    user_->click("BN_Connect");
+    user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").setText(write("firmware.img", imageFor("KVR-7")));
+    expectNothingStarted("Unable to open file");
+  }
+
+  void theImageMustBelongToTheModel_data() {
+    QTest::addColumn<QString>("vid");
+    QTest::addColumn<QString>("pid");
+    QTest::addColumn<QByteArray>("image");
+    QTest::addColumn<QString>("box");
+    const QString refused("You may load the error file!");
+    const QString unknown("Unknow VID/PID");
+    const QByteArray seven = imageFor("KVR-7");
+    const QByteArray five = imageFor("KVR-5");
+    const auto row = [](const char* name, const char* vid, const char* pid, const QByteArray& image,
+                        const QString& box) { QTest::newRow(name) << QString(vid) << QString(pid) << image << box; };
+    row("7 for 7", "5C19", "6B03", seven, "");
+    row("5 for 7", "5C19", "6B03", five, refused);
+    row("7 for 5", "5C19", "6B02", seven, refused);
+    row("5 for 5", "5C19", "6B02", five, "");
+    row("lower case ids", "5c19", "6b02", five, "");
+    row("blanks around the ids", "  5C19 ", "\t6B03 ", seven, "");
+    row("leading zeros", "05C19", "006B03", seven, "");
+    row("no ids", "zz", "-", seven, unknown);
+    row("ids beyond 32 bits", "5C19", "100006B03", seven, unknown);
+    row("text at the first byte", "5C19", "6B03", "KVR-7" + QByteArray(1000, '\0'), "");
+    row("text at the very end", "5C19", "6B03", QByteArray(1000, '\0') + "KVR-7", "");
+    row("empty file", "5C19", "6B03", "", refused);
+  }
+
+  void theImageMustBelongToTheModel() {
+    QFETCH(QString, vid);
+    QFETCH(QString, pid);
+    QFETCH(QByteArray, image);
+    QFETCH(QString, box);
+    user_->click("BN_Connect");
+    const QString path = write("firmware.img", image);
+    browse(path);
+    for (const auto& [field, text] : {std::pair("Edit_VID", vid), std::pair("Edit_PID", pid)}) {
+      user_->widget<QLineEdit>(field).setMaxLength(32767);
+      user_->widget<QLineEdit>(field).setText(text);
+    }
+    if (box.isEmpty()) {
+      expectBurn("BN_Apply_CapMCU_QX", path);
+    } else {
+      expectNothingStarted(box);
+    }
+  }
+
+  // The file may be replaced after it was chosen.
+  void whatIsNoRegularFileCannotBeOpened_data() {
+    QTest::addColumn<QString>("kind");
+    for (const char* kind : {"directory", "pipe", "endless device", "dangling link"}) {
+      QTest::newRow(kind) << kind;
+    }
+  }
+
+  void whatIsNoRegularFileCannotBeOpened() {
+    QFETCH(QString, kind);
+#if defined(Q_OS_UNIX)
+    user_->click("BN_Connect");
+    const QString path = write("firmware.img", imageFor("KVR-7"));
+    browse(path);
+    QVERIFY(QFile::remove(path));
+    if (kind == "directory") {
+      QVERIFY(QDir().mkdir(path));
+    } else if (kind == "pipe") {
+      QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    } else {
+      QVERIFY(QFile::link(kind == "endless device" ? "/dev/zero" : "/nonexistent/file", path));
+    }
+    expectNothingStarted("Unable to open file");
+#else
+    QSKIP("needs special files");
+#endif
+  }
+
+  void aFileThatOpensButCannotBeReadIsRefused() {
+#if defined(Q_OS_LINUX)
+    user_->click("BN_Connect");
+    const QString path = write("firmware.img", imageFor("KVR-7"));
+    browse(path);
+    QVERIFY(QFile::remove(path));
+    QVERIFY(QFile::link("/proc/self/mem", path));
+    expectNothingStarted("You may load the error file!");
+#else
+    QSKIP("needs a file that opens but cannot be read");
+#endif
+  }
+
+  void aBurnPutsTheImageIntoTheFlashAndItsVersionOnTheDevice() {
+    user_->click("BN_Connect");
+    const QByteArray image = imageFor("KVR-7", 300'001);
+    const QString path = write("firmware.img", image);
+    browse(path);
+    expectBurn("BN_Apply_CapMCU_QX", path);
+    QCOMPARE(flashContent(image.size()), image);
+    QCOMPARE(versionAfterReconnect(), "V4.56.78");
+  }
+
+  void thePathReachesTheLibraryWhole() {
+    user_->click("BN_Connect");
+    QString name = QString::fromUtf8("прошивка firmwäre 固件 ");
+    name += QString(70, 'x');
+    const QString folder = name + "/" + name + "/" + name;
+    QVERIFY(QDir(directory_->path()).mkpath(folder));
+    const QByteArray image = imageFor("KVR-7");
+    const QString path = write(folder + "/capture image.img", image);
+    QVERIFY(path.size() > 200);
+    browse(path);
+    expectBurn("BN_Apply_CapMCU_QX", path);
+    QCOMPARE(flashContent(image.size()), image);
+    // The fields themselves hold 200 characters at most.
+    QCOMPARE(pathFields(), (QStringList{path.left(200), path.left(200)}));
+  }
+
+  void theChosenFileStaysForTheNextBurn() {
+    user_->click("BN_Connect");
+    const QString path = write("firmware.img", imageFor("KVR-7"));
+    browse(path);
+    expectBurn("BN_Apply_CapMCU_QX", path);
+    user_->widget<QLabel>("LB_Message").clear();
+    simulator::clearJournal();
+    expectBurn("BN_Apply_CapMCU", path);
+  }
+
+  void theTimerShowsEachWholePercent() {
+    std::vector<float> reports;
+    for (int percent = 0; percent <= 99; ++percent) {
+      reports.push_back(static_cast<float>(percent));
+      reports.push_back(static_cast<float>(percent) + 0.9F);
+    }
+    reports.push_back(100.0F);
+    startHeldBurn(reports);
+    for (unsigned i = 0; i < reports.size(); ++i) {
+      const int percent = static_cast<int>(i / 2);
+      // Both values of a percent show the same: only wait for the first one.
+      simulator::holdBurns(i + 1);
+      QVERIFY(waitForProgress(percent));
+      tick();
+      QCOMPARE(user_->message(), QString::number(percent) + "%");
+      QCOMPARE(window_->progressTimer->isActive(), percent < 100);
+    }
+  }
+
+  void strangeProgressDoesNoHarm_data() {
+    using Float = std::numeric_limits<float>;
+    QTest::addColumn<float>("percent");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<bool>("goesOn");
+    QTest::newRow("no number") << Float::quiet_NaN() << "0%" << true;
+    QTest::newRow("negative") << -3.7F << "-3%" << true;
+    QTest::newRow("just below 100") << std::nextafter(100.0F, 0.0F) << "99%" << true;
+    QTest::newRow("over 100") << 250.5F << "250%" << false;
+    QTest::newRow("beyond 32 bits") << 1e30F << "2147483647%" << false;
+    QTest::newRow("infinite") << Float::infinity() << "2147483647%" << false;
+    QTest::newRow("minus infinite") << -Float::infinity() << "-2147483648%" << true;
+  }
+
+  void strangeProgressDoesNoHarm() {
+    QFETCH(float, percent);
+    QFETCH(QString, shown);
+    QFETCH(bool, goesOn);
+    startHeldBurn({77.0F, percent});
+    QVERIFY(waitForProgress(77));
+    simulator::holdBurns(2);
+    QVERIFY(waitFor([&] { return burnProgress != 77; }));
+    tick();
+    QCOMPARE(user_->message(), shown);
+    QCOMPARE(window_->progressTimer->isActive(), goesOn);
+  }
+
+  void theSimulatedLibraryReportsFractionsAndEndsAt100() {
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7", 1'000'000)));
+    simulator::holdBurns(1);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
+    QCOMPARE(burnProgress.load(), 0);
+    const auto start = simulator::now();
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QCOMPARE(burnProgress.load(), 100);
+    // 16 sectors to erase, 245 pieces to write.
+    QCOMPARE(simulator::now() - start, std::chrono::nanoseconds(std::chrono::milliseconds(16 * 80 + 245 * 15)));
+  }
+
+  void afterASuccessTheLastTickShows100AndStopsTheTimer() {
+    startHeldBurn({99.0F, 99.99F, 100.0F});
+    simulator::holdBurns(2);
+    QVERIFY(waitForProgress(99));
+    tick();
+    QCOMPARE(user_->message(), "99%");
+    QVERIFY(window_->progressTimer->isActive());
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    // The end of the burn alone does not stop it.
+    QVERIFY(window_->progressTimer->isActive());
+    tick();
+    QCOMPARE(user_->message(), "100%");
+    QVERIFY(!window_->progressTimer->isActive());
+  }
+
+  void aSuccessThatNeverReported100LeavesTheTimerRunning() {
+    startHeldBurn({99.0F, 99.99F});
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    tick();
+    QCOMPARE(user_->message(), "99%");
+    QVERIFY(window_->progressTimer->isActive());
+  }
+
+  void afterAFailureTheTimerGoesOnWithTheLastPercentage() {
+    startHeldBurn({10.0F, 42.9F});
+    simulator::holdBurns(2);
+    QVERIFY(waitForProgress(42));
+    simulator::unplug();
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    // Without a tick from the test: the timer itself rewrites the message.
+    window_->progressTimer->setInterval(1);
+    for (int i = 0; i < 3; ++i) {
+      user_->widget<QLabel>("LB_Message").setText("Burn CAP...[Fail]");
+      QVERIFY(waitFor([&] { return user_->message() == "42%"; }));
+      QVERIFY(window_->progressTimer->isActive());
+    }
+  }
+
+  void theProgressIsResetByTheBurnItself() {
+    burnProgress = 55;
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7")));
+    // Refused by the library before it reports anything.
+    simulator::failCall("burnToFlash", 1, -1);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QCOMPARE(burnProgress.load(), 0);
+  }
+
+  void everyOtherStatusThanZeroIsAFailure_data() {
+    QTest::addColumn<int>("status");
+    for (const int status : {1, -1, INT_MIN, INT_MAX}) {
+      QTest::addRow("%d", status) << status;
+    }
+  }
+
+  void everyOtherStatusThanZeroIsAFailure() {
+    QFETCH(int, status);
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7")));
+    simulator::failCall("burnToFlash", 1, status);
+    QTest::ignoreMessage(QtDebugMsg, kExit);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QVERIFY(waitFor([&] { return workers().isEmpty(); }));
+  }
+
+  void anInterruptedBurnLeavesNoFirmwareUntilAGoodOne_data() {
+    QTest::addColumn<QString>("interruption");
+    QTest::addColumn<int>("status");
+    QTest::newRow("unplugged") << "unplug" << simulator::kDeviceGone;
+    QTest::newRow("unplugged and back") << "replug" << simulator::kDeviceGone;
+    QTest::newRow("rebooted") << "reboot" << simulator::kDeviceGone;
+    QTest::newRow("port closed") << "close" << simulator::kNoPort;
+  }
+
+  void anInterruptedBurnLeavesNoFirmwareUntilAGoodOne() {
+    QFETCH(QString, interruption);
+    QFETCH(int, status);
+    user_->click("BN_Connect");
+    const QByteArray image = imageFor("KVR-7");
+    browse(write("firmware.img", image));
+    simulator::holdBurns(10);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
+    simulator::clearJournal();
+    if (interruption == "reboot") {
+      user_->click("BN_Apply_Reboot");
+      simulator::advanceTime(std::chrono::seconds(5));
+    } else if (interruption == "close") {
+      user_->choose("CB_DeviceType", "KVR-5B");
+      user_->click("BN_Connect");
+    } else {
+      simulator::unplug();
+      if (interruption == "replug") {
+        simulator::replug();
+      }
+    }
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QCOMPARE(simulator::journal().back().result, status);
+    QVERIFY(flashContent(image.size()) != image);
+    simulator::replug();
+    QCOMPARE(versionAfterReconnect(), "Get Capture Version [fail]");
+
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QCOMPARE(flashContent(image.size()), image);
+    QCOMPARE(versionAfterReconnect(), "V4.56.78");
+  }
+
+  void aFlashThatFailsLeavesNoFirmware() {
+    QCOMPARE(simulator::loadScenario(R"({"captureFlash": {"failAtPercent": 60.5}})"), std::string());
+    simulator::useVirtualTime();
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7", 1'000'000)));
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QCOMPARE(simulator::journal().back().result, simulator::kFlashFault);
+    QCOMPARE(burnProgress.load(), 60);
+    QCOMPARE(versionAfterReconnect(), "Get Capture Version [fail]");
+  }
+
+  void anImageTooLargeForTheFlashIsRefusedAndTheFirmwareStays() {
+    user_->click("BN_Connect");
+    const QString before = user_->text("lb_FW_VER_QX");
+    const QString path = write("firmware.img", imageFor("KVR-7"));
+    browse(path);
+    QVERIFY(QFile::resize(path, 16 * 1024 * 1024 + 1));
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QCOMPARE(simulator::journal().back().result, simulator::kBadFile);
+    QCOMPARE(versionAfterReconnect(), before);
+  }
+
+  void theDeviceServesTheWindowDuringABurn() {
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7")));
+    simulator::holdBurns(3);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
+    user_->click("BN_Info_Read");
+    QCOMPARE(user_->message(), "HdmiRX_GetRawTimingInfo  [OK]");
+    user_->click("BN_SN_Read");
+    QCOMPARE(user_->widget<QLineEdit>("lineEdit_SN").text(), "OV7A00001234");
+    // No control is locked.
+    for (const char* button : {"BN_Apply_CapMCU_QX", "BN_Browse_Cap_QX", "BN_Connect"}) {
+      QVERIFY(user_->widget<QAbstractButton>(button).isEnabled());
+    }
+  }
+
+  void aSecondBurnAtOnceFailsAndTheFirstGoesOn() {
+    user_->click("BN_Connect");
+    const QByteArray image = imageFor("KVR-7");
+    const QString path = write("firmware.img", image);
+    browse(path);
+    simulator::clearJournal();
+    simulator::holdBurns(5);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
+    QCOMPARE(workers().size(), 1);
+    user_->click("BN_Apply_CapMCU");
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QCOMPARE(simulator::journal().back().result, simulator::kBusy);
+    QCOMPARE(simulator::heldBurns(), 1U);
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QCOMPARE(journalOperations(), (QStringList{"burnToFlash", "burnToFlash"}));
+    QCOMPARE(flashContent(image.size()), image);
+    QVERIFY(waitFor([&] { return workers().isEmpty(); }));
+  }
+
+  void manyBurnsAtOnceDoNoHarm() {
+    user_->click("BN_Connect");
+    const QByteArray image = imageFor("KVR-7");
+    browse(write("firmware.img", image));
+    window_->progressTimer->setInterval(0);
+    simulator::clearJournal();
+    for (int i = 0; i < 20; ++i) {
+      user_->click("BN_Apply_CapMCU_QX");
+      user_->click("BN_Info_Read");
+      QCoreApplication::processEvents();
+    }
+    QVERIFY(waitFor([&] { return workers().isEmpty(); }));
+    int succeeded = 0;
+    for (const simulator::JournalEntry& call : simulator::journal()) {
+      if (call.operation == "burnToFlash") {
+        QVERIFY(call.result == 0 || call.result == simulator::kBusy);
+        succeeded += call.result == 0 ? 1 : 0;
+      }
+    }
+    QVERIFY(succeeded >= 1);
+    QCOMPARE(flashContent(image.size()), image);
+  }
+
+  void theWorkerBelongsToTheWindowAndDeletesItself() {
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7")));
+    simulator::holdBurns(1);
+    user_->click("BN_Apply_CapMCU_QX");
+    const QPointer<UpdateCaptureThread> worker = window_->updateCaptureThread;
+    QCOMPARE(worker->parent(), &*window_);
+    QVERIFY(window_->progressTimer->isActive());
+    QTest::ignoreMessage(QtDebugMsg, kExit);
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return worker.isNull(); }));
+  }
+
+  void theBurnUsesThePathChosenWhenItStarted() {
+    user_->click("BN_Connect");
+    const QString first = write("first.img", imageFor("KVR-7"));
+    browse(first);
+    simulator::holdBurns(1);
+    simulator::clearJournal();
+    user_->click("BN_Apply_CapMCU_QX");
+    browse(write("second.img", imageFor("KVR-7")));
+    simulator::releaseBurns();
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QCOMPARE(journalCalls(), QStringList{"burnToFlash(\"" + first + "\")"});
+  }
+
+  void aBurnOutlivesTheWindow() {
+    user_->click("BN_Connect");
+    const QByteArray image = imageFor("KVR-7");
+    browse(write("firmware.img", image));
+    simulator::holdBurns(3);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
+    const QPointer<UpdateCaptureThread> worker = window_->updateCaptureThread;
+    simulator::clearJournal();
+    QElapsedTimer time;
+    time.start();
+    {
+      const std::unique_ptr<QTimer> timer(window_->progressTimer);
+      user_.reset();
+      window_.reset();
+    }
+    QVERIFY2(time.elapsed() < 5000, "the window waited for the burn");
+    QCOMPARE(journalCalls(), QStringList());
+    QVERIFY(worker);
+    QVERIFY(worker->isRunning());
+    simulator::releaseBurns();
+    QVERIFY(worker->wait(10'000));
+    QCOMPARE(simulator::journal().back().result, 0);
+    QCOMPARE(flashContent(image.size()), image);
+    // Nobody owns it any more.
+    delete worker.data();
+  }
+
+ private:
+  QString write(const QString& name, const QByteArray& content) const {
+    QString path = directory_->filePath(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+      qFatal("%s cannot be written", qPrintable(path));
+    }
+    return path;
+  }
+
+  void browse(const QString& path) const {
+    DialogAnswers answers;
+    answers.chooseFile(path);
+    user_->click("BN_Browse_Cap_QX");
+  }
+
+  void tick() { QMetaObject::invokeMethod(&*window_, "slotTimeoutExcute"); }
+
+  QStringList pathFields() const {
+    return {user_->widget<QLineEdit>("lineEdit_Cap_Path").text(),
+            user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").text()};
+  }
+
+  QList<UpdateCaptureThread*> workers() const {
+    return window_ ? window_->findChildren<UpdateCaptureThread*>() : QList<UpdateCaptureThread*>();
+  }
+
+  static QByteArray flashContent(int size) {
+    const std::vector<std::uint8_t> content = simulator::captureFlash();
+    return QByteArray(reinterpret_cast<const char*>(content.data()), static_cast<int>(content.size())).left(size);
+  }
+
+  // Of a device whose version is read at connecting only.
+  QString versionAfterReconnect() const {
+    user_->choose("CB_DeviceType", "KVR-5B");
+    user_->click("BN_Connect");
+    user_->choose("CB_DeviceType", "KVR-7");
+    user_->click("BN_Connect");
+    return user_->text("lb_FW_VER_QX");
+  }
+
+  // Without the event loop: nothing but the burn goes on.
+  static bool waitForProgress(int percent) {
+    QElapsedTimer time;
+    time.start();
+    while (burnProgress != percent && time.elapsed() < 10'000) {
+      QThread::yieldCurrentThread();
+    }
+    return burnProgress == percent;
+  }
+
+  // A burn that reports these values and waits after the first one.
+  void startHeldBurn(const std::vector<float>& reports) {
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7")));
+    simulator::reportDuringBurns(reports);
+    simulator::holdBurns(1);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
+  }
+
+  void expectNothingStarted(const QString& box) {
+    const QString message = user_->message();
+    const QStringList calls = journalCalls();
+    for (const char* button : {"BN_Apply_CapMCU_QX", "BN_Apply_CapMCU"}) {
+      const DialogAnswers answers;
+      user_->click(button);
+      QCOMPARE(answers.messages().size(), box.isEmpty() ? 0 : 1);
+      for (const auto& shown : answers.messages()) {
+        QCOMPARE(shown.icon, QMessageBox::Warning);
+        QCOMPARE(shown.title, "Error");
+        QCOMPARE(shown.text, box);
+        QVERIFY(shown.isModal);
+        QCOMPARE(shown.parent, &*window_);
+      }
+      QVERIFY(workers().isEmpty());
+      QVERIFY(window_->updateCaptureThread == nullptr);
+      QVERIFY(!window_->progressTimer->isActive());
+      QCOMPARE(journalCalls(), calls);
+      QCOMPARE(user_->message(), message);
+    }
+  }
+
+  void expectBurn(const QString& button, const QString& path) {
+    const DialogAnswers answers;
+    simulator::clearJournal();
+    user_->click(button);
+    QVERIFY(answers.messages().isEmpty());
+    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QCOMPARE(journalCalls(), QStringList{"burnToFlash(\"" + path + "\")"});
+    QCOMPARE(burnProgress.load(), 100);
+  }
+
+  std::unique_ptr<QTemporaryDir> directory_;
+  std::optional<MainWindow> window_;
+  std::optional<WindowDriver> user_;
+};
+
+QTEST_MAIN(CapturePageTest)
+#include "capture_page_test.moc"

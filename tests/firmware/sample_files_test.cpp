@@ -1,0 +1,97 @@
+#include "device/RTICE_SDK_x64.h"
+#include "firmware/capture_image.h"
+#include "simulator/sim_control.h"
+#include "tests/support/program_run.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <array>
+
+namespace {
+
+ProgramRun makeSamples(const QStringList& arguments) {
+  QProcess process;
+  process.start(SAMPLES, arguments);
+  ProgramRun run;
+  run.ended = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit;
+  run.exitCode = process.exitCode();
+  run.output = process.readAllStandardOutput();
+  run.errors = process.readAllStandardError();
+  return run;
+}
+
+bool contains(const QString& path, const QByteArray& text) {
+  QFile file(path);
+  return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && firmware::containsText(file, text);
+}
+
+}  // namespace
+
+class SampleFilesTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase() {
+    const ProgramRun run = makeSamples({samples_.path()});
+    QVERIFY(run.ended);
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.errors, "");
+    const QStringList files = QDir(samples_.path()).entryList(QDir::Files);
+    QCOMPARE(files, (QStringList{"capture-kvr-5b.img", "capture-kvr-7.img", "hdcp-key.bin", "main-family-2.bin",
+                                 "main-family-v.bin"}));
+    for (const QString& file : files) {
+      QVERIFY(run.output.contains(file.toUtf8()));
+    }
+  }
+
+  void aCaptureImageIsForItsOwnModelOnly() {
+    QVERIFY(contains(samples_.filePath("capture-kvr-7.img"), *firmware::modelText(0x5C19, 0x6B03)));
+    QVERIFY(!contains(samples_.filePath("capture-kvr-7.img"), *firmware::modelText(0x5C19, 0x6B02)));
+    QVERIFY(contains(samples_.filePath("capture-kvr-5b.img"), *firmware::modelText(0x5C19, 0x6B02)));
+    QVERIFY(!contains(samples_.filePath("capture-kvr-5b.img"), *firmware::modelText(0x5C19, 0x6B03)));
+  }
+
+  void theSimulatedDeviceTakesThem_data() {
+    QTest::addColumn<QString>("model");
+    QTest::addColumn<unsigned>("pid");
+    QTest::addColumn<QString>("image");
+    QTest::newRow("KVR-7") << "KVR-7" << 0x6B03U << "capture-kvr-7.img";
+    QTest::newRow("KVR-5B") << "KVR-5B" << 0x6B02U << "capture-kvr-5b.img";
+  }
+
+  void theSimulatedDeviceTakesThem() {
+    QFETCH(QString, model);
+    QFETCH(unsigned, pid);
+    QFETCH(QString, image);
+    QCOMPARE(simulator::loadScenario("{\"model\": \"" + model.toStdString() + "\"}"), std::string());
+    simulator::useVirtualTime();
+    QCOMPARE(initialize(), 0);
+    QCOMPARE(setDevice(0, 0, 0x5C19, pid), 0);
+    QCOMPARE(openPort(), 0);
+    QCOMPARE(burnToFlash(QFile::encodeName(samples_.filePath(image)).constData(), [](float) {}), 0);
+    std::array<std::uint8_t, 128> version{};
+    QCOMPARE(AT_Get_Customer_Ver(version.data()), 0);
+    QCOMPARE(reinterpret_cast<const char*>(version.data()), "V1.04.00");
+    QCOMPARE(burnHDCP(QFile::encodeName(samples_.filePath("hdcp-key.bin")).constData()), 0);
+  }
+
+  void whatCannotBeDoneIsSaid() {
+    const ProgramRun usage = makeSamples({});
+    QCOMPARE(usage.exitCode, 2);
+    QVERIFY(usage.errors.startsWith("usage: "));
+    // A file stands where the directory would be.
+    const ProgramRun run = makeSamples({samples_.filePath("hdcp-key.bin") + "/samples"});
+    QVERIFY(run.ended);
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY(run.errors.contains("cannot be written there"));
+    QCOMPARE(run.errors.count('\n'), 1);
+  }
+
+ private:
+  QTemporaryDir samples_;
+};
+
+QTEST_GUILESS_MAIN(SampleFilesTest)
+#include "sample_files_test.moc"

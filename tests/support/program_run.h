@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QProcess>
+
+/// One run of a program, from its start to its end.
+struct ProgramRun {
+  bool ended = false;  ///< by itself, not by a signal, within a minute
+  int exitCode = -1;
+  qint64 milliseconds = 0;
+  QByteArray output;
+  QByteArray errors;
+
+  /// Whether nothing on standard error tells of a fault: sanitizers, Qt and the
+  /// C++ runtime speak up there.
+  bool isQuiet() const {
+    for (const char* sign : {"Sanitizer", "runtime error", "QThread", "QMutex", "terminate"}) {
+      if (errors.contains(sign)) {
+        return false;
+      }
+    }
+    return true;
+  }
+};
+
+/// Runs the program as it is shipped, its window worked by a script; see
+/// tests/probe/probe.cpp for the steps.
+inline ProgramRun runScript(const QString& program, const QString& plugins, const QString& script,
+                            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment()) {
+  environment.insert("QT_PLUGIN_PATH", plugins);
+  environment.insert("QT_QPA_GENERIC_PLUGINS", "pellavoxprobe");
+  environment.insert("PELLAVOX_PROBE_SCRIPT", script);
+  QProcess process;
+  process.setProcessEnvironment(environment);
+  QElapsedTimer time;
+  time.start();
+  process.start(program, QStringList());
+  ProgramRun run;
+  run.ended = process.waitForFinished(60'000) && process.exitStatus() == QProcess::NormalExit;
+  if (process.state() != QProcess::NotRunning) {
+    process.kill();
+    process.waitForFinished();
+  }
+  run.exitCode = process.exitCode();
+  run.milliseconds = time.elapsed();
+  run.output = process.readAllStandardOutput();
+  run.errors = process.readAllStandardError();
+  return run;
+}
