@@ -1,8 +1,10 @@
 #include "app/high_dpi.h"
 #include "app/main_window.h"
+#include "simulator/samples/samples.h"
 #include "walkthrough/operator.h"
 
 #include <QApplication>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <cstdio>
@@ -48,6 +50,38 @@ void readReceiver(Operator& user) {
   user.takePicture(QStringLiteral("receiver"));
 }
 
+void burnCaptureFirmware(Operator& user, const QDir& files) {
+  user.openTab(QStringLiteral("System"));
+  user.chooseFile(QStringLiteral("BN_Browse_Cap_QX"), files.filePath(QStringLiteral("capture-kvr-7.img")));
+  user.click(QStringLiteral("BN_Apply_CapMCU_QX"));
+  user.expectMatch(QStringLiteral("LB_Message"), QStringLiteral("[1-9][0-9]%"));
+  user.takePicture(QStringLiteral("burning"));
+  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("Burn CAP...[OK]"));
+  user.takePicture(QStringLiteral("burnt"));
+}
+
+// On the page without a tab.
+void provision(Operator& user, const QDir& files) {
+  const QString serialNumber = QStringLiteral("lineEdit_SN");
+  user.press(QStringLiteral("BN_SN_Read"));
+  user.expectText(serialNumber, QStringLiteral("OV7A00001234"));
+  user.enter(serialNumber, QStringLiteral("OV7A00005678"));
+  user.press(QStringLiteral("BN_SN_Set"));
+  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("Set Serial Number...[OK]"));
+  user.pressAndChooseFile(QStringLiteral("BN_Browse_Key"), files.filePath(QStringLiteral("hdcp-key.bin")));
+  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("Burn HDCP...[OK]"));
+  user.press(QStringLiteral("BN_Apply_Reset"));
+  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("Restore to default"));
+
+  user.press(QStringLiteral("BN_Apply_Reboot"));
+  user.press(QStringLiteral("BN_SN_Read"));
+  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("Read Serial Number...[fail]"));
+  user.waitMilliseconds(2000);
+  user.enter(serialNumber, QString());
+  user.press(QStringLiteral("BN_SN_Read"));
+  user.expectText(serialNumber, QStringLiteral("OV7A00005678"));
+}
+
 }  // namespace
 
 /// Usage: pellavox-walkthrough DIRECTORY. Works the real window through the
@@ -55,6 +89,8 @@ void readReceiver(Operator& user) {
 /// when everything expected appeared, else 1.
 int main(int argc, char* argv[]) {
   enableHighDpi();
+  // Only Qt's own file dialogs can be worked from here.
+  QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   QApplication application(argc, argv);
   const QStringList arguments = QApplication::arguments();
   if (arguments.size() != 2) {
@@ -65,6 +101,14 @@ int main(int argc, char* argv[]) {
   if (!QDir().mkpath(pictures.path())) {
     std::fprintf(stderr, "%s: cannot be made; name a directory that can be written\n", qPrintable(arguments[1]));
     return 2;
+  }
+
+  const QTemporaryDir files;
+  for (const samples::Sample& sample : samples::all()) {
+    if (!files.isValid() || !samples::write(sample, files.path().toStdU16String())) {
+      std::fprintf(stderr, "%s: cannot be written\n", qPrintable(files.filePath(QLatin1String(sample.name))));
+      return 1;
+    }
   }
 
   MainWindow window;
@@ -79,6 +123,8 @@ int main(int argc, char* argv[]) {
   connectToWrongModel(user);
   connectToDevice(user);
   readReceiver(user);
+  burnCaptureFirmware(user, QDir(files.path()));
+  provision(user, QDir(files.path()));
 
   std::printf("%s\n", user.sawEverything() ? "Everything expected appeared." : "Something expected did not appear.");
   return user.sawEverything() ? 0 : 1;

@@ -1,13 +1,19 @@
 #include "walkthrough/operator.h"
 
+#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
+#include <QTimer>
 #include <QWindow>
 
 #include <cstdio>
@@ -62,6 +68,34 @@ void Operator::openTab(const QString& caption) {
   record(QStringLiteral("tab"), QStringLiteral("none of that name"), caption, false);
 }
 
+void Operator::chooseFile(const QString& button, const QString& path) {
+  answerFileDialog(path);
+  click(button);
+}
+
+void Operator::press(const QString& button) { dynamic_cast<QAbstractButton&>(find(button)).click(); }
+
+void Operator::pressAndChooseFile(const QString& button, const QString& path) {
+  answerFileDialog(path);
+  press(button);
+}
+
+void Operator::enter(const QString& field, const QString& text) { dynamic_cast<QLineEdit&>(find(field)).setText(text); }
+
+// Arranged beforehand: the dialog's own event loop runs inside the click that
+// opens it.
+void Operator::answerFileDialog(const QString& path) {
+  QTimer::singleShot(50, &window_, [this, path] {
+    auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    if (dialog == nullptr) {
+      answerFileDialog(path);
+      return;
+    }
+    dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(path);
+    dialog->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"))->button(QDialogButtonBox::Open)->click();
+  });
+}
+
 void Operator::expectText(const QString& widget, const QString& text) {
   const bool good = QTest::qWaitFor([&] { return textOf(widget) == text; }, kPatienceMs);
   record(widget, textOf(widget), text, good);
@@ -71,6 +105,14 @@ void Operator::expectOtherThan(const QString& widget, const QString& text) {
   const bool good = QTest::qWaitFor([&] { return textOf(widget) != text; }, kPatienceMs);
   record(widget, textOf(widget), QStringLiteral("not ") + text, good);
 }
+
+void Operator::expectMatch(const QString& widget, const QString& pattern) {
+  const QRegularExpression expression(QRegularExpression::anchoredPattern(pattern));
+  const bool good = QTest::qWaitFor([&] { return expression.match(textOf(widget)).hasMatch(); }, kPatienceMs);
+  record(widget, textOf(widget), pattern, good);
+}
+
+void Operator::waitMilliseconds(int milliseconds) { QTest::qWait(milliseconds); }
 
 void Operator::expect(const QString& what, const QString& seen, const QString& expected) {
   record(what, seen, expected, seen == expected);

@@ -18,12 +18,23 @@ class Operator {
   void click(const QString& widget);
   void chooseRow(const QString& comboBox, const QString& row);
   void openTab(const QString& caption);
+  /// Clicks a button that opens a file dialog, and names a file there.
+  void chooseFile(const QString& button, const QString& path);
+
+  // On the pages without a tab, where neither mouse nor keyboard reach.
+  void press(const QString& button);
+  void pressAndChooseFile(const QString& button, const QString& path);
+  void enter(const QString& field, const QString& text);
 
   /// Waits up to ten seconds for a label or input field to show `text`; if it
   /// does not, the walk-through has failed.
   void expectText(const QString& widget, const QString& text);
   /// As `expectText`, for any text but `text`.
   void expectOtherThan(const QString& widget, const QString& text);
+  /// As `expectText`, for a text that a regular expression describes.
+  void expectMatch(const QString& widget, const QString& pattern);
+  /// Lets time pass that the operator would wait as well.
+  void waitMilliseconds(int milliseconds);
   /// Records a check of something else.
   void expect(const QString& what, const QString& seen, const QString& expected);
 
@@ -34,6 +45,7 @@ class Operator {
   bool sawEverything() const { return failures_ == 0; }
 
  private:
+  void answerFileDialog(const QString& path);
   QWidget& find(const QString& name) const;
   QString textOf(const QString& name) const;
   void record(const QString& what, const QString& seen, const QString& expected, bool good);
