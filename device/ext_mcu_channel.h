@@ -1,10 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
-#include <optional>
+#include <functional>
+#include <span>
 
-/// Registers of the external MCU, a slave on the device's I2C bus. The calling
-/// thread waits for the bus; no lock is taken.
+/// Registers of the slaves on the device's I2C bus, of which the external MCU
+/// is one, over the device library's two bus operations. Any thread; the
+/// calling thread waits for the bus and no lock is taken. A library status
+/// other than 0 is a failure, whatever its value.
 namespace device {
 
 /// The bus index that the device library knows the I2C bus by.
@@ -12,11 +16,48 @@ inline constexpr std::uint8_t kI2cBus = 3;
 
 /// 7-bit slave address of the MCU while it runs its application firmware.
 inline constexpr std::uint8_t kMcuApplication = 0x0D;
+/// 7-bit slave address of the MCU while it runs its boot loader.
+inline constexpr std::uint8_t kMcuBootLoader = 0x43;
 
-/// Application register: firmware version, high nibble major, low nibble minor.
+/// Application and boot loader, read: chip family code, 0x32 or 0x76.
+inline constexpr std::uint8_t kMcuFamilyRegister = 0x00;
+/// Application, read: firmware version, high nibble major, low nibble minor.
 inline constexpr std::uint8_t kMcuVersionRegister = 0x02;
+/// Application, write 0x01: reset into the boot loader.
+inline constexpr std::uint8_t kMcuResetRegister = 0x08;
+/// Boot loader, write 0x01: set boot mode; read: 0x01 = ready for a packet.
+inline constexpr std::uint8_t kBootStatusRegister = 0x01;
+/// Boot loader, read: checksum of the last packet as the boot loader computed it.
+inline constexpr std::uint8_t kBootChecksumRegister = 0x02;
 
-/// Reads one register; empty when the transfer failed.
-std::optional<std::uint8_t> readRegisterByte(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex);
+/// What a failed `readRegisterByte` gives: no byte, but 0xFF when cut to one.
+inline constexpr std::uint32_t kReadFailed = 0xFFFFFFFF;
+
+/// Reads one register; `kReadFailed` when the transfer failed.
+std::uint32_t readRegisterByte(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex);
+
+/// Writes one register; false when the transfer failed.
+bool writeRegisterByte(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex, std::uint8_t value);
+
+/// Reads as many bytes as `buffer` holds, from one register on; false when the
+/// transfer failed, the buffer's content is then undefined.
+bool readRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex,
+                       std::span<std::uint8_t> buffer);
+
+/// Writes bytes to one register; false when the transfer failed.
+/// @param buffer the register index followed by the bytes; at most 65535 in all,
+///               a longer one is not sent
+bool writeRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::span<const std::uint8_t> buffer);
+
+/// Whether the boot loader computed `expected` over the last packet. A failed
+/// read counts as 0xFF, which is then taken for a match.
+bool packetChecksumMatches(std::uint8_t expected);
+
+/// Lets a time pass on the calling thread.
+using Pause = std::function<void(std::chrono::milliseconds)>;
+
+/// Polls the boot loader until it is ready for the next packet, 5 ms apart;
+/// false after 100 polls that did not find it so.
+bool waitForBootLoaderReady(const Pause& pause);
 
 }  // namespace device

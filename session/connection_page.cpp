@@ -70,9 +70,9 @@ void MainWindow::readFirmwareVersions() {
     ui->lb_FW_VER_QX->setText(QStringLiteral("Get Capture Version [fail]"));
   }
   // A version that cannot be read shows as v15.15.
-  const std::uint8_t mainVersion =
-      device::readRegisterByte(device::kI2cBus, device::kMcuApplication, device::kMcuVersionRegister).value_or(0xFF);
-  ui->lb_Main_VER_QX->setText(session::mainVersionText(mainVersion));
+  const std::uint32_t mainVersion =
+      device::readRegisterByte(device::kI2cBus, device::kMcuApplication, device::kMcuVersionRegister);
+  ui->lb_Main_VER_QX->setText(session::mainVersionText(static_cast<std::uint8_t>(mainVersion)));
 }
 
 void MainWindow::readUvcName() {

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QThread>
+
+#include <memory>
+
+class MainWindow;
+class MessageLine;
+
+/// Runs one upgrade of the external MCU's firmware and shows its course in the
+/// message line. It may outlive the window: what it needs of it is taken when
+/// the thread is made.
+class UpdateThread : public QThread {
+  Q_OBJECT
+  Q_DISABLE_COPY(UpdateThread)
+
+ public:
+  /// @param parent the main window; GUI thread
+  explicit UpdateThread(QObject* parent);
+  ~UpdateThread() override;
+
+ protected:
+  void run() override;
+
+ private:
+  MainWindow* window_;  // for the constructor only: it may die before `run` ends
+  QByteArray image_;
+  bool connected_;
+  std::shared_ptr<MessageLine> messageLine_;
+};
