@@ -32,6 +32,13 @@ void Device::configure(const Section& scenario) {
   flash.configure(scenario);
 }
 
+void Device::unplug() {
+  if (plugged_) {
+    plugged_ = false;
+    mcu.powerOff();
+  }
+}
+
 void Device::replug() {
   if (!plugged_) {
     plugged_ = true;
@@ -41,6 +48,7 @@ void Device::replug() {
 
 void Device::restart() {
   awayUntil_ = clock.now() + clock.scaled(kRestartTime);
+  mcu.powerOff();
   powerCycle();
 }
 
@@ -51,6 +59,7 @@ void Device::powerCycle() {
   sensor.powerCycle();
   gpio.powerCycle();
   flash.powerCycle();
+  mcu.powerOn();
 }
 
 void Device::restoreDefaults() {

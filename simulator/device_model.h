@@ -34,7 +34,7 @@ class Device {
 
   /// Whether the device is on the USB bus now.
   bool isReachable() const { return plugged_ && clock.now() >= awayUntil_; }
-  void unplug() { plugged_ = false; }
+  void unplug();
   void replug();
   /// Restarts the device, which leaves the bus for kRestartTime.
   void restart();
@@ -54,10 +54,10 @@ class Device {
   Audio audio;
   EdidStore edid;
   I2cBus i2c;
-  ExternalMcu mcu;
   Eeprom boardEeprom{0x50, Eeprom::k24C02, clock};
   Eeprom calibrationEeprom{0x54, Eeprom::k24C64, clock};
   TemperatureSensor sensor;
+  ExternalMcu mcu{clock};
   Gpio gpio;
   Provisioning provisioning;
   CaptureFlash flash;

@@ -121,4 +121,26 @@ std::vector<std::uint8_t> hdcpKey() {
   return key;
 }
 
+void addMcuFault(const McuFault& fault) {
+  Library::instance().withDevice([&fault](Device& device) { device.mcu.addFault(fault); });
+}
+
+std::vector<std::uint8_t> mcuFlash() {
+  std::vector<std::uint8_t> flash;
+  Library::instance().withDevice([&flash](Device& device) { flash = device.mcu.flash(); });
+  return flash;
+}
+
+bool mcuRunsApplication() {
+  bool runs = false;
+  Library::instance().withDevice([&runs](Device& device) { runs = device.mcu.runsApplication(); });
+  return runs;
+}
+
+std::chrono::nanoseconds mcuBusyTime() {
+  std::chrono::nanoseconds time{};
+  Library::instance().withDevice([&time](Device& device) { time = device.mcu.busyTime(); });
+  return time;
+}
+
 }  // namespace simulator

@@ -122,4 +122,32 @@ SIMULATOR_API std::vector<std::uint8_t> captureFlash();
 /// The HDCP key that was burnt last; empty before.
 SIMULATOR_API std::vector<std::uint8_t> hdcpKey();
 
+// ---- External MCU ----------------------------------------------------------
+
+/// A fault of the external MCU, or of the bus to it.
+struct McuFault {
+  /// What is counted. A packet counts as a packet and as its command's.
+  enum class At { kTransfer, kReset, kSetBoot, kPacket, kStart, kAddress, kData, kFinish };
+  enum class Kind {
+    kNoAnswer,       ///< the MCU does not acknowledge and takes nothing
+    kLostReply,      ///< the MCU does its part, but the transfer is reported as failed
+    kDamage,         ///< a packet arrives with one bit flipped
+    kWrongChecksum,  ///< a packet is taken well, but its checksum reads back wrong
+    kBusy,           ///< after set-boot or a packet, the status stays busy for `polls` reads
+  };
+  At at = At::kTransfer;
+  Kind kind = Kind::kNoAnswer;
+  unsigned number = 1;  ///< the first one concerned, counted from 1 since `reset`
+  unsigned count = 1;   ///< how many are concerned; 0 = all from there on
+  unsigned polls = 0;   ///< of kBusy; 0 = until power is cut
+};
+SIMULATOR_API void addMcuFault(const McuFault& fault);
+
+/// The MCU's flash from the family's first address on.
+SIMULATOR_API std::vector<std::uint8_t> mcuFlash();
+/// Whether the MCU runs its application, else its boot loader.
+SIMULATOR_API bool mcuRunsApplication();
+/// How long the boot loader has worked on its flash, or was about to, since `reset`.
+SIMULATOR_API std::chrono::nanoseconds mcuBusyTime();
+
 }  // namespace simulator
