@@ -68,9 +68,13 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(std::make_uniq
 MainWindow::~MainWindow() {
   messageLine->detach();
   // A worker still running must survive the object tree: neither stopped nor
-  // deleted here, it ends with its work or with the process.
+  // deleted here, it ends with its work or with the process. Nor may it delete
+  // itself: its posting that could meet the application's own end.
   for (QThread* worker : findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly)) {
-    worker->setParent(nullptr);
+    if (worker->isRunning()) {
+      worker->setParent(nullptr);
+      disconnect(worker, &QThread::finished, nullptr, nullptr);
+    }
   }
 }
 

@@ -309,7 +309,7 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
   std::vector<std::uint8_t> packet(bytes.begin(), bytes.end());
   if (has(McuFault::Kind::kDamage)) {
     // Some other bit each time.
-    const unsigned bit = counts_[McuFault::At::kPacket] * 37 % (8 * (kPacketSize - 1));
+    const std::size_t bit = counts_[McuFault::At::kPacket] * std::size_t{37} % (8 * (kPacketSize - 1));
     packet[1 + bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
   }
 

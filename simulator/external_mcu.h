@@ -46,6 +46,7 @@ class ExternalMcu : public I2cTarget {
   static constexpr std::array<std::string_view, 1> kKeys{"externalMcu"};
   void configure(const Section& scenario);
   void addFault(const McuFault& fault) { faults_.push_back(fault); }
+  void clearFaults() { faults_.clear(); }
 
   bool answersAt(std::uint8_t address) const override;
   bool write(std::uint8_t address, std::span<const std::uint8_t> bytes) override;

@@ -125,6 +125,10 @@ void addMcuFault(const McuFault& fault) {
   Library::instance().withDevice([&fault](Device& device) { device.mcu.addFault(fault); });
 }
 
+void clearMcuFaults() {
+  Library::instance().withDevice([](Device& device) { device.mcu.clearFaults(); });
+}
+
 std::vector<std::uint8_t> mcuFlash() {
   std::vector<std::uint8_t> flash;
   Library::instance().withDevice([&flash](Device& device) { flash = device.mcu.flash(); });

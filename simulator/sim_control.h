@@ -142,6 +142,8 @@ struct McuFault {
   unsigned polls = 0;   ///< of kBusy; 0 = until power is cut
 };
 SIMULATOR_API void addMcuFault(const McuFault& fault);
+/// Takes all these faults away; what they have done remains.
+SIMULATOR_API void clearMcuFaults();
 
 /// The MCU's flash from the family's first address on.
 SIMULATOR_API std::vector<std::uint8_t> mcuFlash();

@@ -123,14 +123,14 @@ class Workbench {
 // Holds the worker in a pause of its upgrade until the test lets it go.
 class Halt {
  public:
-  Halt(Workbench& bench, int pause) {
+  explicit Halt(int pause) {
     simulator::useVirtualTime();
-    sleeps::replaceBy([this, &bench, pause, seen = std::make_shared<std::atomic<int>>(0)](auto time) {
+    sleeps::replaceBy([this, pause, seen = std::make_shared<std::atomic<int>>(0)](auto time) {
       if (++*seen == pause) {
         reached_.release();
         go_.acquire();
       }
-      bench.log.pause(time);
+      simulator::advanceTime(time);
     });
   }
   bool waitUntilReached() {
@@ -522,7 +522,7 @@ class ExtMcuPageTest : public QObject {
 
   void anImageLoadedMeanwhileIsForTheNextUpgrade() {
     Workbench bench;
-    Halt halt(bench, 20);
+    Halt halt(20);
     bench.connect();
     const QByteArray first = randomImage(5000, 1);
     const QByteArray second = randomImage(5000, 2);
@@ -541,7 +541,7 @@ class ExtMcuPageTest : public QObject {
 
   void aSecondUpgradeStartedMeanwhileSendsItsOwnImage() {
     Workbench bench(R"({"family": "v"})");
-    Halt halt(bench, 20);
+    Halt halt(20);
     bench.connect();
     const QByteArray first = randomImage(5000, 1);
     const QByteArray second = randomImage(5000, 2);
@@ -574,7 +574,7 @@ class ExtMcuPageTest : public QObject {
 
   void aDisconnectMeanwhileEndsTheUpgrade() {
     Workbench bench;
-    Halt halt(bench, 20);
+    Halt halt(20);
     bench.connect();
     const QByteArray image = randomImage(5000, 1);
     bench.load(image);
