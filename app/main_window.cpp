@@ -73,7 +73,7 @@ MainWindow::~MainWindow() {
   for (QThread* worker : findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly)) {
     if (worker->isRunning()) {
       worker->setParent(nullptr);
-      disconnect(worker, &QThread::finished, nullptr, nullptr);
+      disconnect(worker, &QThread::finished, worker, nullptr);
     }
   }
 }

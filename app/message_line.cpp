@@ -10,9 +10,7 @@ void MessageLine::post(const QString& text) {
   if (label_ == nullptr) {
     return;
   }
-  QLabel* const label = label_;
-  QMetaObject::invokeMethod(
-      label, [label, text] { label->setText(text); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(label_, "setText", Qt::QueuedConnection, Q_ARG(QString, text));
 }
 
 void MessageLine::detach() {

@@ -19,10 +19,13 @@ UpdateThread::~UpdateThread() { qDebug() << "Update exit"; }
 
 void UpdateThread::run() {
   qDebug() << "Run test";
-  const std::span image(reinterpret_cast<const std::uint8_t*>(image_.constData()),
-                        static_cast<std::size_t>(image_.size()));
+  // Shared, not borrowed: the object may be deleted as soon as this has ended.
+  const QByteArray image = image_;
+  const std::shared_ptr<MessageLine> line = messageLine_;
+  const std::span bytes(reinterpret_cast<const std::uint8_t*>(image.constData()),
+                        static_cast<std::size_t>(image.size()));
   firmware::upgradeExtMcu(
-      image, connected_,
+      bytes, connected_,
       [](std::chrono::milliseconds time) { QThread::msleep(static_cast<unsigned long>(time.count())); },
-      [this](const QString& text) { messageLine_->post(text); });
+      [&line](const QString& text) { line->post(text); });
 }

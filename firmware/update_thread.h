@@ -12,7 +12,6 @@ class MessageLine;
 /// message line. It may outlive the window: what it needs of it is taken when
 /// the thread is made.
 class UpdateThread : public QThread {
-  Q_OBJECT
   Q_DISABLE_COPY(UpdateThread)
 
  public:

@@ -197,19 +197,19 @@ bool ExternalMcu::answersAt(std::uint8_t address) const {
          address == (runsApplication() ? kApplicationAddress : kBootLoaderAddress);
 }
 
-std::optional<McuFault> ExternalMcu::faultOf(McuFault::At at) {
+const McuFault* ExternalMcu::faultOf(McuFault::At at) {
   const unsigned number = ++counts_[at];
   for (const McuFault& fault : faults_) {
     if (fault.at == at && number >= fault.number && (fault.count == 0 || number - fault.number < fault.count)) {
-      return fault;
+      return &fault;
     }
   }
-  return std::nullopt;
+  return nullptr;
 }
 
 bool ExternalMcu::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
   settle();
-  const auto fault = faultOf(McuFault::At::kTransfer);
+  const McuFault* const fault = faultOf(McuFault::At::kTransfer);
   if (bytes.empty() || (fault && fault->kind == McuFault::Kind::kNoAnswer)) {
     return false;
   }
@@ -219,7 +219,7 @@ bool ExternalMcu::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
 
 bool ExternalMcu::read(std::uint8_t, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) {
   settle();
-  const auto fault = faultOf(McuFault::At::kTransfer);
+  const McuFault* const fault = faultOf(McuFault::At::kTransfer);
   if (index.size() != 1 || (fault && fault->kind == McuFault::Kind::kNoAnswer)) {
     return false;
   }
@@ -264,7 +264,7 @@ bool ExternalMcu::writeToApplication(std::span<const std::uint8_t> bytes) {
   if (bytes.size() != 2 || bytes[0] != kResetRegister || bytes[1] != 0x01) {
     return true;  // nothing that the program uses
   }
-  const auto fault = faultOf(McuFault::At::kReset);
+  const McuFault* const fault = faultOf(McuFault::At::kReset);
   if (fault && fault->kind == McuFault::Kind::kNoAnswer) {
     return false;
   }
@@ -280,7 +280,7 @@ bool ExternalMcu::writeToBootLoader(std::span<const std::uint8_t> bytes) {
   if (bytes.size() != 2 || bytes[0] != kStatusRegister || bytes[1] != 0x01) {
     return true;
   }
-  const auto fault = faultOf(McuFault::At::kSetBoot);
+  const McuFault* const fault = faultOf(McuFault::At::kSetBoot);
   if (isBusy() || (fault && fault->kind == McuFault::Kind::kNoAnswer)) {
     return false;
   }
@@ -297,9 +297,9 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
     return false;
   }
   // Both counts go on, whichever of the two has the fault.
-  const auto fault = faultOf(McuFault::At::kPacket);
+  const McuFault* const fault = faultOf(McuFault::At::kPacket);
   const auto place = placeOf(bytes);
-  const auto ownFault = place ? faultOf(*place) : std::nullopt;
+  const McuFault* const ownFault = place ? faultOf(*place) : nullptr;
   const auto has = [&](McuFault::Kind kind) {
     return (fault && fault->kind == kind) || (ownFault && ownFault->kind == kind);
   };

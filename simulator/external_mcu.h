@@ -83,7 +83,7 @@ class ExternalMcu : public I2cTarget {
   void work(std::chrono::nanoseconds nominal);
   std::uint8_t bootLoaderRegister(std::uint8_t index);
 
-  std::optional<McuFault> faultOf(McuFault::At at);
+  const McuFault* faultOf(McuFault::At at);
   bool writeToApplication(std::span<const std::uint8_t> bytes);
   bool writeToBootLoader(std::span<const std::uint8_t> bytes);
   bool receivePacket(std::span<const std::uint8_t> bytes);

@@ -645,7 +645,7 @@ class ExtMcuPageTest : public QObject {
       bench->connect();
       const QByteArray image = randomImage(1 + static_cast<int>(random() % 3000), static_cast<unsigned>(round));
       bench->load(image);
-      QPointer<QThread> worker = bench->start();
+      const QPointer<QThread> worker = bench->start();
       // A moment somewhere in the upgrade, which takes some milliseconds here.
       const auto moment = std::chrono::microseconds(random() % 6000);
       std::this_thread::sleep_for(moment);

@@ -13,7 +13,7 @@ const QString kTopKeys =
     "model, identity, signal, inputs, sink, audio, edid, externalMcu, captureFlash, speedFactor, latencyMs, "
     "unplugAfterCalls, unplugAfterMs, seed, faults";
 const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
-const QString kMcuKeys = "family, version, mode";
+const QString kMcuKeys = "family, version, mode, faults";
 
 }  // namespace
 
@@ -101,9 +101,27 @@ class SimulatorScenarioTest : public QObject {
     row("number overflow", "{\n\"latencyMs\": 1e999}", "2: not valid JSON: number overflow parsing '1e999'");
     row("truth no truth", "{\"sink\": {\"present\": 1}}", "1: \"sink.present\" must be true or false");
     row("family a number", "{\"externalMcu\": {\"family\": 2}}",
-        "1: \"externalMcu.family\" must be one of these texts: 2, v");
+        "1: \"externalMcu.family\" must be a text of at most 100 bytes, without a zero byte");
+    row("family unknown", "{\"externalMcu\": {\"family\": \"3\"}}",
+        "1: \"externalMcu.family\" must be \"2\", \"v\" or, for an unknown family, a byte such as \"0x41\"");
     row("mode unknown", "{\"externalMcu\": {\"mode\": \"boot\"}}",
-        "1: \"externalMcu.mode\" cannot be \"boot\"; known here: application, bootLoader");
+        "1: \"externalMcu.mode\" cannot be \"boot\"; known here: application, bootLoader, silent");
+    const auto faultRow = [](const char* name, const char* fault, const QString& error) {
+      QTest::newRow(name) << QByteArray("{\"externalMcu\": {\"faults\": [") + fault + "]}}"
+                          << "1: \"externalMcu.faults[0]" + error;
+    };
+    faultRow("MCU fault without place", R"({"kind": "busy"})", ".at\" is missing");
+    faultRow("MCU fault without kind", R"({"at": "data"})", ".kind\" is missing");
+    faultRow("MCU fault at no place", R"({"at": "end", "kind": "busy"})",
+             ".at\" cannot be \"end\"; known here: transfer, reset, setBoot, packet, start, address, data, finish");
+    faultRow("MCU fault of no kind", R"({"at": "data", "kind": "late"})",
+             ".kind\" cannot be \"late\"; known here: noAnswer, lostReply, damage, wrongChecksum, busy");
+    faultRow("MCU fault counted from zero", R"({"at": "data", "kind": "damage", "number": 0})",
+             ".number\" must be a whole number from 1 to 2147483647");
+    faultRow("damage to no packet", R"({"at": "reset", "kind": "damage"})",
+             ".kind\" can only happen to a packet: at packet, start, address, data or finish");
+    faultRow("busy without work", R"({"at": "transfer", "kind": "busy"})",
+             ".kind\" can only follow what the boot loader works on: setBoot or a packet");
     for (const char* version : {"1.2", "0x", "0x100", "0xG1", "12", "0x1 "}) {
       row(qPrintable(QStringLiteral("version %1").arg(version)),
           QByteArray("{\"externalMcu\": {\"version\": \"" + QByteArray(version) + "\"}}"),
