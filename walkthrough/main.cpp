@@ -60,6 +60,28 @@ void burnCaptureFirmware(Operator& user, const QDir& files) {
   user.takePicture(QStringLiteral("burnt"));
 }
 
+void upgradeExternalMcu(Operator& user, const QDir& files) {
+  const QString file = files.filePath(QStringLiteral("main-family-2.bin"));
+  user.openTab(QStringLiteral("System"));
+  user.chooseFile(QStringLiteral("BN_Browse_ExtMCU_QX"), file);
+  user.expectText(QStringLiteral("lineEdit_ExtMcu_Path_QX"), file);
+  user.click(QStringLiteral("BN_Apply_ExtMCU_QX"));
+  for (const int percent : {0, 25, 50, 75}) {
+    user.expectText(QStringLiteral("LB_Message"), QStringLiteral("Update %1%...").arg(percent));
+    user.takePicture(QStringLiteral("mcu-upgrade"));
+  }
+  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("MCU Update Done...[Success]"));
+  user.takePicture(QStringLiteral("mcu-upgraded"));
+
+  // The MCU starts the new image a second later; connecting anew shows it.
+  user.waitMilliseconds(1500);
+  user.chooseRow(QStringLiteral("CB_DeviceType"), QStringLiteral("KVR-5B"));
+  user.click(QStringLiteral("BN_Connect"));
+  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("set Port...[Fail]"));
+  connectToDevice(user);
+  user.expectText(QStringLiteral("lb_Main_VER_QX"), QStringLiteral("v1.3"));
+}
+
 // On the page without a tab.
 void provision(Operator& user, const QDir& files) {
   const QString serialNumber = QStringLiteral("lineEdit_SN");
@@ -123,6 +145,7 @@ int main(int argc, char* argv[]) {
   connectToWrongModel(user);
   connectToDevice(user);
   readReceiver(user);
+  upgradeExternalMcu(user, QDir(files.path()));
   burnCaptureFirmware(user, QDir(files.path()));
   provision(user, QDir(files.path()));
 

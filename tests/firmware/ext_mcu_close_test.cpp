@@ -1,54 +1,29 @@
-#include <QElapsedTimer>
-#include <QProcess>
+#include "tests/support/program_run.h"
+
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
-#include <cstdio>
 #include <random>
 
 namespace {
 
 constexpr int kUpgradeMs = 1620;  // of the image below, all told
 
-struct Outcome {
-  int exitCode = -1;
-  bool crashed = true;
-  QByteArray errors;
-};
-
 // Runs the program as it is shipped, starts an upgrade in it and closes the
 // window after a while.
-Outcome closeDuringUpgrade(const QString& image, int afterMs, int lingerMs) {
+ProgramRun closeDuringUpgrade(const QString& image, int afterMs, int lingerMs) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-  environment.insert("QT_PLUGIN_PATH", PLUGINS);
-  environment.insert("QT_QPA_GENERIC_PLUGINS", "pellavoxprobe");
-  environment.insert("PELLAVOX_PROBE_SCRIPT", "click BN_Connect;click BN_Browse_ExtMCU_QX;open " + image +
-                                                  ";click BN_Apply_ExtMCU_QX;wait " + QString::number(afterMs) +
-                                                  ";print LB_Message;close");
   if (lingerMs > 0) {
     environment.insert("PELLAVOX_PROBE_LINGER_MS", QString::number(lingerMs));
   }
-  QProcess program;
-  program.setProcessEnvironment(environment);
-  program.start(PROGRAM, QStringList());
-  if (!program.waitForFinished(60'000)) {
-    program.kill();
-    program.waitForFinished();
-    return {-1, true, "the program did not end"};
-  }
-  Outcome outcome{program.exitCode(), program.exitStatus() != QProcess::NormalExit, program.readAllStandardError()};
-  if (!program.readAllStandardOutput().contains("LB_Message=")) {
-    outcome.errors += "the upgrade did not start";
-    outcome.exitCode = -1;
-  }
-  return outcome;
-}
-
-// Sanitizers and Qt speak up on standard error.
-bool isQuiet(const QByteArray& errors) {
-  return !errors.contains("Sanitizer") && !errors.contains("runtime error") && !errors.contains("QThread") &&
-         !errors.contains("terminate");
+  return runScript(
+      PROGRAM, PLUGINS,
+      QStringLiteral(
+          "click BN_Connect;click BN_Browse_ExtMCU_QX;open %1;click BN_Apply_ExtMCU_QX;wait %2;print LB_Message;close")
+          .arg(image)
+          .arg(afterMs),
+      environment);
 }
 
 }  // namespace
@@ -85,11 +60,11 @@ class ExtMcuCloseTest : public QObject {
       // Two thirds at any moment, one third around the worker's own end.
       const int moment =
           run % 3 < 2 ? static_cast<int>(random() % kUpgradeMs) : kUpgradeMs - 50 + static_cast<int>(random() % 400);
-      const Outcome outcome = closeDuringUpgrade(image.fileName(), moment, lingerMs);
-      if (outcome.crashed || outcome.exitCode != 0 || !isQuiet(outcome.errors)) {
+      const ProgramRun closed = closeDuringUpgrade(image.fileName(), moment, lingerMs);
+      if (!closed.ended || closed.exitCode != 0 || !closed.isQuiet() || !closed.output.contains("LB_Message=")) {
         ++bad;
-        qWarning("closed after %d ms: exit code %d%s\n%s", moment, outcome.exitCode, outcome.crashed ? ", crashed" : "",
-                 outcome.errors.constData());
+        qWarning("closed after %d ms: %s, exit code %d\n%s%s", moment, closed.ended ? "ended" : "did not end",
+                 closed.exitCode, closed.output.constData(), closed.errors.constData());
       }
     }
     qInfo("seed %u: closed %d times during an upgrade, %d times not cleanly", seed, count, bad);
