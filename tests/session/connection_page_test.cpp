@@ -214,8 +214,10 @@ class ConnectionPageTest : public QObject {
                                        << QString(100, 'y');
     QTest::newRow("name in Latin-1") << "AT_Get_UVC_Name" << 0 << QByteArray("\xE9\0", 2) << "label_UVC_NAME"
                                      << QString::fromLatin1("\xE9");
-    for (const auto& [operation, label] : {std::pair("AT_USB_Get_iManufacturer", "label_IManufacturer"),
-                                           std::pair("AT_USB_Get_iProduct", "label_IProduct")}) {
+    for (const auto& read : {std::pair("AT_USB_Get_iManufacturer", "label_IManufacturer"),
+                             std::pair("AT_USB_Get_iProduct", "label_IProduct")}) {
+      const char* const operation = read.first;
+      const char* const label = read.second;
       const auto row = [&](const char* what) -> QTestData& {
         return QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(label, what))) << operation;
       };
