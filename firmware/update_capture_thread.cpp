@@ -23,6 +23,9 @@ UpdateCaptureThread::~UpdateCaptureThread() { qDebug("Update Capture exit"); }
 
 void UpdateCaptureThread::run() {
   burnProgress.store(0, std::memory_order_relaxed);
-  const bool done = burnToFlash(path_.constData(), &storeProgress) == 0;
-  messageLine_->post(done ? QStringLiteral("Burn CAP...[OK]") : QStringLiteral("Burn CAP...[Fail]"));
+  // Shared, not borrowed: the object may be deleted as soon as this has ended.
+  const QByteArray path = path_;
+  const std::shared_ptr<MessageLine> line = messageLine_;
+  const bool done = burnToFlash(path.constData(), &storeProgress) == 0;
+  line->post(done ? QStringLiteral("Burn CAP...[OK]") : QStringLiteral("Burn CAP...[Fail]"));
 }
