@@ -114,13 +114,13 @@ void ExternalMcu::configure(const Section& scenario) {
   };
   if (const auto version = mcu->text("version", kMaxText)) {
     factoryVersion_ = byteOf("version", *version,
-                             "must be a byte from \"0x00\" to \"0xFF\"; its halves are the version's two numbers");
+                             R"(must be a byte from "0x00" to "0xFF"; its halves are the version's two numbers)");
   }
   std::uint8_t code = familyCode_;
   if (const auto family = mcu->text("family", kMaxText)) {
     code = *family == "2" || *family == "v"
                ? static_cast<std::uint8_t>(family->front())
-               : byteOf("family", *family, "must be \"2\", \"v\" or, for an unknown family, a byte such as \"0x41\"");
+               : byteOf("family", *family, R"(must be "2", "v" or, for an unknown family, a byte such as "0x41")");
   }
   setFamily(code);
   if (const auto mode = mcu->choice("mode", kModes)) {

@@ -258,7 +258,7 @@ std::string kindOf(const std::string& text) {
 /// time with other random faults, in virtual time, and prints what came out.
 /// Exit code 1 when an upgrade reported success over a flash that differs from
 /// the image, did not end, or left a device that a plain upgrade cannot save.
-int main(int argc, char* argv[]) {
+int main(int argc, char* argv[]) try {
   const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
   const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0;
   if (count == 0) {
@@ -313,4 +313,7 @@ int main(int argc, char* argv[]) {
   const bool good = falseSuccesses == 0 && hangs == 0 && recovered == recoveriesTried;
   std::printf("%s: %u false successes, %u hangs\n", good ? "good" : "BAD", falseSuccesses, hangs);
   return good ? 0 : 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s\n", error.what());
+  return 2;
 }

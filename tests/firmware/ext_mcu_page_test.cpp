@@ -178,7 +178,7 @@ class ExtMcuPageTest : public QObject {
     QFETCH(int, size);
     QFETCH(bool, inApplication);
     const Family& chip = kFamilies[family];
-    Workbench bench(QByteArray("{\"family\": \"") + chip.code + "\", \"mode\": \"" +
+    Workbench bench(QByteArray(R"({"family": ")") + chip.code + R"(", "mode": ")" +
                     (inApplication ? "application" : "bootLoader") + "\"}");
     bench.useVirtualTime();
     bench.connect();
@@ -429,7 +429,7 @@ class ExtMcuPageTest : public QObject {
     QFETCH(int, family);
     QFETCH(int, calls);
     const Family& chip = kFamilies[family];
-    Workbench bench(QByteArray("{\"family\": \"") + chip.code + "\"}",
+    Workbench bench(QByteArray(R"({"family": ")") + chip.code + "\"}",
                     "\"unplugAfterCalls\": " + QByteArray::number(calls));
     bench.useVirtualTime();
     bench.connect();

@@ -3,7 +3,6 @@
 #include "tests/simulator/operation_table.h"
 #include "tests/support/upgrade_reference.h"
 
-using simulator::McuFault;
 using upgrade_reference::addressPacket;
 using upgrade_reference::packet;
 using namespace std::chrono_literals;
