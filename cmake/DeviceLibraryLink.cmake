@@ -8,6 +8,22 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${definition_file
 file(STRINGS ${definition_file} operations REGEX "^[A-Za-z_0-9]+$")
 list(REMOVE_ITEM operations EXPORTS)
 
+if(WIN32)
+  set(import_library ${CMAKE_BINARY_DIR}/device_library_link/libRTICE_SDK_x64.dll.a)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/device_library_link)
+  add_custom_command(
+    OUTPUT ${import_library}
+    COMMAND ${CMAKE_DLLTOOL} --input-def ${definition_file} --dllname RTICE_SDK_x64.dll
+      --output-lib ${import_library}
+    DEPENDS ${definition_file}
+    VERBATIM)
+  add_custom_target(device_library_import DEPENDS ${import_library})
+  add_library(device_library_link SHARED IMPORTED GLOBAL)
+  set_target_properties(device_library_link PROPERTIES IMPORTED_IMPLIB ${import_library})
+  add_dependencies(device_library_link device_library_import)
+  return()
+endif()
+
 set(source "/* The names of the device library's operations, to link with; never run. */\n")
 foreach(operation IN LISTS operations)
   string(APPEND source "void ${operation}(void) {}\n")
