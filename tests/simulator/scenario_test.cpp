@@ -44,8 +44,11 @@ class SimulatorScenarioTest : public QObject {
     if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
       qFatal("the probe did not run: %s", qPrintable(process.errorString()));
     }
-    return {QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+    return {linesOf(process.readAllStandardOutput()), linesOf(process.readAllStandardError())};
   }
+
+  // Windows ends a line by two characters.
+  static QString linesOf(const QByteArray& text) { return QString::fromUtf8(text).replace("\r\n", "\n"); }
 
   QString fileWith(const QByteArray& content, const QString& name = "scenario.json") {
     QFile file(directory_.filePath(name));

@@ -11,7 +11,7 @@
 
 /// Lets a test decide what a worker's QThread::msleep does. The test program
 /// that includes this (in one source) has the only msleep that its worker
-/// threads reach: a symbol of the program comes before that of Qt's library.
+/// threads reach: what the program defines comes before what Qt's library does.
 namespace sleeps {
 
 using Instead = std::function<void(std::chrono::milliseconds)>;
@@ -33,9 +33,7 @@ inline void replaceBy(Instead instead) {
   replacement().instead = std::move(instead);
 }
 
-}  // namespace sleeps
-
-void QThread::msleep(unsigned long milliseconds) {
+inline void sleep(unsigned long milliseconds) {
   const std::chrono::milliseconds time(milliseconds);
   sleeps::Instead instead;
   // The test's own waits go on.
@@ -49,3 +47,16 @@ void QThread::msleep(unsigned long milliseconds) {
     std::this_thread::sleep_for(time);
   }
 }
+
+}  // namespace sleeps
+
+#if defined(Q_OS_WIN)
+// There, a call into a DLL goes through a pointer of this name. The linker makes
+// one for Qt's function only when the program has none.
+extern "C" {
+extern void (*__imp__ZN7QThread6msleepEm)(unsigned long);
+void (*__imp__ZN7QThread6msleepEm)(unsigned long) = &sleeps::sleep;
+}
+#else
+void QThread::msleep(unsigned long milliseconds) { sleeps::sleep(milliseconds); }
+#endif
