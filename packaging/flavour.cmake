@@ -1,0 +1,58 @@
+# Read by CPack once for each package it makes: what differs between flavours.
+#   cpack -D CPACK_PELLAVOX_FLAVOUR=device|training
+if(NOT CPACK_PELLAVOX_FLAVOUR)
+  set(CPACK_PELLAVOX_FLAVOUR training)
+endif()
+if(NOT CPACK_PELLAVOX_FLAVOUR MATCHES "^(device|training)$")
+  message(FATAL_ERROR "CPACK_PELLAVOX_FLAVOUR must be device or training")
+endif()
+
+# Both components go into one package, as if they had been installed together.
+set(CPACK_INSTALL_CMAKE_PROJECTS)
+foreach(component IN ITEMS program ${CPACK_PELLAVOX_FLAVOUR})
+  list(APPEND CPACK_INSTALL_CMAKE_PROJECTS ${CPACK_PELLAVOX_BUILD_DIRECTORY} Pellavox ${component} /)
+endforeach()
+set(CPACK_MONOLITHIC_INSTALL ON)
+
+# The two may be installed side by side.
+set(title Pellavox)
+if(CPACK_PELLAVOX_FLAVOUR STREQUAL training)
+  set(title "Pellavox Training")
+endif()
+
+if(CPACK_PELLAVOX_WINDOWS)
+  set(CPACK_PACKAGE_FILE_NAME pellavox-${CPACK_PACKAGE_VERSION}-windows-x64-${CPACK_PELLAVOX_FLAVOUR})
+endif()
+
+if(CPACK_GENERATOR STREQUAL NSIS)
+  string(APPEND CPACK_PACKAGE_FILE_NAME -setup)
+  set(CPACK_PACKAGE_INSTALL_DIRECTORY ${title})
+  set(CPACK_PACKAGE_INSTALL_REGISTRY_KEY ${title})
+  set(CPACK_NSIS_PACKAGE_NAME ${title})
+  set(CPACK_NSIS_DISPLAY_NAME "${title} ${CPACK_PACKAGE_VERSION}")
+  set(CPACK_NSIS_INSTALL_ROOT "$PROGRAMFILES64")
+  # A 64-bit installer: the usual 32-bit one needs Windows' 32-bit half. File
+  # dates would differ from one making of the package to the next.
+  set(CPACK_NSIS_DEFINES "Target amd64-unicode\nSetDateSave off")
+  set(CPACK_NSIS_MUI_ICON ${CPACK_PELLAVOX_ICON})
+  set(CPACK_NSIS_MUI_UNIICON ${CPACK_PELLAVOX_ICON})
+  set(CPACK_NSIS_INSTALLED_ICON_NAME Pellavox.exe)
+  set(CPACK_NSIS_EXECUTABLES_DIRECTORY .)
+  set(CPACK_NSIS_ENABLE_UNINSTALL_BEFORE_INSTALL ON)
+  set(CPACK_NSIS_MANIFEST_DPI_AWARE ON)
+  set(CPACK_NSIS_CREATE_ICONS_EXTRA "CreateShortCut '$SMPROGRAMS\\$STARTMENU_FOLDER\\${title}.lnk' '$INSTDIR\\Pellavox.exe'")
+  set(CPACK_NSIS_DELETE_ICONS_EXTRA "Delete '$SMPROGRAMS\\$MUI_TEMP\\${title}.lnk'")
+endif()
+
+if(CPACK_GENERATOR STREQUAL DEB)
+  set(CPACK_PACKAGE_NAME pellavox-training)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Orvenhal <pellavox@orvenhal.example>")
+  set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
+  set(CPACK_PACKAGE_DESCRIPTION "Pellavox connects to a USB HDMI capture device, shows what its receiver sees,
+and provisions it: firmware, keys, EDID, serial number. This package brings a
+simulated device in place of a real one, for learning and trying.")
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CPACK_PELLAVOX_BUILD_DIRECTORY}/bin)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+endif()
