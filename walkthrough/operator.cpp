@@ -46,11 +46,12 @@ void Operator::chooseRow(const QString& comboBox, const QString& row) {
     record(comboBox, QStringLiteral("list stayed closed"), QStringLiteral("list open"), false);
     return;
   }
-  const QModelIndex index = box.model()->index(box.findText(row), box.modelColumn());
-  // Past the time in which the list takes a release for the end of the click
-  // that opened it.
-  QTest::qWait(QApplication::doubleClickInterval());
-  clickAt(*list.viewport(), list.visualRect(index).center());
+  // By keyboard: where the list lies on the screen does not matter then.
+  const int wanted = box.findText(row);
+  for (int steps = 0; steps < box.count() && list.currentIndex().row() != wanted; ++steps) {
+    QTest::keyClick(list.window()->windowHandle(), list.currentIndex().row() < wanted ? Qt::Key_Down : Qt::Key_Up);
+  }
+  QTest::keyClick(list.window()->windowHandle(), Qt::Key_Return);
   if (!QTest::qWaitFor([&] { return box.currentText() == row && !list.isVisible(); }, kPatienceMs)) {
     record(comboBox, box.currentText(), row, false);
   }
