@@ -29,7 +29,8 @@ void MainWindow::slot_Load_ExtMcu_Upgrade_Path() {
     return;
   }
   QFile file(chosen);
-  if (!file.open(QIODevice::ReadOnly)) {
+  // A pipe or a device could keep the window waiting for ever.
+  if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
     return;
   }
   const QString path = QFileInfo(file).filePath();

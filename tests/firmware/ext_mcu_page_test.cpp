@@ -19,6 +19,10 @@
 #include <random>
 #include <semaphore>
 
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
+
 using simulator::McuFault;
 using upgrade_reference::Family;
 using upgrade_reference::kFamilies;
@@ -496,6 +500,18 @@ class ExtMcuPageTest : public QObject {
     if (!QFile(unreadable).open(QIODevice::ReadOnly)) {  // it can for the superuser
       DialogAnswers answers;
       answers.chooseFile(unreadable);
+      bench.user.click("BN_Browse_ExtMCU_QX");
+      QCOMPARE(path.text(), first);
+    }
+    // Neither has an end that a reader could wait for.
+    const QTemporaryDir special;
+    const QString pipe = special.filePath("pipe.bin");
+    QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    const QString endless = special.filePath("endless.bin");
+    QVERIFY(QFile::link("/dev/zero", endless));
+    for (const QString& file : {pipe, endless}) {
+      DialogAnswers answers;
+      answers.chooseFile(file);
       bench.user.click("BN_Browse_ExtMCU_QX");
       QCOMPARE(path.text(), first);
     }

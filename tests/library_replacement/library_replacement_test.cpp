@@ -1,3 +1,5 @@
+#include "tests/support/program_run.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -10,22 +12,17 @@ namespace {
 // that the loader finds.
 QStringList shownAfterConnect(const QString& programFile, const QString& libraryPath = QString()) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-  environment.insert("QT_PLUGIN_PATH", PLUGINS);
-  environment.insert("QT_QPA_GENERIC_PLUGINS", "pellavoxprobe");
-  environment.insert("PELLAVOX_PROBE_SCRIPT",
-                     "click BN_Connect;print LB_Message;print lb_FW_VER_QX;print lb_Main_VER_QX;"
-                     "print label_IManufacturer;close");
   if (!libraryPath.isEmpty()) {
     environment.insert("LD_LIBRARY_PATH", libraryPath);
   }
-  QProcess program;
-  program.setProcessEnvironment(environment);
-  program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-  program.start(programFile, QStringList());
-  if (!program.waitForFinished() || program.exitCode() != 0) {
-    return {"the program failed: " + program.errorString()};
+  const ProgramRun run = runScript(programFile, PLUGINS,
+                                   "click BN_Connect;print LB_Message;print lb_FW_VER_QX;print lb_Main_VER_QX;"
+                                   "print label_IManufacturer;close",
+                                   environment);
+  if (!run.ended || run.exitCode != 0) {
+    return {"the program failed: " + QString::fromLocal8Bit(run.errors)};
   }
-  return QString::fromLocal8Bit(program.readAllStandardOutput()).remove('\r').split('\n', Qt::SkipEmptyParts);
+  return QString::fromLocal8Bit(run.output).remove('\r').split('\n', Qt::SkipEmptyParts);
 }
 
 #if defined(Q_OS_WIN)
