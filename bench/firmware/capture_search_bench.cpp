@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr qint64 kMiB = 1024 * 1024;
+constexpr qint64 kMiB = qint64{1024} * 1024;
 constexpr int kRuns = 5;
 const QByteArray kText("KVR-7");
 
