@@ -209,9 +209,9 @@ constexpr PageRow kPages[] = {
 
 // A place that is fixed; the size is given where it is fixed, too.
 struct PlaceRow {
-  const char* name;
-  int x;
-  int y;
+  const char* name = nullptr;
+  int x = 0;
+  int y = 0;
   int width = 0;
   int height = 0;
 };
@@ -529,7 +529,7 @@ class FormTest : public QObject {
   void formHasExactlyItsWidgetsInOrderOfCreation();
   void widgetHasItsClassParentAndText_data();
   void widgetHasItsClassParentAndText();
-  void pagesStandInOrderAndTheSixthIsCurrent();
+  void pagesStandInOrderAndTheSixthIsCurrent() const;
   void widgetStandsAtItsGivenPlace_data();
   void widgetStandsAtItsGivenPlace();
   void nothingIsLaidOutByALayout();
@@ -539,7 +539,7 @@ class FormTest : public QObject {
   void onlyTheDefaultChoicesAreChecked();
   void everyWidgetIsEnabledAndWritable();
   void comboBoxesAreEmpty();
-  void identityCaptionsHaveNoFrame();
+  void identityCaptionsHaveNoFrame() const;
   void everyTextIsTranslatedInTheWindowsContext();
   void infoReadButtonIsConnectedByName();
   void noSiblingsOverlap();
@@ -634,7 +634,7 @@ void FormTest::widgetHasItsClassParentAndText() {
   }
 }
 
-void FormTest::pagesStandInOrderAndTheSixthIsCurrent() {
+void FormTest::pagesStandInOrderAndTheSixthIsCurrent() const {
   const QTabWidget& tabs = *form.tabWidget;
   QCOMPARE(tabs.count(), static_cast<int>(std::size(kPages)));
   for (int index = 0; index < tabs.count(); ++index) {
@@ -732,7 +732,7 @@ void FormTest::comboBoxesAreEmpty() {
   }
 }
 
-void FormTest::identityCaptionsHaveNoFrame() {
+void FormTest::identityCaptionsHaveNoFrame() const {
   QCOMPARE(form.label_42->frameShape(), QFrame::NoFrame);
   QCOMPARE(form.label_43->frameShape(), QFrame::NoFrame);
 }
@@ -762,7 +762,7 @@ void FormTest::everyTextIsTranslatedInTheWindowsContext() {
 
 void FormTest::infoReadButtonIsConnectedByName() {
   NamedSlotWindow named;
-  Ui_MainWindow namedForm;
+  Ui_MainWindow namedForm{};
   namedForm.setupUi(&named);
   namedForm.BN_Info_Read->click();
   QCOMPARE(named.infoReads, 1);
