@@ -12,7 +12,7 @@ constexpr CodeText kHdmiModes[] = {{0, "DVI"}, {1, "HDMI 1.4/2.0"}, {2, "HDMI 2.
 constexpr CodeText kColorSpaces[] = {{0, "RGB"}, {1, "YUV422"}, {2, "YUV444"}, {3, "YUV420"}};
 constexpr CodeText kColorDepths[] = {{0, "8bit"}, {1, "10bit"}, {2, "12bit"}, {3, "16bit"}};
 constexpr CodeText kColorRanges[] = {{0, "default"}, {1, "limit"}, {2, "full"}};
-constexpr CodeText kHdcpVersions[] = {{0, "None"}, {1, "HDCP1.3/1.4"}, {2, "HDCP2.2/2.3"}};
+constexpr CodeText kRxHdcpVersions[] = {{0, "None"}, {1, "HDCP1.3/1.4"}, {2, "HDCP2.2/2.3"}};
 constexpr CodeText kHdrTypes[] = {
     {0x00, "SDR"},
     {0x01, "HDR10"},
@@ -66,7 +66,7 @@ QString colorDepthText(std::uint8_t code) { return device::codeText(kColorDepths
 
 QString colorRangeText(std::uint8_t code) { return device::codeText(kColorRanges, code, "Unknow"); }
 
-QString rxHdcpText(std::uint8_t code) { return device::codeText(kHdcpVersions, code, "HDCP Off"); }
+QString rxHdcpText(std::uint8_t code) { return device::codeText(kRxHdcpVersions, code, "HDCP Off"); }
 
 QString hdrText(std::uint8_t code) { return device::codeText(kHdrTypes, code, "Unknow"); }
 
