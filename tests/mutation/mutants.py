@@ -1,0 +1,189 @@
+"""Makes mutants of the program, runs the tests on each and counts the survivors."""
+
+import concurrent.futures
+import dataclasses
+import os
+import pathlib
+import queue
+import random
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+FOLDERS = ["app", "device", "session", "firmware", "video", "audio", "edid", "diag"]
+REQUIRED = 0.90
+LIMIT = 120  # seconds for one run of the tests; a mutant that hangs is caught
+
+# Each pattern finds a place in a line whose texts and comments are blanked out.
+OPERATORS = [
+    (r" == ", " != "), (r" != ", " == "),
+    (r" < ", " <= "), (r" <= ", " < "), (r" > ", " >= "), (r" >= ", " > "),
+    (r" && ", " || "), (r" \|\| ", " && "), (r"(?<![\w)\]!])!(?=[\w(])", ""),
+    (r" \+ ", " - "), (r" - ", " + "), (r" \* (?=[\w(])", " + "), (r" / ", " * "), (r" % ", " * "),
+    (r" << ", " >> "), (r" >> ", " << "), (r" >>= ", " <<= "), (r" \| ", " & "), (r" & (?=[\w(])", " | "),
+    (r" \^ ", " | "), (r" \+= ", " -= "), (r"\btrue\b", "false"), (r"\bfalse\b", "true"),
+    (r"\bcontinue;", ";"), (r"\bbreak;", ";"),
+]
+NUMBER = re.compile(r"(?<![\w.'])(0x[0-9A-Fa-f']+|\d[\d']*)(?![\w.])")
+TEXT = re.compile(r'"((?:[^"\\]|\\.)+)"')
+STATEMENT = re.compile(r"^\s+(?!return\b|else\b|using\b|constexpr\b|const\b|auto\b|static_assert\b|assert\b|break\b|continue\b)"
+                       r"[\w:.>(*-]+.*\);\s*$")
+DECLARATION = re.compile(r"^\s+[\w:<>]+[&*]? \w+\(|^\s+(explicit|void|bool|static|virtual|std::|Q\w+ \w)")
+
+
+@dataclasses.dataclass(frozen=True)
+class Mutant:
+    file: str
+    line: int  # from 1
+    start: int
+    end: int
+    new: str
+
+    def apply(self, text: str) -> str:
+        lines = text.split("\n")
+        old = lines[self.line - 1]
+        lines[self.line - 1] = old[: self.start] + self.new + old[self.end :]
+        return "\n".join(lines)
+
+
+def blank(line: str) -> str:
+    line = re.sub(r'"(?:[^"\\]|\\.)*"', lambda m: '"' + "_" * (len(m[0]) - 2) + '"', line)
+    line = re.sub(r"'(?:[^'\\]|\\.)'", lambda m: "_" * len(m[0]), line)
+    return re.sub(r"//.*", lambda m: " " * len(m[0]), line)
+
+
+def mutants_of(file: str, text: str) -> list[Mutant]:
+    found = []
+    balance = 0
+    for number, line in enumerate(text.split("\n"), 1):
+        code = blank(line)
+        whole = balance == 0  # not the rest of a longer statement
+        balance += code.count("(") - code.count(")")
+        if code.lstrip().startswith(("#", "static_assert", "assert(", "[[")):
+            continue
+        for pattern, new in OPERATORS:
+            found += [Mutant(file, number, m.start(), m.end(), new) for m in re.finditer(pattern, code)]
+        for m in NUMBER.finditer(code):
+            value = int(m[0].replace("'", ""), 0)
+            found.append(Mutant(file, number, m.start(), m.end(), hex(value + 1) if m[0].startswith("0x") else str(value + 1)))
+        for m in TEXT.finditer(line):
+            if m.start() < len(code.rstrip()) and code[m.start()] == '"':
+                found.append(Mutant(file, number, m.start(), m.end(), '"' + m[1] + '~"'))
+        if whole and balance == 0 and STATEMENT.match(code) and not DECLARATION.match(code):
+            found.append(Mutant(file, number, len(line) - len(line.lstrip()), len(line), ";"))
+    return found
+
+
+def run(command: list[str], folder: pathlib.Path, limit: float) -> bool:
+    environment = dict(os.environ, QT_LOGGING_RULES="*=false")
+    process = subprocess.Popen(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               env=environment, start_new_session=True)
+    try:
+        return process.wait(limit) == 0
+    except subprocess.TimeoutExpired:
+        os.killpg(process.pid, 9)
+        process.wait()
+        return False
+
+
+def ctest(*arguments: str) -> list[str]:
+    return ["ctest", "--stop-on-failure", "--no-tests=ignore", "--timeout", "30", *arguments]
+
+
+class Copy:
+    """A copy of the checkout with a build of its own, where one mutant lives at a time."""
+
+    def __init__(self, folder: pathlib.Path):
+        self.folder = folder
+        self.build = folder / "build"
+        tracked = subprocess.check_output(["git", "ls-files", "-z"], text=True).split("\0")
+        wanted = {file for file in tracked if file and os.path.exists(file)}
+        for old in folder.rglob("*"):
+            if self.build not in old.parents and old != self.build and old.is_file():
+                if str(old.relative_to(folder)) not in wanted:
+                    old.unlink()
+        for file in wanted:
+            target = folder / file
+            content = pathlib.Path(file).read_bytes()
+            if not target.exists() or target.read_bytes() != content:
+                target.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy(file, target)
+        # Warnings would refuse mutants that the tests ought to judge.
+        configure = ["cmake", "-S", str(folder), "-B", str(self.build), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                     "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -Wno-error", "-DCMAKE_C_FLAGS_DEBUG=-O0 -Wno-error"]
+        if shutil.which("ld.lld"):
+            configure.append("-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
+        subprocess.run(configure, check=True, stdout=subprocess.DEVNULL)
+        subprocess.run(["cmake", "--build", str(self.build)], check=True, stdout=subprocess.DEVNULL)
+
+    def judge(self, mutant: Mutant) -> str:
+        path = self.folder / mutant.file
+        original = path.read_text()
+        path.write_text(mutant.apply(original))
+        try:
+            module = mutant.file.split("/")[0]
+            if not run(["ninja", f"{module}/all", "pellavox_window", "pellavox_logic"], self.build, 600):
+                return "refused"  # by the compiler
+            # The tests of the same folder are the likeliest to notice.
+            near = f"tests/{module}"
+            if (self.folder / near).is_dir():
+                if not run(["ninja", f"{near}/all"], self.build, 600):
+                    return "refused"
+                if not run(ctest("--test-dir", str(self.build / near)), self.build, LIMIT):
+                    return "caught"
+            if not run(["ninja"], self.build, 600):
+                return "refused"
+            return "survived" if run(ctest("--test-dir", str(self.build)), self.build, 3 * LIMIT) else "caught"
+        finally:
+            path.write_text(original)
+
+
+def main() -> int:
+    files = [f for f in subprocess.check_output(["git", "ls-files", *FOLDERS], text=True).split()
+             if f.endswith((".cpp", ".h")) and f != "device/RTICE_SDK_x64.h"]
+    everything = [m for f in files for m in mutants_of(f, pathlib.Path(f).read_text())]
+    seed = int(sys.argv[2])
+    count = len(everything) if sys.argv[1] == "all" else min(int(sys.argv[1]), len(everything))
+    chosen = random.Random(seed).sample(everything, count)
+    print(f"{len(everything)} mutants in {len(files)} files; {count} of them, seed {seed}", flush=True)
+
+    workers = os.cpu_count() or 1
+    copies: queue.Queue = queue.Queue()
+    for i in range(workers):
+        copies.put(Copy(pathlib.Path("build/mutation").absolute() / str(i)))
+    first = copies.get()
+    if not run(ctest("--test-dir", str(first.build)), first.build, 10 * LIMIT):
+        print("FAILED: the tests fail on the unchanged program; see ctest --test-dir", first.build)
+        return 1
+    copies.put(first)
+
+    def judge(mutant: Mutant) -> tuple[Mutant, str]:
+        copy = copies.get()
+        try:
+            return mutant, copy.judge(mutant)
+        finally:
+            copies.put(copy)
+
+    outcomes = {"caught": 0, "survived": 0, "refused": 0}
+    begin = time.monotonic()
+    with concurrent.futures.ThreadPoolExecutor(workers) as pool:
+        for mutant, outcome in pool.map(judge, chosen):
+            outcomes[outcome] += 1
+            if outcome == "survived":
+                old = pathlib.Path(mutant.file).read_text()
+                print(f"survived: {mutant.file}:{mutant.line}\n"
+                      f"  - {old.splitlines()[mutant.line - 1].strip()}\n"
+                      f"  + {mutant.apply(old).splitlines()[mutant.line - 1].strip()}", flush=True)
+    judged = outcomes["caught"] + outcomes["survived"]
+    share = outcomes["caught"] / judged if judged else 0.0
+    good = share >= REQUIRED
+    print(f"{'PASSED' if good else 'FAILED'}: {outcomes['caught']} of {judged} mutants caught ({100 * share:.1f} %), "
+          f"{outcomes['survived']} survived, {outcomes['refused']} refused by the compiler, "
+          f"{time.monotonic() - begin:.0f} s.")
+    return 0 if good else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
