@@ -21,3 +21,56 @@ if(PELLAVOX_SANITIZE)
     -fsanitize=${PELLAVOX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(pellavox_compiler_settings INTERFACE -fsanitize=${PELLAVOX_SANITIZE})
 endif()
+
+# A fault in reading what a device or a file says shall end the program, not run
+# somebody else's code. Programs that can be placed anywhere in memory:
+include(CheckPIESupported)
+check_pie_supported()
+set(PELLAVOX_CONTROL_FLOW_PROTECTION OFF)
+set(PELLAVOX_FORTIFIED OFF)
+if(CMAKE_SYSTEM_NAME STREQUAL Linux)
+  # Addresses of library functions are looked up at the start and read-only from
+  # then on; a library without one of them is refused then, not in mid-work. No
+  # code from the stack.
+  target_link_options(pellavox_compiler_settings INTERFACE
+    LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+endif()
+# Sanitizers see more than these.
+if(NOT PELLAVOX_SANITIZE)
+  # A return address that was overwritten is not returned to.
+  target_compile_options(pellavox_compiler_settings INTERFACE -fstack-protector-strong)
+
+  # Copies with a known destination are held to its size. Only optimising
+  # compilers know it; level 3 also knows sizes that come out at run time.
+  string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
+  if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}" MATCHES "-O[123s]")
+    set(level 2)
+    if(NOT WIN32 AND (CMAKE_CXX_COMPILER_ID STREQUAL Clang OR
+       (CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12)))
+      set(level 3)
+    endif()
+    set(PELLAVOX_FORTIFIED ON)
+    target_compile_options(pellavox_compiler_settings INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${level})
+  endif()
+
+  if(WIN32)
+    # The run-time half of both, taken from the archive: another DLL beside the
+    # program would be one more to replace.
+    target_link_libraries(pellavox_compiler_settings INTERFACE -l:libssp.a)
+  else()
+    include(CheckCXXCompilerFlag)
+    # Calls and jumps land at the start of functions only, where processor and
+    # system watch over it.
+    check_cxx_compiler_flag(-fcf-protection=full PELLAVOX_HAS_CF_PROTECTION)
+    if(PELLAVOX_HAS_CF_PROTECTION)
+      set(PELLAVOX_CONTROL_FLOW_PROTECTION ON)
+      target_compile_options(pellavox_compiler_settings INTERFACE -fcf-protection=full)
+    endif()
+    # A large frame cannot step over the stack's guard page. (MinGW touches each
+    # page anyway.)
+    check_cxx_compiler_flag(-fstack-clash-protection PELLAVOX_HAS_STACK_CLASH_PROTECTION)
+    if(PELLAVOX_HAS_STACK_CLASH_PROTECTION)
+      target_compile_options(pellavox_compiler_settings INTERFACE -fstack-clash-protection)
+    endif()
+  endif()
+endif()
