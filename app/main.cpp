@@ -3,7 +3,16 @@
 
 #include <QApplication>
 
+#if defined(Q_OS_WIN)
+#include <windows.h>
+#endif
+
 int main(int argc, char* argv[]) {
+#if defined(Q_OS_WIN)
+  // What is loaded from here on does not come from the current directory, which
+  // is wherever the last file was chosen.
+  SetDllDirectoryW(L"");
+#endif
   enableHighDpi();
   QApplication application(argc, argv);
   MainWindow window;

@@ -1,6 +1,7 @@
 # Fails unless the Windows program is what Windows and its users are promised: a
 # 64-bit program with a window only, hardened, that takes the operations of the
-# definition file from RTICE_SDK_x64.dll and exports nothing.
+# definition file from RTICE_SDK_x64.dll, looks for it in its own folder and the
+# system's only, and exports nothing. Also after it was stripped, as packages are.
 file(STRINGS ${definition} operations REGEX "^[A-Za-z_0-9]+$")
 list(REMOVE_ITEM operations EXPORTS)
 list(LENGTH operations count)
@@ -23,6 +24,11 @@ if(NOT headers MATCHES "Entry 0 0+ 0+ Export Directory")
   message(FATAL_ERROR "${program} exports something")
 endif()
 
+# What it loads later does not come from the current directory.
+if(NOT headers MATCHES "SetDllDirectoryW")
+  message(FATAL_ERROR "${program} lets libraries be loaded from the current directory")
+endif()
+
 string(REGEX MATCH "DLL Name: RTICE_SDK_x64.dll\n[^\n]*\n((\t[^\n]*\n)+)" found "${headers}")
 string(REGEX MATCHALL "[A-Za-z_0-9]+\n" imports "${CMAKE_MATCH_1}")
 list(TRANSFORM imports STRIP)
@@ -30,4 +36,74 @@ list(SORT imports)
 list(SORT operations)
 if(NOT imports STREQUAL operations)
   message(FATAL_ERROR "taken from RTICE_SDK_x64.dll: ${imports}")
+endif()
+
+# A little-endian number of the file.
+function(read_number result file place size)
+  math(EXPR offset "${place}")
+  file(READ ${file} bytes OFFSET ${offset} LIMIT ${size} HEX)
+  string(LENGTH "${bytes}" digits)
+  math(EXPR expected "${size} * 2")
+  if(NOT digits EQUAL expected)
+    message(FATAL_ERROR "${file} ends before offset ${offset} + ${size}")
+  endif()
+  string(REGEX MATCHALL ".." bytes "${bytes}")
+  list(REVERSE bytes)
+  list(JOIN bytes "" number)
+  math(EXPR number "0x${number}")
+  set(${result} ${number} PARENT_SCOPE)
+endfunction()
+
+# The places are those of Microsoft's PE format.
+function(check_load_config file)
+  read_number(header ${file} 60 4)
+  read_number(section_count ${file} "${header} + 6" 2)
+  read_number(optional_size ${file} "${header} + 20" 2)
+  math(EXPR optional "${header} + 24")
+  math(EXPR entry "${optional} + 112 + 10 * 8")
+  read_number(address ${file} ${entry} 4)
+  math(EXPR entry_size "${entry} + 4")
+  read_number(size ${file} ${entry_size} 4)
+
+  # Where that address is in the file.
+  set(place)
+  math(EXPR last "${section_count} - 1")
+  foreach(i RANGE ${last})
+    math(EXPR section "${optional} + ${optional_size} + ${i} * 40")
+    read_number(length ${file} "${section} + 16" 4)
+    read_number(first ${file} "${section} + 12" 4)
+    math(EXPR distance "${address} - ${first}")
+    if(NOT distance LESS 0 AND distance LESS length)
+      read_number(start ${file} "${section} + 20" 4)
+      math(EXPR place "${start} + ${distance}")
+    endif()
+  endforeach()
+  if(address EQUAL 0 OR NOT place)
+    message(FATAL_ERROR "${file} has no load configuration")
+  endif()
+  read_number(own_size ${file} ${place} 4)
+  read_number(flags ${file} "${place} + 78" 2)
+  # LOAD_LIBRARY_SEARCH_APPLICATION_DIR and LOAD_LIBRARY_SEARCH_SYSTEM32
+  math(EXPR wanted "0x0A00")
+  if(NOT size EQUAL 112 OR NOT own_size EQUAL 112 OR NOT flags EQUAL wanted)
+    message(FATAL_ERROR "${file}: load configuration of ${size} and ${own_size} bytes, library search ${flags}")
+  endif()
+endfunction()
+
+check_load_config(${program})
+if(strip)
+  execute_process(COMMAND ${strip} -o ${program}.stripped ${program} COMMAND_ERROR_IS_FATAL ANY)
+  check_load_config(${program}.stripped)
+  file(REMOVE ${program}.stripped)
+
+  # Until it is stripped, the program says what it is made of.
+  execute_process(COMMAND ${objdump} -d --no-show-raw-insn ${program} OUTPUT_VARIABLE code COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "call +[0-9a-f]+ <__stack_chk_fail>" checks "${code}")
+  list(LENGTH checks count)
+  if(count LESS 20)
+    message(FATAL_ERROR "${program} has ${count} functions with a stack protector")
+  endif()
+endif()
+if(headers MATCHES "DLL Name: libssp")
+  message(FATAL_ERROR "${program} needs a libssp DLL, which is not beside it")
 endif()
