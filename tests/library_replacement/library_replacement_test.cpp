@@ -26,35 +26,82 @@ QStringList shownAfterConnect(const QString& programFile, const QString& library
 }
 
 #if defined(Q_OS_WIN)
+constexpr const char* kLibraryName = "RTICE_SDK_x64.dll";
+#else
+constexpr const char* kLibraryName = "libRTICE_SDK_x64.so";
+#endif
 
-// A copy of the program with what it needs, but with that library beside it:
-// Windows looks into the program's folder first, whatever the environment says.
-QString programBeside(const QString& library, const QDir& folder) {
+// A copy of the program with what it needs beside it, but no device library.
+QString programWithoutLibrary(const QDir& folder) {
   const QFileInfo program(PROGRAM);
-  QStringList files = program.dir().entryList({"*.dll"}, QDir::Files);
-  files.removeAll("RTICE_SDK_x64.dll");
-  files << program.fileName() << "platforms/qoffscreen.dll";
+  QStringList files{program.fileName()};
+#if defined(Q_OS_WIN)
+  files << program.dir().entryList({"*.dll"}, QDir::Files) << "platforms/qoffscreen.dll";
+  files.removeAll(kLibraryName);
   folder.mkpath("platforms");
+#endif
   for (const QString& file : files) {
     if (!QFile::copy(program.dir().filePath(file), folder.filePath(file))) {
       qFatal("%s could not be copied", qPrintable(file));
     }
   }
-  if (!QFile::copy(library, folder.filePath("RTICE_SDK_x64.dll"))) {
-    qFatal("%s could not be copied", qPrintable(library));
-  }
   return folder.filePath(program.fileName());
 }
 
+// Runs the program where the loader cannot do its work. Nothing else than its
+// own folder may bring the library in.
+ProgramRun refusedRun(const QString& program) {
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.remove("LD_LIBRARY_PATH");
+  environment.remove("LD_BIND_NOW");
+  environment.insert("WINEDEBUG", "err+module");
+  return runScript(program, PLUGINS, "print LB_Message;close", environment);
+}
+
+#if defined(Q_OS_WIN)
+
+// Windows looks into the program's folder first, whatever the environment says.
 QStringList shownWithReplacement() {
   // A folder as a user might name it.
   const QTemporaryDir directory(QDir::tempPath() + QString::fromUtf8("/Gerät XXXXXX"));
-  return shownAfterConnect(programBeside(REPLACEMENT_DIRECTORY "/RTICE_SDK_x64.dll", QDir(directory.path())));
+  const QDir folder(directory.path());
+  const QString program = programWithoutLibrary(folder);
+  if (!QFile::copy(REPLACEMENT_DIRECTORY "/RTICE_SDK_x64.dll", folder.filePath(kLibraryName))) {
+    qFatal("the other library could not be copied");
+  }
+  return shownAfterConnect(program);
 }
 
 #else
 
 QStringList shownWithReplacement() { return shownAfterConnect(PROGRAM, REPLACEMENT_DIRECTORY); }
+
+QStringList operations() {
+  QFile definition(DEFINITION_FILE);
+  if (!definition.open(QIODevice::ReadOnly)) {
+    qFatal("%s cannot be read", DEFINITION_FILE);
+  }
+  QStringList names;
+  for (const QByteArray& line : definition.readAll().split('\n')) {
+    if (!line.isEmpty() && !line.startsWith("LIBRARY") && line != "EXPORTS") {
+      names << QString::fromLatin1(line);
+    }
+  }
+  return names;
+}
+
+// The other library's file, with that operation under a name nobody asks for
+// (and `uninitialize`, whose end is the same text, along with `initialize`).
+QByteArray libraryWithout(const QByteArray& operation) {
+  QFile file(REPLACEMENT_DIRECTORY "/libRTICE_SDK_x64.so");
+  if (!file.open(QIODevice::ReadOnly)) {
+    qFatal("the other library cannot be read");
+  }
+  const QByteArray name = operation + '\0';
+  QByteArray otherName = name;
+  otherName[0] = '_';
+  return file.readAll().replace(name, otherName);
+}
 
 QStringList dynamicSymbols() {
   QProcess nm;
@@ -81,20 +128,64 @@ class LibraryReplacementTest : public QObject {
                                                   "lb_Main_VER_QX=v3.4", "label_IManufacturer=Other"}));
   }
 
-#if !defined(Q_OS_WIN)  // there, check_windows_program.cmake looks at the program
-  void theProgramTakesTheOperationsFromTheLibraryAndNothingElse() {
-    QFile definition(DEFINITION_FILE);
-    QVERIFY(definition.open(QIODevice::ReadOnly));
-    QStringList operations;
-    for (const QByteArray& line : definition.readAll().split('\n')) {
-      if (!line.isEmpty() && !line.startsWith("LIBRARY") && line != "EXPORTS") {
-        operations << QString::fromLatin1(line);
-      }
-    }
-    QCOMPARE(operations.size(), 44);
+  void theLoaderNamesAMissingLibraryAndNothingStarts() {
+    const QTemporaryDir directory;
+    const ProgramRun run = refusedRun(programWithoutLibrary(QDir(directory.path())));
+    QVERIFY(run.exitCode != 0);
+#if defined(Q_OS_WIN)  // shows a box where Wine is silent; the exit code is one of Windows' own
+    QCOMPARE(static_cast<std::uint32_t>(run.exitCode), 0xC000'0135U);
+#else
+    QVERIFY2(run.ended, run.errors);
+    QVERIFY2(run.errors.contains("error while loading shared libraries: libRTICE_SDK_x64.so: "), run.errors);
+#endif
+    QCOMPARE(run.output, QByteArray());
+  }
 
+  void aFileThatIsNoLibraryIsRefused() {
+    const QTemporaryDir directory;
+    const QString program = programWithoutLibrary(QDir(directory.path()));
+    QFile library(directory.filePath(kLibraryName));
+    QVERIFY(library.open(QIODevice::WriteOnly));
+    library.write(QByteArray(4096, 'x'));
+    library.close();
+
+    const ProgramRun run = refusedRun(program);
+    QVERIFY(run.exitCode != 0);
+#if !defined(Q_OS_WIN)
+    QVERIFY2(run.errors.contains(kLibraryName), run.errors);
+#endif
+    QCOMPARE(run.output, QByteArray());
+  }
+
+#if !defined(Q_OS_WIN)  // there, check_windows_program.cmake looks at the program; Wine starts it in any case
+  void aLibraryThatLacksAnOperationIsRefusedAtTheStart_data() {
+    QTest::addColumn<QString>("operation");
+    for (const QString& operation : operations()) {
+      QTest::newRow(qPrintable(operation)) << operation;
+    }
+  }
+
+  void aLibraryThatLacksAnOperationIsRefusedAtTheStart() {
+    QFETCH(QString, operation);
+    const QTemporaryDir directory;
+    const QString program = programWithoutLibrary(QDir(directory.path()));
+    QFile library(directory.filePath(kLibraryName));
+    QVERIFY(library.open(QIODevice::WriteOnly));
+    library.write(libraryWithout(operation.toLatin1()));
+    library.close();
+
+    const ProgramRun run = refusedRun(program);
+    QVERIFY2(run.ended, run.errors);
+    QVERIFY(run.exitCode != 0);
+    QVERIFY2(run.errors.contains("undefined symbol: "), run.errors);
+    QVERIFY2(run.errors.trimmed().endsWith(operation.toLatin1()), run.errors);
+    QCOMPARE(run.output, QByteArray());
+  }
+
+  void theProgramTakesTheOperationsFromTheLibraryAndNothingElse() {
+    QCOMPARE(operations().size(), 44);
     const QStringList symbols = dynamicSymbols();
-    for (const QString& operation : operations) {
+    for (const QString& operation : operations()) {
       QVERIFY2(symbols.contains(QString(17, ' ') + "U " + operation), qPrintable(operation));
     }
     QCOMPARE(symbols.filter("simulator"), QStringList());
