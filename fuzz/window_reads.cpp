@@ -3,20 +3,16 @@
 /// each operation in turn the input gives one byte (bit 7: another status than
 /// success, taken from the next four bytes; bits 0 to 6: how many bytes it
 /// writes) and then those bytes; what is missing is zero.
-#include "app/main_window.h"
-#include "device/RTICE_SDK_x64.h"
 #include "device/bytes.h"
+#include "fuzz/input.h"
 #include "fuzz/target.h"
+#include "fuzz/window.h"
 #include "simulator/sim_control.h"
 
 #include <QAbstractButton>
-#include <QApplication>
 #include <QComboBox>
 #include <QLabel>
 
-#include <algorithm>
-#include <array>
-#include <span>
 #include <vector>
 
 namespace {
@@ -47,72 +43,36 @@ constexpr const char* kReadOperations[] = {
 constexpr const char* kReadButtons[] = {"BN_Info_Read", "BN_Video_Read", "BN_Audio_Read", "BN_SN_Read",
                                         "BN_EDID_Read", "BN_I2C_Read",   "BN_GPIO_Read"};
 
-/// Takes bytes from the front of an input; zeros once it is used up.
-class Input {
- public:
-  explicit Input(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
-
-  std::vector<std::uint8_t> take(std::size_t count) {
-    std::vector<std::uint8_t> taken(count);
-    const std::size_t there = std::min(count, rest_.size());
-    std::copy_n(rest_.begin(), there, taken.begin());
-    rest_ = rest_.subspan(there);
-    return taken;
-  }
-
- private:
-  std::span<const std::uint8_t> rest_;
-};
-
-/// The program as it runs, without a screen. It lives as long as the process.
-class Program {
- public:
-  Program() {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    static int argumentCount = 1;
-    static std::array<char, 5> name{"fuzz"};
-    static std::array<char*, 2> arguments{name.data(), nullptr};
-    application_ = new QApplication(argumentCount, arguments.data());
-    window_ = new MainWindow;
-    for (const char* const button : kReadButtons) {
-      buttons_.push_back(window_->findChild<QAbstractButton*>(QLatin1String(button)));
+/// Connects anew and presses every read button.
+void readEverything() {
+  static auto& types = fuzz::widget<QComboBox>("CB_DeviceType");
+  static auto& connectButton = fuzz::widget<QAbstractButton>("BN_Connect");
+  static const std::vector<QAbstractButton*> readButtons = [] {
+    std::vector<QAbstractButton*> buttons;
+    for (const char* const name : kReadButtons) {
+      buttons.push_back(&fuzz::widget<QAbstractButton>(name));
     }
-    connectButton_ = window_->findChild<QAbstractButton*>(QStringLiteral("BN_Connect"));
-    typeList_ = window_->findChild<QComboBox*>(QStringLiteral("CB_DeviceType"));
+    return buttons;
+  }();
+
+  // An unchanged device would be kept as it is connected.
+  types.setCurrentIndex(1);
+  connectButton.click();
+  types.setCurrentIndex(0);
+  connectButton.click();
+  for (QAbstractButton* const button : readButtons) {
+    button->click();
   }
-
-  /// Connects anew and presses every read button.
-  void readEverything() {
-    // An unchanged device would be kept as it is connected.
-    typeList_->setCurrentIndex(1);
-    connectButton_->click();
-    typeList_->setCurrentIndex(0);
-    connectButton_->click();
-    for (QAbstractButton* const button : buttons_) {
-      button->click();
-    }
-  }
-
-  bool showsATextAtAll() const { return !window_->findChild<QLabel*>(QStringLiteral("LB_Message"))->text().isEmpty(); }
-
- private:
-  QApplication* application_;
-  MainWindow* window_;
-  QAbstractButton* connectButton_;
-  QComboBox* typeList_;
-  std::vector<QAbstractButton*> buttons_;
-};
+}
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static auto* const program = new Program;
   simulator::reset();
   simulator::useVirtualTime();
-  Input input({data, size});
+  fuzz::Input input({data, size});
   for (const char* const operation : kReadOperations) {
-    const std::uint8_t control = input.take(1)[0];
+    const std::uint8_t control = input.takeByte();
     const std::int32_t status =
         (control & 0x80) != 0 ? static_cast<std::int32_t>(device::readU32le(input.take(4), 0)) : 0;
     const std::vector<std::uint8_t> answer = input.take(control & 0x7F);
@@ -121,7 +81,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
       simulator::answerCall(operation, call, status, answer);
     }
   }
-  program->readEverything();
-  fuzz::require(program->showsATextAtAll(), "connecting leaves a message");
+  readEverything();
+  fuzz::require(!fuzz::widget<QLabel>("LB_Message").text().isEmpty(), "connecting leaves a message");
   return 0;
 }

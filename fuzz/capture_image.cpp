@@ -1,0 +1,99 @@
+/// @file
+/// The search for the model's name in a capture image. The first byte chooses
+/// how the image comes: bit 0, which model; bit 1, from a real file, after so
+/// many bytes that the search's piece ends within the image (bit 2: as a hole),
+/// otherwise in short pieces, whose lengths are the next 8 bytes' in turn. The
+/// rest is the image.
+#include "firmware/capture_image.h"
+
+#include "fuzz/input.h"
+#include "fuzz/target.h"
+
+#include <QFile>
+#include <QTemporaryFile>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+/// A file that is read in pieces shorter than asked for.
+class PiecewiseFile : public QFile {
+ public:
+  PiecewiseFile(std::span<const std::uint8_t> content, std::vector<std::uint8_t> pieces)
+      : content_(content), pieces_(std::move(pieces)) {
+    setOpenMode(QIODevice::ReadOnly | QIODevice::Unbuffered);
+  }
+
+  // Qt's own part of closing wants a real file.
+  ~PiecewiseFile() override { setOpenMode(QIODevice::NotOpen); }
+  PiecewiseFile(const PiecewiseFile&) = delete;
+  PiecewiseFile& operator=(const PiecewiseFile&) = delete;
+
+  bool isSequential() const override { return true; }
+
+ protected:
+  qint64 readData(char* bytes, qint64 size) override {
+    const std::size_t wanted = std::size_t{pieces_[piece_++ % pieces_.size()]} + 1;
+    const std::size_t length = std::min({wanted, static_cast<std::size_t>(size), content_.size()});
+    if (length > 0) {
+      std::memcpy(bytes, content_.data(), length);
+    }
+    content_ = content_.subspan(length);
+    return static_cast<qint64>(length);
+  }
+
+ private:
+  std::span<const std::uint8_t> content_;
+  std::vector<std::uint8_t> pieces_;
+  std::size_t piece_ = 0;
+};
+
+constexpr qint64 kPieceSize = qint64{256} * 1024;
+
+bool isFoundInFile(std::span<const std::uint8_t> image, bool afterHole, const QByteArray& text) {
+  static QTemporaryFile file;
+  fuzz::require(file.isOpen() || file.open(), "a temporary file can be made");
+  const auto size = static_cast<qint64>(image.size());
+  const qint64 before = kPieceSize - size / 2;
+  fuzz::require(file.resize(0) && file.seek(0), "it can be emptied");
+  if (afterHole) {
+    fuzz::require(file.resize(before) && file.seek(before), "it can have a hole");
+  } else {
+    static const QByteArray zeros(static_cast<int>(kPieceSize), '\0');
+    fuzz::require(file.write(zeros.constData(), before) == before, "it can be filled");
+  }
+  fuzz::require(file.write(reinterpret_cast<const char*>(image.data()), size) == size && file.flush(),
+                "it takes the image");
+
+  QFile read(file.fileName());
+  fuzz::require(read.open(QIODevice::ReadOnly | QIODevice::Unbuffered), "it can be read");
+  return firmware::containsText(read, text);
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input input({data, size});
+  const std::uint8_t control = input.takeByte();
+  const std::uint32_t pid = (control & 1) != 0 ? 0x6B02 : 0x6B03;
+  const auto text = firmware::modelText(0x5C19, pid);
+  fuzz::require(text.has_value(), "both models have a name");
+  fuzz::require(!firmware::modelText(pid, 0x5C19), "other ids have none");
+
+  const bool inFile = (control & 2) != 0;
+  std::vector<std::uint8_t> pieces = inFile ? std::vector<std::uint8_t>() : input.take(8);
+  const std::span<const std::uint8_t> image = input.rest();
+  bool isFound = false;
+  if (inFile) {
+    isFound = isFoundInFile(image, (control & 4) != 0, *text);
+  } else {
+    PiecewiseFile file(image, std::move(pieces));
+    isFound = firmware::containsText(file, *text);
+  }
+  const std::string_view all(reinterpret_cast<const char*>(image.data()), image.size());
+  fuzz::require(isFound == (all.find(text->constData()) != std::string_view::npos),
+                "the name is found when the image contains it, however it is read");
+  return 0;
+}
