@@ -1,9 +1,9 @@
 /// @file
 /// The search for the model's name in a capture image. The first byte chooses
-/// how the image comes: bit 0, which model; bit 1, from a real file, after so
-/// many bytes that the search's piece ends within the image (bit 2: as a hole),
-/// otherwise in short pieces, whose lengths are the next 8 bytes' in turn. The
-/// rest is the image.
+/// the model (bit 0) and how the image comes (bits 1 to 4): 0, from a file in
+/// which the search's first piece ends within the image, which takes its time; 1
+/// to 3, the same with a hole before the image; otherwise in short pieces, whose
+/// lengths are the next 8 bytes in turn. The rest is the image.
 #include "firmware/capture_image.h"
 
 #include "fuzz/input.h"
@@ -82,12 +82,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::require(text.has_value(), "both models have a name");
   fuzz::require(!firmware::modelText(pid, 0x5C19), "other ids have none");
 
-  const bool inFile = (control & 2) != 0;
+  const int way = control >> 1 & 15;
+  const bool inFile = way < 4;
   std::vector<std::uint8_t> pieces = inFile ? std::vector<std::uint8_t>() : input.take(8);
   const std::span<const std::uint8_t> image = input.rest();
   bool isFound = false;
   if (inFile) {
-    isFound = isFoundInFile(image, (control & 4) != 0, *text);
+    isFound = isFoundInFile(image, way > 0, *text);
   } else {
     PiecewiseFile file(image, std::move(pieces));
     isFound = firmware::containsText(file, *text);
