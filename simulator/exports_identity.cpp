@@ -35,7 +35,7 @@ int32_t AT_Get_Customer_Ver(uint8_t* buffer) {
 }
 
 int32_t AT_Get_UVC_Name(uint8_t* buffer, uint32_t capacity, uint32_t* length) {
-  return Library::instance().call({__func__, arguments(capacity), {buffer, capacity}}, [&](Device& device) {
+  return Library::instance().call({__func__, arguments(capacity), {buffer, capacity}, length}, [&](Device& device) {
     if (!buffer || !length) {
       return simulator::kInvalidArgument;
     }

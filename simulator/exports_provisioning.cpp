@@ -28,7 +28,7 @@ int32_t burnHDCP(const char* path) {
 }
 
 int32_t AT_USB_Get_SerialNum(uint8_t* buffer, uint32_t capacity, uint32_t* length) {
-  return Library::instance().call({__func__, arguments(capacity), {buffer, capacity}}, [&](Device& device) {
+  return Library::instance().call({__func__, arguments(capacity), {buffer, capacity}, length}, [&](Device& device) {
     if (!buffer || !length) {
       return simulator::kInvalidArgument;
     }

@@ -70,13 +70,23 @@ std::optional<std::int32_t> Library::refusal(const DevicePointer& device, Needs 
 
 Library::Entered Library::enter(Call call, Needs needs) {
   const std::scoped_lock lock(state_);
-  Entered entered{device_, {call.operation, std::move(call.arguments), 0, {}, std::this_thread::get_id()}, {}, {}};
+  Entered entered{device_, {call.operation, std::move(call.arguments), 0, {}, std::this_thread::get_id()}, {}, {}, {}};
   entered.start = device_->clock.now();
   ++calls_;
   unplugWhenDue();
-  if (const FaultPlan::Fault* fault = plan_.faults.nextCall(call.operation)) {
+  const FaultPlan::Fault* const fault = plan_.faults.nextCall(call.operation);
+  if (fault) {
+    entered.delay = fault->delay;
+    if (fault->unplugs) {
+      device_->unplug();
+    }
+  }
+  if (fault && fault->answers) {
     if (call.output.data()) {
       std::copy_n(fault->answer.begin(), std::min(fault->answer.size(), call.output.size()), call.output.begin());
+    }
+    if (call.length && fault->length) {
+      *call.length = *fault->length;
     }
     entered.status = fault->status;
   } else {
@@ -86,6 +96,7 @@ Library::Entered Library::enter(Call call, Needs needs) {
 }
 
 std::int32_t Library::leave(Entered& entered, std::int32_t status) {
+  pass(entered.device, entered.delay);
   const std::scoped_lock lock(state_);
   if (entered.device == device_) {
     entered.entry.result = status;

@@ -33,6 +33,7 @@ class Library {
     const char* operation;
     std::string arguments = {};           ///< for the journal
     std::span<std::uint8_t> output = {};  ///< the caller's buffer, which an injected answer may fill
+    std::uint32_t* length = nullptr;      ///< the caller's length, which an injected answer may set
   };
 
   /// An operation that needs an open port. Counts the call, looks for a fault,
@@ -63,6 +64,7 @@ class Library {
     JournalEntry entry;
     std::chrono::nanoseconds start{};
     std::optional<std::int32_t> status;  // set when the call ends here
+    std::chrono::nanoseconds delay{};    // of the answer
   };
 
   Library();

@@ -34,8 +34,23 @@ void failCall(const std::string& operation, unsigned call, std::int32_t status, 
   Library::instance().addFault({operation, call, count, status, {}});
 }
 
-void answerCall(const std::string& operation, unsigned call, std::int32_t status, std::vector<std::uint8_t> answer) {
-  Library::instance().addFault({operation, call, 1, status, std::move(answer)});
+void answerCall(const std::string& operation, unsigned call, std::int32_t status, std::vector<std::uint8_t> answer,
+                std::optional<std::uint32_t> length) {
+  Library::instance().addFault({operation, call, 1, status, std::move(answer), length});
+}
+
+void delayCall(const std::string& operation, unsigned call, std::chrono::nanoseconds time) {
+  FaultPlan::Fault fault{operation, call, 1, 0, {}};
+  fault.answers = false;
+  fault.delay = time;
+  Library::instance().addFault(std::move(fault));
+}
+
+void unplugAtCall(const std::string& operation, unsigned call) {
+  FaultPlan::Fault fault{operation, call, 1, 0, {}};
+  fault.answers = false;
+  fault.unplugs = true;
+  Library::instance().addFault(std::move(fault));
 }
 
 void unplug() {

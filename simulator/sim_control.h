@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -59,10 +60,23 @@ SIMULATOR_API void failCall(const std::string& operation, unsigned call, std::in
 /// Makes one call of `operation` return `status` and write `answer` to its
 /// output buffer, cut to the buffer's size but otherwise as it stands: no
 /// terminator is added and a length argument is left alone.
-/// @param call counted from 1 since `reset`
+/// @param call   counted from 1 since `reset`
+/// @param length what its length argument is set to, if given
 /// @throws std::invalid_argument for an unknown operation and for call 0
 SIMULATOR_API void answerCall(const std::string& operation, unsigned call, std::int32_t status,
-                              std::vector<std::uint8_t> answer);
+                              std::vector<std::uint8_t> answer, std::optional<std::uint32_t> length = std::nullopt);
+
+/// Makes one call of `operation` return so much later: the device does its part
+/// at once, its answer is late.
+/// @param call counted from 1 since `reset`
+/// @throws std::invalid_argument for an unknown operation and for call 0
+SIMULATOR_API void delayCall(const std::string& operation, unsigned call, std::chrono::nanoseconds time);
+
+/// Pulls the device's plug as one call of `operation` comes in, before it does
+/// anything.
+/// @param call counted from 1 since `reset`
+/// @throws std::invalid_argument for an unknown operation and for call 0
+SIMULATOR_API void unplugAtCall(const std::string& operation, unsigned call);
 
 /// Pulls the device's plug: every operation but initialize and uninitialize
 /// fails until `replug`. The port stays open; the library finds the device again.

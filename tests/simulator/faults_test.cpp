@@ -99,10 +99,57 @@ class SimulatorFaultsTest : public QObject {
     QCOMPARE(scratch, expected);
   }
 
+  void anAnswerSetsTheLengthToo() {
+    openDefaultDevice();
+    simulator::answerCall("AT_Get_UVC_Name", 1, 0, {'y'}, 0xFFFFFFFF);
+    simulator::answerCall("AT_USB_Get_SerialNum", 1, -1, {}, 7);
+    Scratch scratch;
+    QCOMPARE(AT_Get_UVC_Name(scratch.buffer.data(), 100, &scratch.length), 0);
+    QCOMPARE(scratch.length, std::uint32_t{0xFFFFFFFF});
+    QCOMPARE(AT_USB_Get_SerialNum(scratch.buffer.data(), 100, &scratch.length), -1);
+    QCOMPARE(scratch.length, std::uint32_t{7});
+  }
+
+  // The device has done its part, whatever the operation's kind.
+  void aLateAnswerIsTheDevicesOwn() {
+    const BurnFile file;
+    std::chrono::nanoseconds burn{};
+    for (const bool late : {false, true}) {
+      simulator::reset();
+      simulator::useVirtualTime();
+      if (late) {
+        for (const char* operation : {"openPort", "AT_GPIO_Get_Param", "burnToFlash"}) {
+          simulator::delayCall(operation, 1, 2s);
+        }
+      }
+      openDefaultDevice();
+      simulator::setGpioPin(0, 0, 0x1F);
+      std::uint8_t value = 0;
+      QCOMPARE(AT_GPIO_Get_Param(0, 0, &value), 0);
+      QCOMPARE(value, std::uint8_t{0x1F});
+      QCOMPARE(burnToFlash(file.path(), [](float) {}), 0);
+      const auto calls = simulator::journal();
+      QVERIFY(calls.at(2).duration == (late ? 2s : 0s));
+      QVERIFY(calls.at(3).duration == (late ? 2s : 0s));
+      QVERIFY(late ? calls.at(4).duration == burn + 2s : calls.at(4).duration > 0s);
+      burn = calls.at(4).duration;
+    }
+  }
+
+  void thePlugIsPulledAtACall() {
+    simulator::unplugAtCall("AT_Get_Current_Input_Source", 2);
+    openDefaultDevice();
+    QCOMPARE(readSource(3), (QVector<int>{0, simulator::kDeviceGone, simulator::kDeviceGone}));
+    simulator::replug();
+    QCOMPARE(readSource(1), QVector<int>{0});
+  }
+
   void anUnknownOperationOrCallIsRefused() {
     QVERIFY_EXCEPTION_THROWN(simulator::failCall("AT_Get_Custmer_Ver", 1, -1), std::invalid_argument);
     QVERIFY_EXCEPTION_THROWN(simulator::failCall("openPort", 0, -1), std::invalid_argument);
     QVERIFY_EXCEPTION_THROWN(simulator::answerCall("", 1, -1, {}), std::invalid_argument);
+    QVERIFY_EXCEPTION_THROWN(simulator::delayCall("openPort", 0, 1s), std::invalid_argument);
+    QVERIFY_EXCEPTION_THROWN(simulator::unplugAtCall("plug", 1), std::invalid_argument);
   }
 
   void aScenarioInjectsFaults() {
