@@ -1,0 +1,99 @@
+#pragma once
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMap>
+#include <QRadioButton>
+#include <QSignalBlocker>
+#include <QSlider>
+#include <QSpinBox>
+#include <QStatusBar>
+#include <QTabWidget>
+
+/// How the whole window stands: for each widget's name its text, "on" or "off",
+/// its number, or the chosen row's text ("" when none is chosen).
+using WindowState = QMap<QString, QString>;
+
+namespace window_state {
+
+/// A widget's state, or a null text for one that has none.
+inline QString stateOf(const QWidget& widget) {
+  if (const auto* const label = qobject_cast<const QLabel*>(&widget)) {
+    return label->text();
+  }
+  if (const auto* const field = qobject_cast<const QLineEdit*>(&widget)) {
+    return field->text();
+  }
+  if (const auto* const list = qobject_cast<const QComboBox*>(&widget)) {
+    return list->currentText();
+  }
+  if (const auto* const slider = qobject_cast<const QSlider*>(&widget)) {
+    return QString::number(slider->value());
+  }
+  if (const auto* const box = qobject_cast<const QSpinBox*>(&widget)) {
+    return QString::number(box->value());
+  }
+  if (const auto* const tabs = qobject_cast<const QTabWidget*>(&widget)) {
+    return QStringLiteral("page %1 of %2").arg(tabs->currentIndex()).arg(tabs->count());
+  }
+  if (const auto* const bar = qobject_cast<const QStatusBar*>(&widget)) {
+    return bar->currentMessage();
+  }
+  if (const auto* const button = qobject_cast<const QAbstractButton*>(&widget)) {
+    return button->isCheckable() ? QString::fromLatin1(button->isChecked() ? "on" : "off") : button->text();
+  }
+  return {};
+}
+
+}  // namespace window_state
+
+inline WindowState takeState(const QWidget& window) {
+  WindowState all{{"window title", window.windowTitle()}};
+  for (const QWidget* const widget : window.findChildren<QWidget*>()) {
+    const QString name = widget->objectName();
+    if (name.isEmpty() || name.startsWith(QLatin1String("qt_"))) {
+      continue;  // Qt's own part of another widget
+    }
+    const QString state = window_state::stateOf(*widget);
+    all[name] = widget->isEnabledTo(&window) ? state : state + QLatin1String(" (disabled)");
+  }
+  return all;
+}
+
+/// Puts a widget into a state without anybody being told.
+inline void setState(QWidget& widget, const QString& state) {
+  const QSignalBlocker quiet(widget);
+  if (auto* const label = qobject_cast<QLabel*>(&widget)) {
+    if (label->text() != state) {
+      label->setText(state);  // would take a picture away
+    }
+  } else if (auto* const field = qobject_cast<QLineEdit*>(&widget)) {
+    field->setText(state);
+  } else if (auto* const list = qobject_cast<QComboBox*>(&widget)) {
+    list->setCurrentIndex(list->findText(state));
+  } else if (auto* const slider = qobject_cast<QSlider*>(&widget)) {
+    slider->setValue(state.toInt());
+  } else if (auto* const box = qobject_cast<QSpinBox*>(&widget)) {
+    box->setValue(state.toInt());
+  } else if (auto* const button = qobject_cast<QAbstractButton*>(&widget); button && button->isCheckable()) {
+    const bool exclusive = button->autoExclusive();
+    button->setAutoExclusive(false);  // so that none of a group may be on
+    button->setChecked(state == QLatin1String("on"));
+    button->setAutoExclusive(exclusive);
+  }
+}
+
+/// Where two states differ, one line each.
+inline QString differences(const WindowState& seen, const WindowState& expected) {
+  QStringList lines;
+  QStringList names = seen.keys() + expected.keys();
+  names.removeDuplicates();
+  for (const QString& name : names) {
+    if (seen.value(name) != expected.value(name)) {
+      lines << QStringLiteral("%1 is \"%2\" instead of \"%3\"").arg(name, seen.value(name), expected.value(name));
+    }
+  }
+  return lines.join(QLatin1String("; "));
+}
