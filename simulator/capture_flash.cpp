@@ -49,7 +49,7 @@ std::optional<unsigned> CaptureFlash::beginBurn(std::vector<std::uint8_t> image)
   return running_;
 }
 
-std::int32_t CaptureFlash::step(unsigned burn) {
+std::int32_t CaptureFlash::step(unsigned burn, Liar& liar) {
   if (running_ != burn) {
     return kDeviceGone;
   }
@@ -61,8 +61,10 @@ std::int32_t CaptureFlash::step(unsigned burn) {
     erased_ += kSectorSize;
   } else if (!isDone()) {
     const std::size_t size = std::min(kPieceSize, image_.size() - written_);
-    const auto at = static_cast<std::ptrdiff_t>(written_);
-    std::copy_n(image_.begin() + at, size, content_.begin() + at);
+    if (!liar.swallows()) {
+      const auto piece = liar.arriving(std::span(image_).subspan(written_, size));
+      std::copy(piece.begin(), piece.end(), content_.begin() + static_cast<std::ptrdiff_t>(written_));
+    }
     written_ += size;
   }
   return kOk;

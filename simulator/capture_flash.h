@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/liar.h"
 #include "simulator/scenario_tree.h"
 
 #include <array>
@@ -37,8 +38,9 @@ class CaptureFlash {
   /// How long the next step of the running burn takes.
   std::chrono::milliseconds stepTime() const { return isErasing() ? kSectorTime : kPieceTime; }
   /// Erases the next sector or writes the next piece.
+  /// @param liar what a piece passes on its way
   /// @return kDeviceGone when that burn was interrupted, kFlashFault when the flash fails
-  std::int32_t step(unsigned burn);
+  std::int32_t step(unsigned burn, Liar& liar);
   /// How much of the running burn's time has passed, in percent.
   float percent() const;
   /// Whether the last burn has written all of its image.

@@ -9,6 +9,7 @@
 #include "simulator/gpio.h"
 #include "simulator/i2c_bus.h"
 #include "simulator/identity.h"
+#include "simulator/liar.h"
 #include "simulator/provisioning.h"
 #include "simulator/receiver.h"
 #include "simulator/temperature_sensor.h"
@@ -61,6 +62,7 @@ class Device {
   Gpio gpio;
   Provisioning provisioning;
   CaptureFlash flash;
+  Liar liar;
 
  private:
   void powerCycle();

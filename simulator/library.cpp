@@ -70,9 +70,10 @@ std::optional<std::int32_t> Library::refusal(const DevicePointer& device, Needs 
 
 Library::Entered Library::enter(Call call, Needs needs) {
   const std::scoped_lock lock(state_);
-  Entered entered{device_, {call.operation, std::move(call.arguments), 0, {}, std::this_thread::get_id()}, {}, {}, {}};
+  Entered entered{device_, {call.operation, std::move(call.arguments), 0, {}, std::this_thread::get_id()}, {}, {}, {},
+                  0};
   entered.start = device_->clock.now();
-  ++calls_;
+  entered.number = calls_++;
   unplugWhenDue();
   const FaultPlan::Fault* const fault = plan_.faults.nextCall(call.operation);
   if (fault) {
@@ -125,6 +126,7 @@ void Library::pass(const DevicePointer& device, std::chrono::nanoseconds time) {
 
 std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>& body) {
   const std::scoped_lock oneCall(oneCall_);
+  const std::span<std::uint8_t> output = call.output;
   Entered entered = enter(std::move(call), Needs::kPort);
   if (entered.status) {
     return leave(entered, *entered.status);
@@ -144,7 +146,8 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
     if (const auto refused = refusal(entered.device, Needs::kPort)) {
       status = *refused;
     } else {
-      status = body(*entered.device);
+      Device& device = *entered.device;
+      status = device.liar.transfer(entered.number, output, [&] { return body(device); });
       spent = entered.device->takeSpentTime();
     }
   }
@@ -169,7 +172,7 @@ std::int32_t Library::longCall(Call call, const std::function<std::int32_t(LongC
     entered = enter(std::move(call), Needs::kPort);
   }
   if (!entered.status) {
-    LongCall longCall(*this, entered.device);
+    LongCall longCall(*this, entered.device, entered.number);
     entered.status = body(longCall);
   }
   return leave(entered, *entered.status);
@@ -181,7 +184,7 @@ std::int32_t Library::LongCall::step(const std::function<std::int32_t(Device&)>&
   if (const auto refused = library_.refusal(device_, Needs::kPort)) {
     return *refused;
   }
-  return step(*device_);
+  return device_->liar.begin(number_) ? step(*device_) : kNoAnswer;
 }
 
 void Library::LongCall::cleanUp(const std::function<void(Device&)>& action) {

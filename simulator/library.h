@@ -65,6 +65,7 @@ class Library {
     std::chrono::nanoseconds start{};
     std::optional<std::int32_t> status;  // set when the call ends here
     std::chrono::nanoseconds delay{};    // of the answer
+    std::size_t number = 0;              // of the call, from 0
   };
 
   Library();
@@ -106,9 +107,11 @@ class Library::LongCall {
 
  private:
   friend class Library;
-  LongCall(Library& library, DevicePointer device) : library_(library), device_(std::move(device)) {}
+  LongCall(Library& library, DevicePointer device, std::size_t number)
+      : library_(library), device_(std::move(device)), number_(number) {}
   Library& library_;
   DevicePointer device_;
+  std::size_t number_;
 };
 
 }  // namespace simulator

@@ -75,6 +75,16 @@ std::chrono::nanoseconds now() {
   return time;
 }
 
+void lie(const Lies& lies) {
+  Library::instance().withDevice([&lies](Device& device) { device.liar.start(lies); });
+}
+
+std::vector<Transfer> transfers() {
+  std::vector<Transfer> transfers;
+  Library::instance().withDevice([&transfers](const Device& device) { transfers = device.liar.transfers(); });
+  return transfers;
+}
+
 std::vector<std::uint8_t> eepromContent(std::uint8_t address) {
   std::vector<std::uint8_t> content;
   Library::instance().withDevice([&](Device& device) {

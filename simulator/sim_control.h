@@ -90,6 +90,36 @@ SIMULATOR_API void advanceTime(std::chrono::nanoseconds by);
 /// The device's clock, counted from the last `reset`.
 SIMULATOR_API std::chrono::nanoseconds now();
 
+// ---- Lies ----------------------------------------------------------------
+
+/// How a device lies: rates in transfers of a thousand. A transfer is a call
+/// that reaches the device, or one step of a burn; none of the session's calls.
+struct Lies {
+  std::uint64_t seed = 1;    ///< decides, for the same calls, all lies
+  unsigned flipRead = 0;     ///< one to three bits of what is read are wrong
+  unsigned flipWrite = 0;    ///< one to three bits of the bytes that are written arrive wrong
+  unsigned shortRead = 0;    ///< only the beginning of what is read arrives, which counts as success
+  unsigned silentWrite = 0;  ///< a write, whatever it writes, succeeds and does nothing
+  /// How many transfers are acknowledged; all others fail. Unset = all are.
+  std::optional<unsigned> acknowledged = std::nullopt;
+};
+
+/// What came of a transfer of a device that lies.
+struct Transfer {
+  enum class Lie { kNone, kFlippedRead, kFlippedWrite, kShortRead, kSilentWrite, kNoAcknowledge };
+  std::size_t call = 0;  ///< number of its call, counted from 0 since `reset` as the calls began
+  Lie lie = Lie::kNone;
+  /// Of a read: the caller's buffer afterwards. Of a write: its bytes as they
+  /// arrived; empty when they did not, and when the operation takes no bytes.
+  std::vector<std::uint8_t> bytes;
+};
+
+/// From here to the next `reset` the device lies; `lie({})` ends the lies.
+/// @throws std::invalid_argument for a rate above 1000
+SIMULATOR_API void lie(const Lies& lies);
+/// All transfers since `lie`.
+SIMULATOR_API std::vector<Transfer> transfers();
+
 // ---- I2C targets and GPIO ------------------------------------------------
 
 /// The whole memory of an EEPROM on the I2C bus.
