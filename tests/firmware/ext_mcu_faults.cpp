@@ -1,6 +1,8 @@
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/ext_mcu_upgrade.h"
 #include "simulator/sim_control.h"
+#include "tests/support/seeded_random.h"
+#include "tests/support/upgrade_images.h"
 
 #include <QString>
 
@@ -9,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,12 +26,10 @@ constexpr char kGet[] = "AT_System_Get_ExternalMCU_cmd";
 constexpr double kSlowest = 0.31;
 constexpr char kSuccess[] = "MCU Update Done...[Success]";
 
-using Image = std::vector<std::uint8_t>;
-
 // One upgrade that its number and the seed decide alone.
 class Run {
  public:
-  Run(std::uint32_t seed, std::uint32_t number) : sequence_{seed, number}, random_(sequence_) {}
+  Run(std::uint32_t seed, std::uint32_t number) : random_{seed, number} {}
 
   struct Outcome {
     std::string lastText;
@@ -42,7 +41,7 @@ class Run {
   };
 
   Outcome go() {
-    family2_ = chance(50);
+    family2_ = random_.chance(50);
     blockSize_ = family2_ ? 1024 : 128;
     makeImage();
     openDevice();
@@ -71,64 +70,39 @@ class Run {
   }
 
  private:
-  std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(random_() % limit); }
-  bool chance(std::uint32_t percent) { return below(100) < percent; }
-  template <typename Value>
-  Value oneOf(std::initializer_list<Value> values) {
-    return values.begin()[below(static_cast<std::uint32_t>(values.size()))];
-  }
-
   void makeImage() {
-    std::size_t size = 1 + below(3000);
-    if (chance(20)) {
-      size = oneOf<std::size_t>({1, 63, 64, 65, 127, 128, 129, 1023, 1024, 1025, 2048});
-    } else if (chance(2)) {
-      size = 1 + below(60'000);
+    std::size_t size = 1 + random_.below(3000);
+    if (random_.chance(20)) {
+      size = random_.oneOf<std::size_t>({1, 63, 64, 65, 127, 128, 129, 1023, 1024, 1025, 2048});
+    } else if (random_.chance(2)) {
+      size = 1 + random_.below(60'000);
     }
-    image_.resize(size);
-    const auto byte = [this] { return static_cast<std::uint8_t>(below(256)); };
-    switch (below(4)) {
-      case 0:  // all packets alike: the checksum of the one before looks right
-        std::fill(image_.begin(), image_.end(), byte());
-        break;
-      case 1:  // all packets with checksum 0xFF: a failed read looks right
-        for (std::size_t piece = 0; piece < size; piece += 64) {
-          const std::size_t end = std::min(piece + 64, size);
-          unsigned sum = 0x5A + 0xA3;
-          for (std::size_t i = piece; i + 1 < end; ++i) {
-            image_[i] = byte();
-            sum += image_[i];
-          }
-          image_[end - 1] = static_cast<std::uint8_t>(0xFF - sum);
-        }
-        break;
-      default:
-        std::generate(image_.begin(), image_.end(), byte);
-    }
+    image_ = upgrade_images::randomImage(size, random_);
   }
 
   void openDevice() {
-    unplugAfter_ = chance(10) ? 9 + below(400) : 0;
+    unplugAfter_ = random_.chance(10) ? 9 + random_.below(400) : 0;
     // One in six too slow to be upgraded at all.
-    speedFactor_ = chance(15) ? 0.1 + 0.01 * below(20) : kSlowest + 0.01 * below(500);
+    speedFactor_ = random_.chance(15) ? 0.1 + 0.01 * random_.below(20) : kSlowest + 0.01 * random_.below(500);
     char scenario[300];
     std::snprintf(scenario, sizeof scenario,
                   R"({"externalMcu": {"family": "%s", "mode": "%s"}, "speedFactor": %.3f, "latencyMs": %.2f%s%s})",
-                  family2_ ? "2" : "v", chance(80) ? "application" : "bootLoader", speedFactor_,
-                  chance(50) ? 0.0 : 0.01 * below(300), unplugAfter_ != 0 ? R"(, "unplugAfterCalls": )" : "",
+                  family2_ ? "2" : "v", random_.chance(80) ? "application" : "bootLoader", speedFactor_,
+                  random_.chance(50) ? 0.0 : 0.01 * random_.below(300),
+                  unplugAfter_ != 0 ? R"(, "unplugAfterCalls": )" : "",
                   unplugAfter_ != 0 ? std::to_string(unplugAfter_).c_str() : "");
     const std::string error = simulator::loadScenario(scenario);
     simulator::useVirtualTime();
     if (!error.empty() || initialize() != 0 || setDevice(0, 0, 0x5C19, 0x6B03) != 0 || openPort() != 0) {
       throw std::logic_error("cannot open the device: " + error);
     }
-    pausesUntilReplug_ = chance(50) ? 1 + below(150) : 0;
+    pausesUntilReplug_ = random_.chance(50) ? 1 + random_.below(150) : 0;
   }
 
   void addFaults() {
     const std::size_t blocks = (image_.size() + blockSize_ - 1) / blockSize_;
-    for (std::uint32_t i = below(5); i > 0; --i) {
-      if (chance(30)) {
+    for (std::uint32_t i = random_.below(5); i > 0; --i) {
+      if (random_.chance(30)) {
         addLibraryFault(static_cast<std::uint32_t>(40 + blocks * (4 + 3 * blockSize_ / 64)));
       } else {
         addMcuFault(static_cast<std::uint32_t>(blocks));
@@ -140,12 +114,13 @@ class Run {
     using At = McuFault::At;
     using Kind = McuFault::Kind;
     McuFault fault;
-    fault.at = oneOf({At::kTransfer, At::kTransfer, At::kReset, At::kSetBoot, At::kPacket, At::kStart, At::kAddress,
-                      At::kData, At::kData, At::kFinish});
+    fault.at = random_.oneOf({At::kTransfer, At::kTransfer, At::kReset, At::kSetBoot, At::kPacket, At::kStart,
+                              At::kAddress, At::kData, At::kData, At::kFinish});
     const bool isPacket = fault.at >= At::kPacket;
-    fault.kind = isPacket ? oneOf({Kind::kNoAnswer, Kind::kLostReply, Kind::kDamage, Kind::kWrongChecksum, Kind::kBusy})
-                          : oneOf({Kind::kNoAnswer, Kind::kLostReply});
-    if (fault.at == At::kSetBoot && chance(30)) {
+    fault.kind =
+        isPacket ? random_.oneOf({Kind::kNoAnswer, Kind::kLostReply, Kind::kDamage, Kind::kWrongChecksum, Kind::kBusy})
+                 : random_.oneOf({Kind::kNoAnswer, Kind::kLostReply});
+    if (fault.at == At::kSetBoot && random_.chance(30)) {
       fault.kind = Kind::kBusy;
     }
     const std::uint32_t packets = blocks * static_cast<std::uint32_t>(1 + blockSize_ / 64);
@@ -155,23 +130,24 @@ class Run {
                                 : fault.at == At::kAddress ? blocks + 9
                                 : isPacket                 ? 10
                                                            : 1;
-    fault.number = 1 + below(range);
-    fault.count = chance(60) ? 1 : chance(90) ? 1 + below(12) : 0;
-    fault.polls = chance(80) ? 1 + below(150) : 0;
+    fault.number = 1 + random_.below(range);
+    fault.count = random_.chance(60) ? 1 : random_.chance(90) ? 1 + random_.below(12) : 0;
+    fault.polls = random_.chance(80) ? 1 + random_.below(150) : 0;
     simulator::addMcuFault(fault);
   }
 
   // What the library itself may do: fail with any status, or tell nonsense.
   void addLibraryFault(std::uint32_t calls) {
-    const std::string operation = chance(60) ? kGet : kSend;
-    const std::uint32_t call = 1 + below(calls);
-    const std::int32_t status = oneOf({-1, 1, -100, INT32_MIN, INT32_MAX});
-    if (chance(50)) {
-      const std::uint32_t count = 1 + below(3);
+    const std::string operation = random_.chance(60) ? kGet : kSend;
+    const std::uint32_t call = 1 + random_.below(calls);
+    const std::int32_t status = random_.oneOf({-1, 1, -100, INT32_MIN, INT32_MAX});
+    if (random_.chance(50)) {
+      const std::uint32_t count = 1 + random_.below(3);
       simulator::failCall(operation, call, status, count);
       noteFaultyCall(operation, call + count - 1);
     } else {
-      simulator::answerCall(operation, call, chance(50) ? 0 : status, {static_cast<std::uint8_t>(below(256))});
+      simulator::answerCall(operation, call, random_.chance(50) ? 0 : status,
+                            {static_cast<std::uint8_t>(random_.below(256))});
       noteFaultyCall(operation, call);
     }
   }
@@ -212,8 +188,7 @@ class Run {
   }
 
   bool flashHoldsImage() const {
-    Image padded = image_;
-    padded.resize((image_.size() + blockSize_ - 1) / blockSize_ * blockSize_);
+    const std::vector<std::uint8_t> padded = upgrade_images::padded(image_, blockSize_);
     const std::vector<std::uint8_t> flash = simulator::mcuFlash();
     return std::equal(padded.begin(), padded.end(), flash.begin());
   }
@@ -231,11 +206,10 @@ class Run {
     return count;
   }
 
-  std::seed_seq sequence_;
-  std::mt19937 random_;
+  SeededRandom random_;
   bool family2_ = true;
   std::size_t blockSize_ = 0;
-  Image image_;
+  std::vector<std::uint8_t> image_;
   std::uint32_t unplugAfter_ = 0;
   std::uint32_t pausesUntilReplug_ = 0;
   double speedFactor_ = 1;
