@@ -7,14 +7,18 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QTemporaryDir>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
-#include <optional>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
 using lying::Outcome;
 using lying::Verdict;
@@ -25,7 +29,7 @@ namespace {
 // Numbers done by one process before the next one starts afresh.
 constexpr std::uint32_t kPerProcess = 500;
 // A job takes milliseconds, or some tenths of a second under a sanitizer.
-constexpr int kSilenceMs = 60'000;
+constexpr int kSilenceMs = 30'000;
 
 struct Column {
   Outcome outcome;
@@ -152,8 +156,9 @@ class Run {
     worker.waitForFinished(kSilenceMs);
     const bool endedWell = worker.exitStatus() == QProcess::NormalExit && worker.exitCode() == 0;
     if (place.number < end) {
-      complain(place, silent ? "hang" : "crash", worker.errorString().toStdString());
-      silent ? ++tallies_[place.job].outcomes[Outcome::kHang] : ++tallies_[place.job].crashes;
+      const bool hang = silent || worker.exitCode() == lying::kHangExitCode;
+      complain(place, hang ? "hang" : "crash", worker.errorString().toStdString());
+      ++(hang ? tallies_[place.job].outcomes[Outcome::kHang] : tallies_[place.job].crashes);
       return place.next(names_.size());
     }
     if (!endedWell) {
@@ -196,18 +201,26 @@ class Run {
 
 }  // namespace
 
-/// Usage: lying_device COUNT SEED. Exit code 1 when a job crashed, hung, or
+/// Usage: lying_device COUNT SEED; or, for what becomes of single jobs,
+/// lying_device --work SEED NUMBER COUNT JOB, from a number's job on. Exit code 1 when a job crashed, hung, or
 /// showed a success or failure that its rules do not allow.
 int main(int argc, char* argv[]) try {
-  const QApplication application(argc, argv);
+  const bool isWorker = argc > 1 && std::string_view(argv[1]) == "--work";
+  const std::unique_ptr<QCoreApplication> application(isWorker ? new QApplication(argc, argv)
+                                                               : new QCoreApplication(argc, argv));
   const QStringList arguments = QCoreApplication::arguments();
   const auto number = [&arguments](int i) { return static_cast<std::uint32_t>(arguments.value(i).toUInt()); };
-  if (arguments.value(1) == "--work" && arguments.size() == 6) {
+  if (isWorker && arguments.size() == 6) {
     return work(number(2), {number(3), number(5)}, number(4));
   }
   if (arguments.size() != 3 || number(1) == 0) {
     std::fprintf(stderr, "usage: %s COUNT SEED\n", argv[0]);
     return 2;
+  }
+  // A worker would tell each time that it has none.
+  const QTemporaryDir runtimeDirectory;
+  if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
+    qputenv("XDG_RUNTIME_DIR", runtimeDirectory.path().toUtf8());
   }
   QElapsedTimer time;
   time.start();

@@ -19,6 +19,9 @@ enum class Outcome {
   kBreach,             ///< the program could have known, or did something else than its rules say
 };
 
+/// With which the process ends in the midst of a job that would not end.
+constexpr int kHangExitCode = 77;
+
 struct Verdict {
   Outcome outcome;
   std::string reason;  ///< of a false success or a breach
