@@ -14,6 +14,7 @@
 #include <QCheckBox>
 #include <QEventLoop>
 #include <QRadioButton>
+#include <QRegularExpression>
 #include <QSpinBox>
 #include <QTemporaryDir>
 
@@ -229,7 +230,7 @@ class Workplace::Bench {
     const std::size_t size =
         random.chance(70) ? random.oneOf<std::size_t>({128, 256, 384, 512}) : 1 + random.below(700);
     Bytes table = randomBytes(size, random);
-    const std::uint8_t slot = static_cast<std::uint8_t>(random.below(kEdidSlots));
+    const auto slot = static_cast<std::uint8_t>(random.below(kEdidSlots));
     user_.choose("CB_FlashEDID_List_2", QString::number(slot));
     const Seen seen =
         whileLying(makeLies(random, 1), [&] { chooseFile("BN_Apply_WriteFlashEDID", "edid.bin", table); });
@@ -291,10 +292,10 @@ class Workplace::Bench {
 
   Verdict writeSensor(SeededRandom& random) {
     openDevice();
-    const std::uint8_t index = static_cast<std::uint8_t>(1 + random.below(kSensorRegisters - 1));
+    const auto index = static_cast<std::uint8_t>(1 + random.below(kSensorRegisters - 1));
     const Bytes value{static_cast<std::uint8_t>(1 + random.below(255)), random.byte()};
     Memory asked = readMemory();
-    std::copy(value.begin(), value.end(), asked.sensor.begin() + 2 * index);
+    std::copy(value.begin(), value.end(), asked.sensor.begin() + std::ptrdiff_t{2} * index);
     return writeRegister(random, kSensor, {index}, value, asked);
   }
 
@@ -316,9 +317,21 @@ class Workplace::Bench {
     }
     user_.click(kWidthButtons[random.below(4)]);
     user_.choose("CB_GPIO_INDEX", QStringLiteral("GPIO%1").arg(random.below(14)));
+    failuresAreTold_ = true;
     const QStringList truth = readEverything();
+    const QString serialNumber = fieldText("lineEdit_SN");
+    const QString value = fieldText("lineEdit_I2C_Value");
     QStringList told;
     const Seen seen = whileLying(makeLies(random, 15), [&] { told = readEverything(); });
+    if (fieldText("lineEdit_SN") != shownBytes(seen, "AT_USB_Get_SerialNum", serialNumber, [](const Bytes& bytes) {
+          // Up to the first NUL, as much as the field holds.
+          return QString::fromLatin1(reinterpret_cast<const char*>(bytes.data()), 16).section(QChar(0), 0, 0);
+        })) {
+      return {Outcome::kBreach, "the serial number shown is not the one that was read"};
+    }
+    if (fieldText("lineEdit_I2C_Value") != shownBytes(seen, "AT_System_Get_ExternalMCU_cmd", value, hexText)) {
+      return {Outcome::kBreach, "the register's value shown is not the one that was read"};
+    }
     readEverything();
 
     std::map<std::string, unsigned> calls;
@@ -332,6 +345,9 @@ class Workplace::Bench {
       failed |= entry.result != 0;
     }
     const QStringList repeated = readEverything();
+    if (!failuresAreTold_) {
+      return {Outcome::kBreach, "a failed read was not told, or one that succeeded was told as failed"};
+    }
     if (repeated != told) {
       return {Outcome::kBreach, "what is shown is not what the library returned"};
     }
@@ -343,10 +359,10 @@ class Workplace::Bench {
       const char* button;
       QString failure;
     };
-    const Source source = random.oneOf<Source>({{"BN_Apply_ReadTxEDID", "Read Tx EDID...[fail]"},
-                                                {"BN_Apply_ReadFlashEDID", "Read Flash EDID...[fail]"},
-                                                {"BN_Apply_Read_DDC_EDID", "Read DDC EDID...[fail]"}});
-    const int size = random.oneOf({256, 384, 512});
+    const auto source = random.oneOf<Source>({{"BN_Apply_ReadTxEDID", "Read Tx EDID...[fail]"},
+                                              {"BN_Apply_ReadFlashEDID", "Read Flash EDID...[fail]"},
+                                              {"BN_Apply_Read_DDC_EDID", "Read DDC EDID...[fail]"}});
+    const auto size = random.oneOf({256, 384, 512});
     openDevice();
     user_.click(QStringLiteral("RB_TX_EDID_%1").arg(size));
     user_.choose("CB_FlashEDID_List", QString::number(random.below(kEdidSlots)));
@@ -527,13 +543,35 @@ class Workplace::Bench {
     return judgeWrite(seen, {"AT_System_Send_ExternalMCU_cmd", "I2C Write Done", "I2C Error"}, user_.message(), asked);
   }
 
+  QString fieldText(const QString& lineEdit) const { return user_.widget<QLineEdit>(lineEdit).text(); }
+
+  /// What a field must show after a read: `before` when it failed.
+  static QString shownBytes(const Seen& seen, const std::string& operation, const QString& before,
+                            const std::function<QString(const Bytes&)>& toText) {
+    for (const Transfer& transfer : seen.transfers) {
+      const JournalEntry& entry = seen.journal.at(transfer.call);
+      if (entry.operation == operation && entry.result == 0) {
+        return toText(transfer.bytes);
+      }
+    }
+    return before;
+  }
+
   /// Presses every read button.
   /// @return what all widgets show afterwards, and each button's message
   QStringList readEverything() {
     QStringList shown;
     for (const char* const button : kReadButtons) {
       user_.widget<QLabel>("LB_Message").clear();
+      const std::size_t callsBefore = simulator::journal().size();
       user_.click(button);
+      const std::vector<JournalEntry> calls = simulator::journal();
+      const auto first = calls.begin() + static_cast<std::ptrdiff_t>(callsBefore);
+      const bool failed = std::any_of(first, calls.end(), [](const JournalEntry& entry) {
+        return entry.result != 0 && entry.operation.find("_Set_") == std::string::npos;
+      });
+      // Whatever could not be read has its text, and only that.
+      failuresAreTold_ &= failed == user_.message().contains(QRegularExpression("fail|Error"));
       shown << user_.message();
     }
     for (const auto* label : window_.findChildren<QLabel*>()) {
@@ -562,6 +600,7 @@ class Workplace::Bench {
   WindowDriver user_{window_};
   PostedTexts posted_{user_.widget<QLabel>("LB_Message")};
   Memory before_;
+  bool failuresAreTold_ = true;
 };
 
 // The reads have a window of their own: no burn's timer rewrites its message

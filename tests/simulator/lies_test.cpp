@@ -190,8 +190,8 @@ class SimulatorLiesTest : public QObject {
     QTemporaryDir directory;
     QFile file(directory.filePath("image"));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    const int pieces = 100;
-    file.write(QByteArray(pieces * 4096, 'x'));
+    const std::ptrdiff_t pieces = 100;
+    file.write(QByteArray(static_cast<int>(pieces * 4096), 'x'));
     file.close();
     simulator::lie({.seed = 1, .silentWrite = 100});
     QCOMPARE(burnToFlash(file.fileName().toUtf8().constData(), [](float) {}), 0);
