@@ -16,6 +16,18 @@ namespace {
 // must not eat the memory.
 constexpr std::size_t kMaxJournal = 200'000;
 
+/// Counts a call while it lasts.
+class UnderWay {
+ public:
+  explicit UnderWay(std::atomic<unsigned>& count) : count_(count) { count_.fetch_add(1, std::memory_order_relaxed); }
+  UnderWay(const UnderWay&) = delete;
+  UnderWay& operator=(const UnderWay&) = delete;
+  ~UnderWay() { count_.fetch_sub(1, std::memory_order_relaxed); }
+
+ private:
+  std::atomic<unsigned>& count_;
+};
+
 }  // namespace
 
 Library& Library::instance() {
@@ -125,6 +137,7 @@ void Library::pass(const DevicePointer& device, std::chrono::nanoseconds time) {
 }
 
 std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>& body) {
+  const UnderWay underWay(callsUnderWay_);
   const std::scoped_lock oneCall(oneCall_);
   const std::span<std::uint8_t> output = call.output;
   Entered entered = enter(std::move(call), Needs::kPort);
@@ -156,6 +169,7 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
 }
 
 std::int32_t Library::sessionCall(Call call, const std::function<std::int32_t(Session&, Device&)>& body) {
+  const UnderWay underWay(callsUnderWay_);
   const std::scoped_lock oneCall(oneCall_);
   Entered entered = enter(std::move(call), Needs::kNothing);
   if (!entered.status) {
@@ -166,6 +180,7 @@ std::int32_t Library::sessionCall(Call call, const std::function<std::int32_t(Se
 }
 
 std::int32_t Library::longCall(Call call, const std::function<std::int32_t(LongCall&)>& body) {
+  const UnderWay underWay(callsUnderWay_);
   Entered entered;
   {
     const std::scoped_lock oneCall(oneCall_);

@@ -6,6 +6,7 @@
 #include "simulator/session.h"
 #include "simulator/sim_control.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -53,6 +54,7 @@ class Library {
   std::string loadScenario(const std::string& json, const std::string& name);
   std::vector<JournalEntry> journal() const;
   void clearJournal();
+  unsigned callsUnderWay() const { return callsUnderWay_.load(std::memory_order_relaxed); }
   void addFault(FaultPlan::Fault fault);
   void withDevice(const std::function<void(Device&)>& action);
   BurnControl& burnControl() { return burnControl_; }
@@ -92,6 +94,9 @@ class Library {
   std::uint64_t calls_ = 0;
   std::deque<JournalEntry> journal_;
   bool scenarioFailed_ = false;
+
+  // Relaxed: whoever looks at it must not thereby order the callers' memory.
+  std::atomic<unsigned> callsUnderWay_ = 0;
 };
 
 /// What the body of a long operation may do.

@@ -30,6 +30,8 @@ std::vector<JournalEntry> journal() { return Library::instance().journal(); }
 
 void clearJournal() { Library::instance().clearJournal(); }
 
+unsigned callsUnderWay() { return Library::instance().callsUnderWay(); }
+
 void failCall(const std::string& operation, unsigned call, std::int32_t status, unsigned count) {
   Library::instance().addFault({operation, call, count, status, {}});
 }

@@ -51,6 +51,9 @@ SIMULATOR_API std::string loadScenario(const std::string& json, const std::strin
 SIMULATOR_API std::vector<JournalEntry> journal();
 SIMULATOR_API void clearJournal();
 
+/// How many calls have been made and have not returned yet, of all threads.
+SIMULATOR_API unsigned callsUnderWay();
+
 /// Makes calls of `operation` return `status` and do nothing else.
 /// @param call  the first call to fail, counted from 1 since `reset`
 /// @param count how many calls fail; 0 = all from there on

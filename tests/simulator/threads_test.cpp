@@ -56,6 +56,22 @@ class SimulatorThreadsTest : public QObject {
     }
   }
 
+  void aCallIsUnderWayUntilItReturns() {
+    simulator::useVirtualTime();
+    openDefaultDevice();
+    QCOMPARE(simulator::callsUnderWay(), 0U);
+    const BurnFile file;
+    simulator::holdBurns(1);
+    std::thread burning([&file] { burnToFlash(file.path(), [](float) {}); });
+    while (simulator::heldBurns() == 0) {
+      std::this_thread::yield();
+    }
+    QCOMPARE(simulator::callsUnderWay(), 1U);
+    simulator::releaseBurns();
+    burning.join();
+    QCOMPARE(simulator::callsUnderWay(), 0U);
+  }
+
   void pluggingAndResettingUnderCallsDoesNoHarm() {
     simulator::useVirtualTime();
     const BurnFile file;
