@@ -1,3 +1,5 @@
+#include "simulator/sim_control.h"
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
@@ -7,14 +9,33 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QThread>
 #include <QTimer>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
 
+#if !defined(Q_OS_WIN)
+// The program may have been given another device library, which lacks this.
+namespace simulator {
+extern __attribute__((weak)) unsigned callsUnderWay();
+}
+#endif
+
 namespace {
+
+// Of all threads; none where that cannot be told.
+unsigned callsUnderWay() {
+#if defined(Q_OS_WIN)
+  return 0;
+#else
+  return simulator::callsUnderWay != nullptr ? simulator::callsUnderWay() : 0;
+#endif
+}
 
 // Works the program's window by a script, one step an event-loop turn:
 //   click NAME         presses a button
@@ -23,6 +44,13 @@ namespace {
 //   print NAME         prints "NAME=<text>" of a label
 //   wait MS            lets that much time pass
 //   close              closes the window
+//   closeafter MS      goes on at once, and that much later closes the window,
+//                      whatever the GUI thread does at that moment; prints
+//                      "closing: <step> <calls> <workers> <message>": whether
+//                      the script's last step was "ahead", "underway" or "done"
+//                      at that moment, how many calls of the device library
+//                      were under way; and when the closing was taken up, how
+//                      many workers ran and the text of the message line
 class Probe : public QObject {
   Q_OBJECT
 
@@ -30,17 +58,31 @@ class Probe : public QObject {
   explicit Probe(const QString& script) : steps_(script.split(';', Qt::SkipEmptyParts)) {
     QTimer::singleShot(0, this, &Probe::next);
   }
+  Q_DISABLE_COPY_MOVE(Probe)
+
+  ~Probe() override {
+    if (closer_.joinable()) {
+      closer_.join();
+    }
+  }
 
  private:
-  void next() {
+  enum LastStep { kAhead, kUnderWay, kDone };
+
+  static QWidget* mainWindow() {
     const QWidgetList windows = QApplication::topLevelWidgets();
     const auto main = std::find_if(windows.begin(), windows.end(),
                                    [](const QWidget* window) { return window->objectName() == "MainWindow"; });
-    if (main == windows.end() || !(*main)->isVisible()) {
-      QTimer::singleShot(1, this, &Probe::next);
+    return main == windows.end() ? nullptr : *main;
+  }
+
+  void next() {
+    if (steps_.isEmpty()) {
       return;
     }
-    if (steps_.isEmpty()) {
+    QWidget* const main = mainWindow();
+    if (main == nullptr || !main->isVisible()) {
+      QTimer::singleShot(1, this, &Probe::next);
       return;
     }
     const QStringList step = steps_.first().split(' ', Qt::SkipEmptyParts);
@@ -50,10 +92,17 @@ class Probe : public QObject {
     }
     steps_.removeFirst();
     QTimer::singleShot(step.value(0) == "wait" ? step.value(1).toInt() : 0, this, &Probe::next);
-    run(**main, step);
+    if (steps_.isEmpty()) {
+      lastStep_.store(kUnderWay, std::memory_order_relaxed);
+    }
+    ++depth_;
+    run(*main, step);
+    if (--depth_ == 0 && steps_.isEmpty()) {
+      lastStep_.store(kDone, std::memory_order_relaxed);
+    }
   }
 
-  static void run(QWidget& window, const QStringList& step) {
+  void run(QWidget& window, const QStringList& step) {
     const QString verb = step.value(0);
     const QString name = step.value(1);
     if (verb == "click") {
@@ -69,12 +118,40 @@ class Probe : public QObject {
       std::fflush(stdout);
     } else if (verb == "close") {
       window.close();
+    } else if (verb == "closeafter") {
+      closer_ = std::thread([this, time = std::chrono::milliseconds(step.value(1).toInt())] {
+        std::this_thread::sleep_for(time);
+        const int lastStep = lastStep_.load(std::memory_order_relaxed);
+        const unsigned calls = callsUnderWay();
+        QMetaObject::invokeMethod(
+            this, [this, lastStep, calls] { close(lastStep, calls); }, Qt::QueuedConnection);
+      });
     } else if (verb != "wait") {
       qFatal("probe: unknown step %s", qPrintable(verb));
     }
   }
 
+  void close(int lastStep, unsigned calls) {
+    QWidget* const main = mainWindow();
+    if (main == nullptr || !main->isVisible() || QApplication::activeModalWidget() != nullptr) {
+      // A window under a modal dialog does not take it. The user tries again.
+      QTimer::singleShot(1, this, [this] { close(lastStep_.load(std::memory_order_relaxed), callsUnderWay()); });
+      return;
+    }
+    const auto workers = main->findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly);
+    const auto running =
+        std::count_if(workers.begin(), workers.end(), [](const QThread* worker) { return worker->isRunning(); });
+    constexpr const char* kLastStep[] = {"ahead", "underway", "done"};
+    std::printf("closing: %s %u %d %s\n", kLastStep[lastStep], calls, static_cast<int>(running),
+                qPrintable(main->findChild<QLabel*>("LB_Message")->text()));
+    std::fflush(stdout);
+    main->close();
+  }
+
   QStringList steps_;
+  int depth_ = 0;                       // of steps: one that opens a dialog ends after those that answer it
+  std::atomic<int> lastStep_ = kAhead;  // relaxed: the closing is not to order the threads' memory
+  std::thread closer_;
 };
 
 // Draws the process's end out when PELLAVOX_PROBE_LINGER_MS says so, past the

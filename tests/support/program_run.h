@@ -23,15 +23,22 @@ struct ProgramRun {
   }
 };
 
-/// Runs the program as it is shipped, its window worked by a script; see
+/// Environment that has the program, as it is shipped, worked by a script; see
 /// tests/probe/probe.cpp for the steps.
-inline ProgramRun runScript(const QString& program, const QString& plugins, const QString& script,
-                            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment()) {
+inline QProcessEnvironment scriptEnvironment(
+    const QString& plugins, const QString& script,
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment()) {
   environment.insert("QT_PLUGIN_PATH", plugins);
   environment.insert("QT_QPA_GENERIC_PLUGINS", "pellavoxprobe");
   environment.insert("PELLAVOX_PROBE_SCRIPT", script);
+  return environment;
+}
+
+/// Runs the program, its window worked by a script.
+inline ProgramRun runScript(const QString& program, const QString& plugins, const QString& script,
+                            const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
   QProcess process;
-  process.setProcessEnvironment(environment);
+  process.setProcessEnvironment(scriptEnvironment(plugins, script, environment));
   QElapsedTimer time;
   time.start();
   process.start(program, QStringList());
