@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 constexpr std::array<std::string_view, 4> kMcuKeys{"family", "version", "mode", "faults"};
 constexpr std::array<std::string_view, 3> kModes{"application", "bootLoader", "silent"};
-constexpr std::array<std::string_view, 5> kFaultKeys{"at", "number", "count", "kind", "polls"};
+constexpr std::array<std::string_view, 5> kMcuFaultKeys{"at", "number", "count", "kind", "polls"};
 // In the order of the enumerators.
 constexpr std::array<std::string_view, 8> kPlaces{"transfer", "reset",   "setBoot", "packet",
                                                   "start",    "address", "data",    "finish"};
@@ -28,9 +28,9 @@ constexpr std::uint8_t kPacketRegister = 0x00;  // the boot loader's
 constexpr std::uint8_t kStatusRegister = 0x01;
 constexpr std::uint8_t kChecksumRegister = 0x02;
 constexpr std::uint8_t kReady = 0x01;
-constexpr std::uint8_t kBusy = 0x00;
+constexpr std::uint8_t kNotReady = 0x00;
 constexpr std::uint8_t kUnusedRegister = 0xFF;
-constexpr std::uint8_t kErased = 0xFF;
+constexpr std::uint8_t kErasedByte = 0xFF;
 
 constexpr std::size_t kPacketSize = 68;
 constexpr std::size_t kPayloadOffset = 3;
@@ -85,7 +85,7 @@ McuFault readFault(const Section& section) {
   if ((fault.kind == McuFault::Kind::kDamage || fault.kind == McuFault::Kind::kWrongChecksum) && !isPacket) {
     section.fail("kind", "can only happen to a packet: at packet, start, address, data or finish");
   }
-  if (fault.kind == McuFault::Kind::kBusy && !isPacket && fault.at != McuFault::At::kSetBoot) {
+  if (fault.kind == McuFault::Kind::kStaysBusy && !isPacket && fault.at != McuFault::At::kSetBoot) {
     section.fail("kind", "can only follow what the boot loader works on: setBoot or a packet");
   }
   return fault;
@@ -130,7 +130,7 @@ void ExternalMcu::configure(const Section& scenario) {
       enterBootLoader();
     }
   }
-  for (const Section& fault : mcu->sections("faults", kFaultKeys)) {
+  for (const Section& fault : mcu->sections("faults", kMcuFaultKeys)) {
     addFault(readFault(fault));
   }
 }
@@ -167,7 +167,7 @@ void ExternalMcu::powerOff() {
     const auto written = static_cast<std::size_t>(done * static_cast<double>(family_->pageSize));
     const auto page = flash_.begin() + static_cast<std::ptrdiff_t>(page_);
     std::fill(page + static_cast<std::ptrdiff_t>(written), page + static_cast<std::ptrdiff_t>(family_->pageSize),
-              kErased);
+              kErasedByte);
   }
   programming_ = false;
 }
@@ -210,7 +210,7 @@ const McuFault* ExternalMcu::faultOf(McuFault::At at) {
 bool ExternalMcu::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
   settle();
   const McuFault* const fault = faultOf(McuFault::At::kTransfer);
-  if (bytes.empty() || (fault && fault->kind == McuFault::Kind::kNoAnswer)) {
+  if (bytes.empty() || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
     return false;
   }
   const bool acknowledged = inBootLoader_ ? writeToBootLoader(bytes) : writeToApplication(bytes);
@@ -220,7 +220,7 @@ bool ExternalMcu::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
 bool ExternalMcu::read(std::uint8_t, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) {
   settle();
   const McuFault* const fault = faultOf(McuFault::At::kTransfer);
-  if (index.size() != 1 || (fault && fault->kind == McuFault::Kind::kNoAnswer)) {
+  if (index.size() != 1 || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
     return false;
   }
   std::fill(result.begin(), result.end(), kUnusedRegister);
@@ -247,7 +247,7 @@ std::uint8_t ExternalMcu::bootLoaderRegister(std::uint8_t index) {
   if (busyPolls_ && *busyPolls_ > 0 && --*busyPolls_ == 0) {
     busyPolls_.reset();
   }
-  return busy ? kBusy : kReady;
+  return busy ? kNotReady : kReady;
 }
 
 bool ExternalMcu::isBusy() const { return busyPolls_.has_value() || clock_.now() < workEnd_; }
@@ -265,7 +265,7 @@ bool ExternalMcu::writeToApplication(std::span<const std::uint8_t> bytes) {
     return true;  // nothing that the program uses
   }
   const McuFault* const fault = faultOf(McuFault::At::kReset);
-  if (fault && fault->kind == McuFault::Kind::kNoAnswer) {
+  if (fault && fault->kind == McuFault::Kind::kNotAcknowledged) {
     return false;
   }
   enterBootLoader();
@@ -281,15 +281,15 @@ bool ExternalMcu::writeToBootLoader(std::span<const std::uint8_t> bytes) {
     return true;
   }
   const McuFault* const fault = faultOf(McuFault::At::kSetBoot);
-  if (isBusy() || (fault && fault->kind == McuFault::Kind::kNoAnswer)) {
+  if (isBusy() || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
     return false;
   }
   state_ = State::kIdle;
   work(kSetBootTime);
-  if (fault && fault->kind == McuFault::Kind::kBusy) {
+  if (fault && fault->kind == McuFault::Kind::kStaysBusy) {
     busyPolls_ = fault->polls;
   }
-  return !fault || fault->kind == McuFault::Kind::kBusy;
+  return !fault || fault->kind == McuFault::Kind::kStaysBusy;
 }
 
 bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
@@ -303,7 +303,7 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
   const auto has = [&](McuFault::Kind kind) {
     return (fault && fault->kind == kind) || (ownFault && ownFault->kind == kind);
   };
-  if (isBusy() || has(McuFault::Kind::kNoAnswer)) {
+  if (isBusy() || has(McuFault::Kind::kNotAcknowledged)) {
     return false;
   }
   std::vector<std::uint8_t> packet(bytes.begin(), bytes.end());
@@ -321,8 +321,8 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
     while (checksum_ == packet.back() || checksum_ == static_cast<std::uint8_t>(sum)) {
       ++checksum_;
     }
-  } else if (has(McuFault::Kind::kBusy)) {
-    busyPolls_ = (fault && fault->kind == McuFault::Kind::kBusy ? fault : ownFault)->polls;
+  } else if (has(McuFault::Kind::kStaysBusy)) {
+    busyPolls_ = (fault && fault->kind == McuFault::Kind::kStaysBusy ? fault : ownFault)->polls;
   }
   if (has(McuFault::Kind::kWrongChecksum)) {
     ++checksum_;
@@ -375,7 +375,7 @@ bool ExternalMcu::takeAddress(std::uint32_t address) {
   page_ = expected;
   state_ = State::kInBlock;
   const auto page = flash_.begin() + static_cast<std::ptrdiff_t>(page_);
-  std::fill_n(page, family_->pageSize, kErased);
+  std::fill_n(page, family_->pageSize, kErasedByte);
   work(family_->eraseTime);
   return true;
 }

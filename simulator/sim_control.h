@@ -176,14 +176,14 @@ struct McuFault {
   /// What is counted. A packet counts as a packet and as its command's.
   enum class At { kTransfer, kReset, kSetBoot, kPacket, kStart, kAddress, kData, kFinish };
   enum class Kind {
-    kNoAnswer,       ///< the MCU does not acknowledge and takes nothing
-    kLostReply,      ///< the MCU does its part, but the transfer is reported as failed
-    kDamage,         ///< a packet arrives with one bit flipped
-    kWrongChecksum,  ///< a packet is taken well, but its checksum reads back wrong
-    kBusy,           ///< after set-boot or a packet, the status stays busy for `polls` reads
+    kNotAcknowledged,  ///< the MCU does not acknowledge and takes nothing
+    kLostReply,        ///< the MCU does its part, but the transfer is reported as failed
+    kDamage,           ///< a packet arrives with one bit flipped
+    kWrongChecksum,    ///< a packet is taken well, but its checksum reads back wrong
+    kStaysBusy,        ///< after set-boot or a packet, the status stays busy for `polls` reads
   };
   At at = At::kTransfer;
-  Kind kind = Kind::kNoAnswer;
+  Kind kind = Kind::kNotAcknowledged;
   unsigned number = 1;  ///< the first one concerned, counted from 1 since `reset`
   unsigned count = 1;   ///< how many are concerned; 0 = all from there on
   unsigned polls = 0;   ///< of kBusy; 0 = until power is cut

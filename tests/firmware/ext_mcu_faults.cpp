@@ -117,11 +117,11 @@ class Run {
     fault.at = random_.oneOf({At::kTransfer, At::kTransfer, At::kReset, At::kSetBoot, At::kPacket, At::kStart,
                               At::kAddress, At::kData, At::kData, At::kFinish});
     const bool isPacket = fault.at >= At::kPacket;
-    fault.kind =
-        isPacket ? random_.oneOf({Kind::kNoAnswer, Kind::kLostReply, Kind::kDamage, Kind::kWrongChecksum, Kind::kBusy})
-                 : random_.oneOf({Kind::kNoAnswer, Kind::kLostReply});
+    fault.kind = isPacket ? random_.oneOf({Kind::kNotAcknowledged, Kind::kLostReply, Kind::kDamage,
+                                           Kind::kWrongChecksum, Kind::kStaysBusy})
+                          : random_.oneOf({Kind::kNotAcknowledged, Kind::kLostReply});
     if (fault.at == At::kSetBoot && random_.chance(30)) {
-      fault.kind = Kind::kBusy;
+      fault.kind = Kind::kStaysBusy;
     }
     const std::uint32_t packets = blocks * static_cast<std::uint32_t>(1 + blockSize_ / 64);
     const std::uint32_t range = fault.at == At::kTransfer  ? 40 + 4 * packets

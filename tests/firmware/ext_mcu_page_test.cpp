@@ -275,19 +275,21 @@ class ExtMcuPageTest : public QObject {
     };
 
     const QString resetFailed = "Error Reset MCU ...";
-    row("reset not taken", {At::kReset, Kind::kNoAnswer}, started + QStringList{resetFailed}, true);
+    row("reset not taken", {At::kReset, Kind::kNotAcknowledged}, started + QStringList{resetFailed}, true);
     row("reset taken, reply lost", {At::kReset, Kind::kLostReply}, started + QStringList{resetFailed});
     const QString setBootFailed = "Error set boot mode ...";
-    row("set-boot not taken", {At::kSetBoot, Kind::kNoAnswer}, started + QStringList{setBootFailed});
+    row("set-boot not taken", {At::kSetBoot, Kind::kNotAcknowledged}, started + QStringList{setBootFailed});
     row("set-boot taken, reply lost", {At::kSetBoot, Kind::kLostReply}, started + QStringList{setBootFailed});
-    row("stuck after set-boot", {At::kSetBoot, Kind::kBusy}, started + QStringList{notReady}, false, true);
-    row("busy for 99 polls after set-boot", {At::kSetBoot, Kind::kBusy, 1, 1, 99}, sent + QStringList{success()}, true);
-    row("busy for 100 polls after set-boot", {At::kSetBoot, Kind::kBusy, 1, 1, 100}, started + QStringList{notReady});
+    row("stuck after set-boot", {At::kSetBoot, Kind::kStaysBusy}, started + QStringList{notReady}, false, true);
+    row("busy for 99 polls after set-boot", {At::kSetBoot, Kind::kStaysBusy, 1, 1, 99}, sent + QStringList{success()},
+        true);
+    row("busy for 100 polls after set-boot", {At::kSetBoot, Kind::kStaysBusy, 1, 1, 100},
+        started + QStringList{notReady});
 
     const char* const startText = "Error MCU checksum...[1]";
     row("first start damaged", {At::kStart, Kind::kDamage},
         booted + numbered(startText, 1) + sent.mid(booted.size()) + QStringList{success()}, true);
-    row("first start not taken", {At::kStart, Kind::kNoAnswer},
+    row("first start not taken", {At::kStart, Kind::kNotAcknowledged},
         booted + numbered(startText, 1) + sent.mid(booted.size()) + QStringList{success()}, true);
     row("fourth start misread", {At::kStart, Kind::kWrongChecksum, 4},
         booted + QStringList{"3Error MCU checksum...[1]"} + sent.mid(booted.size()) + QStringList{success()}, true);
@@ -295,30 +297,30 @@ class ExtMcuPageTest : public QObject {
         booted + numbered(startText, 9) + sent.mid(booted.size()) + QStringList{success()}, true);
     row("ten starts damaged", {At::kStart, Kind::kDamage, 1, 10}, booted + numbered(startText, 10), false);
     row("last start damaged", {At::kStart, Kind::kDamage, 10}, booted + QStringList{"9Error MCU checksum...[1]"});
-    row("stuck after the third start", {At::kStart, Kind::kBusy, 3}, booted + QStringList{notReady}, false, true);
+    row("stuck after the third start", {At::kStart, Kind::kStaysBusy, 3}, booted + QStringList{notReady}, false, true);
 
     // Checksum of the second block's address, 0x08005400: 5A + A2 + 08 + 54.
     const char* const addressText = "Error MCU Addr checksum...[2] 88";
     const QStringList firstBlock = booted + QStringList{"Update 0%..."};
     const QStringList rest{"Update 50%...", success()};
     row("second address damaged", {At::kAddress, Kind::kDamage, 2}, firstBlock + numbered(addressText, 1) + rest, true);
-    row("second address not taken", {At::kAddress, Kind::kNoAnswer, 2}, firstBlock + numbered(addressText, 1) + rest,
-        true);
+    row("second address not taken", {At::kAddress, Kind::kNotAcknowledged, 2},
+        firstBlock + numbered(addressText, 1) + rest, true);
     row("second address misread", {At::kAddress, Kind::kWrongChecksum, 2}, firstBlock + numbered(addressText, 1) + rest,
         true);
     row("second address damaged nine times", {At::kAddress, Kind::kDamage, 2, 9},
         firstBlock + numbered(addressText, 9) + rest, true);
     row("second address damaged ten times", {At::kAddress, Kind::kDamage, 2, 10},
         firstBlock + numbered(addressText, 10));
-    row("stuck after the second address", {At::kAddress, Kind::kBusy, 2}, firstBlock + QStringList{notReady}, false,
-        true);
+    row("stuck after the second address", {At::kAddress, Kind::kStaysBusy, 2}, firstBlock + QStringList{notReady},
+        false, true);
 
     const QString dataText = "Error MCU data checksum...[fail]";
     row("first data damaged", {At::kData, Kind::kDamage, 1}, booted + QStringList{dataText});
-    row("first data not taken", {At::kData, Kind::kNoAnswer, 1}, booted + QStringList{dataText});
+    row("first data not taken", {At::kData, Kind::kNotAcknowledged, 1}, booted + QStringList{dataText});
     row("twentieth data damaged", {At::kData, Kind::kDamage, 20}, firstBlock + QStringList{dataText});
     row("twentieth data misread", {At::kData, Kind::kWrongChecksum, 20}, firstBlock + QStringList{dataText});
-    row("stuck after the twentieth data", {At::kData, Kind::kBusy, 20}, firstBlock + QStringList{notReady}, false,
+    row("stuck after the twentieth data", {At::kData, Kind::kStaysBusy, 20}, firstBlock + QStringList{notReady}, false,
         true);
     row("twentieth data's reply lost", {At::kData, Kind::kLostReply, 20}, sent + QStringList{success()}, true);
 
@@ -331,13 +333,13 @@ class ExtMcuPageTest : public QObject {
       return texts;
     };
     row("finish damaged", {At::kFinish, Kind::kDamage}, sent + finishes(1) + QStringList{success()}, true);
-    row("finish not taken", {At::kFinish, Kind::kNoAnswer}, sent + finishes(1) + QStringList{success()}, true);
+    row("finish not taken", {At::kFinish, Kind::kNotAcknowledged}, sent + finishes(1) + QStringList{success()}, true);
     row("finish misread nine times", {At::kFinish, Kind::kWrongChecksum, 1, 9},
         sent + finishes(9) + QStringList{success()}, true);
     row("finish damaged ten times", {At::kFinish, Kind::kDamage, 1, 10}, sent + finishes(10));
     // It was taken, although nobody believes it.
     row("finish misread ten times", {At::kFinish, Kind::kWrongChecksum, 1, 10}, sent + finishes(10), true);
-    row("stuck after finish", {At::kFinish, Kind::kBusy}, sent + QStringList{notReady}, false, true);
+    row("stuck after finish", {At::kFinish, Kind::kStaysBusy}, sent + QStringList{notReady}, false, true);
   }
 
   void aFaultHasItsTextAndLeavesADeviceThatCanBeUpgraded() {
@@ -393,7 +395,7 @@ class ExtMcuPageTest : public QObject {
     bench.useVirtualTime();
     bench.connect();  // one transfer: the version
     bench.load(randomImage(2000, 7));
-    simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNoAnswer, transfer + 1, 0});
+    simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNotAcknowledged, transfer + 1, 0});
     QCOMPARE(bench.upgrade().last(), lastText);
   }
 
@@ -415,7 +417,7 @@ class ExtMcuPageTest : public QObject {
     bench.load(QByteArray(1, static_cast<char>(firstByte)));
     // Detection 1, starts 3 each, address 3, data 1, then its checksum; the
     // connection did not reach the boot loader.
-    simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNoAnswer, 1 + 30 + 3 + 2});
+    simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNotAcknowledged, 1 + 30 + 3 + 2});
     QCOMPARE(bench.upgrade().last(), lastText);
   }
 
