@@ -23,7 +23,7 @@ namespace {
 
 // The slowest machine, busy with other things, is faster; the long operations
 // are slower: a program that waited for them would be noticed.
-constexpr auto kPrompt = 10s;
+constexpr auto kPrompt = 20s;
 constexpr auto kStuck = 60s;
 // So many runs of a job must have hit the calls that it makes.
 constexpr unsigned kSpread = 50;
