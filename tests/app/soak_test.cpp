@@ -153,6 +153,9 @@ class Soak {
     }
     measure.heapKiB = heapKiB();
     measure.cachesKiB -= measure.heapKiB;
+#if defined(__GLIBC__)
+    malloc_trim(0);  // what is free goes back to the system first
+#endif
     measure.residentKiB = residentKiB();
     measure.files = entriesOf("/proc/self/fd");
     measure.threads = entriesOf("/proc/self/task");
