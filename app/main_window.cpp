@@ -67,14 +67,14 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(std::make_uniq
 
 MainWindow::~MainWindow() {
   messageLine->detach();
-  // A worker still running must survive the object tree: neither stopped nor
-  // deleted here, it ends with its work or with the process. Nor may it delete
-  // itself: its posting that could meet the application's own end.
+  // A worker that is still there must survive the object tree: neither stopped
+  // nor deleted here, it ends with its work or with the process. Not running does
+  // not mean that its thread has left it: Qt says so as soon as `run` is over.
+  // Nor may it delete itself: its posting that could meet the application's own
+  // end.
   for (QThread* worker : findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly)) {
-    if (worker->isRunning()) {
-      worker->setParent(nullptr);
-      disconnect(worker, &QThread::finished, worker, nullptr);
-    }
+    worker->setParent(nullptr);
+    disconnect(worker, &QThread::finished, worker, nullptr);
   }
 }
 

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QPointer>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -634,6 +635,40 @@ class CapturePageTest : public QObject {
     // that Qt's wait has ordered the two.
     messageLine->detach();
     // Nobody owns it any more.
+    delete worker.data();
+  }
+
+  void aBurnAtItsVeryEndOutlivesTheWindowToo() {
+    user_->click("BN_Connect");
+    browse(write("firmware.img", imageFor("KVR-7")));
+    simulator::holdBurns(1);
+    user_->click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
+    const QPointer<UpdateCaptureThread> worker = window_->updateCaptureThread;
+    const std::shared_ptr<MessageLine> messageLine = window_->messageLine;
+    // Past `run`, where Qt calls it finished, but still on its thread.
+    QSemaphore atEnd;
+    QSemaphore goOn;
+    connect(
+        worker, &QThread::finished, worker,
+        [&] {
+          atEnd.release();
+          goOn.tryAcquire(1, 3000);
+        },
+        Qt::DirectConnection);
+    simulator::releaseBurns();
+    QVERIFY(atEnd.tryAcquire(1, 10'000));
+    QVERIFY(!worker->isRunning());
+    {
+      const std::unique_ptr<QTimer> timer(window_->progressTimer);
+      user_.reset();
+      window_.reset();
+    }
+    // Deleted, it would have been waited for.
+    QVERIFY(worker);
+    goOn.release();
+    QVERIFY(worker->wait(10'000));
+    messageLine->detach();
     delete worker.data();
   }
 
