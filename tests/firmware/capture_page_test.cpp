@@ -11,11 +11,12 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QPointer>
-#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <chrono>
 #include <cmath>
+#include <future>
 #include <limits>
 #include <optional>
 
@@ -647,17 +648,17 @@ class CapturePageTest : public QObject {
     const QPointer<UpdateCaptureThread> worker = window_->updateCaptureThread;
     const std::shared_ptr<MessageLine> messageLine = window_->messageLine;
     // Past `run`, where Qt calls it finished, but still on its thread.
-    QSemaphore atEnd;
-    QSemaphore goOn;
+    std::promise<void> atEnd;
+    std::promise<void> goOn;
     connect(
         worker, &QThread::finished, worker,
         [&] {
-          atEnd.release();
-          goOn.tryAcquire(1, 3000);
+          atEnd.set_value();
+          goOn.get_future().wait_for(std::chrono::seconds(3));
         },
         Qt::DirectConnection);
     simulator::releaseBurns();
-    QVERIFY(atEnd.tryAcquire(1, 10'000));
+    QVERIFY(atEnd.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready);
     QVERIFY(!worker->isRunning());
     {
       const std::unique_ptr<QTimer> timer(window_->progressTimer);
@@ -666,7 +667,7 @@ class CapturePageTest : public QObject {
     }
     // Deleted, it would have been waited for.
     QVERIFY(worker);
-    goOn.release();
+    goOn.set_value();
     QVERIFY(worker->wait(10'000));
     messageLine->detach();
     delete worker.data();
