@@ -13,6 +13,7 @@ import sys
 import time
 
 FOLDERS = ["app", "device", "session", "firmware", "video", "audio", "edid", "diag"]
+NOT_TESTED_HERE = {"device/RTICE_SDK_x64.h", "app/windows_load_config.cpp"}  # the library's contract; Windows only
 REQUIRED = 0.90
 LIMIT = 120  # seconds for one run of the tests; a mutant that hangs is caught
 
@@ -142,7 +143,7 @@ class Copy:
 
 def main() -> int:
     files = [f for f in subprocess.check_output(["git", "ls-files", *FOLDERS], text=True).split()
-             if f.endswith((".cpp", ".h")) and f != "device/RTICE_SDK_x64.h"]
+             if f.endswith((".cpp", ".h")) and f not in NOT_TESTED_HERE]
     everything = [m for f in files for m in mutants_of(f, pathlib.Path(f).read_text())]
     seed = int(sys.argv[2])
     count = len(everything) if sys.argv[1] == "all" else min(int(sys.argv[1]), len(everything))
