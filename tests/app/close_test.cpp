@@ -30,13 +30,13 @@ constexpr unsigned kSpread = 50;
 
 /// Something that takes its time, and when the window is closed meanwhile.
 struct Job {
-  const char* name;
-  const char* scenario;  ///< of the simulated device
-  const char* script;    ///< for the probe; DIR is the folder of the files, CLOSE the step that closes
-  int lastMoment;        ///< closed at any moment from 0 on, in ms after CLOSE
-  int end;               ///< a third of the runs: about that moment; 0 = none
-  bool calls;            ///< makes calls that take long enough to be hit
-  int lingerMs = 0;      ///< how long the end of the process is drawn out
+  const char* name = nullptr;
+  const char* scenario = nullptr;  ///< of the simulated device
+  const char* script = nullptr;    ///< for the probe; DIR is the folder of the files, CLOSE the step that closes
+  int lastMoment = 0;              ///< closed at any moment from 0 on, in ms after CLOSE
+  int end = 0;                     ///< a third of the runs: about that moment; 0 = none
+  bool calls = false;              ///< makes calls that take long enough to be hit
+  int lingerMs = 0;                ///< how long the end of the process is drawn out
 };
 
 // The times are those of the simulated device and the upgrade's pauses. Where the process

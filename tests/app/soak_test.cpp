@@ -72,17 +72,12 @@ constexpr std::array kInputs{"",         "0",         "A0",
                              "0x10",     "SN 0001",   "\xC3\xA4\xE2\x82\xAC",
                              "%s%n%1%2"};
 
-struct Resident {
-  long allKiB;
-  long ownKiB;  // without the pages of program files, which come as their code first runs
-};
-
 /// What must not grow.
 struct Measure {
   unsigned operations = 0;
   long heapKiB = 0;
   long undoKiB = 0;  // what the fields kept besides
-  Resident resident{};
+  long residentKiB = 0;
   long files = 0;
   long threads = 0;
   long windows = 0;
@@ -103,12 +98,10 @@ long heapKiB() {
 #endif
 }
 
-Resident resident() {
+long residentKiB() {
   QFile file(QStringLiteral("/proc/self/statm"));
-  const QByteArrayList pages = file.open(QIODevice::ReadOnly) ? file.readAll().split(' ') : QByteArrayList();
-  const long pageKiB = sysconf(_SC_PAGESIZE) / 1024;
-  const long all = pages.value(1).toLong() * pageKiB;
-  return {all, all - pages.value(2).toLong() * pageKiB};
+  return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1).toLong() * (sysconf(_SC_PAGESIZE) / 1024)
+                                        : 0;
 }
 
 /// Works one window with whatever a user and a device may do.
@@ -161,7 +154,7 @@ class Soak {
 #if defined(__GLIBC__)
     malloc_trim(0);  // what is free goes back to the system first
 #endif
-    measure.resident = resident();
+    measure.residentKiB = residentKiB();
     measure.files = entriesOf("/proc/self/fd");
     measure.threads = entriesOf("/proc/self/task");
     measure.windows = QApplication::topLevelWidgets().size();
@@ -480,7 +473,7 @@ void quiet(QtMsgType type, const QMessageLogContext& /*context*/, const QString&
 /// prints what memory, files, threads and objects it had on the way. Exit code
 /// 1 when at the end it has more than 1 MiB of memory more than after the first
 /// 1,000, more of anything else, or does not answer.
-int main(int argc, char* argv[]) {
+int main(int argc, char* argv[]) try {
   qInstallMessageHandler(&quiet);
 #if defined(__GLIBC__)
   // The holes in memory then do not depend on which thread came when.
@@ -503,15 +496,15 @@ int main(int argc, char* argv[]) {
   std::optional<Measure> first;
   Measure last;
   std::printf("memory without Qt's pixmap cache (off) and after emptying the text fields (undo)\n");
-  std::printf("%10s %9s %9s %9s %9s %6s %8s %8s %8s\n", "operations", "heap KiB", "undo KiB", "resident", "own",
-              "files", "threads", "windows", "objects");
+  std::printf("%10s %9s %9s %9s %6s %8s %8s %8s\n", "operations", "heap KiB", "undo KiB", "resident", "files",
+              "threads", "windows", "objects");
   for (unsigned long i = 1; i <= count; ++i) {
     ++done[soak.operate()];
     if (i == kFirstMeasure || i == count || (i > kFirstMeasure && i % (count / 10) == 0)) {
       last = soak.measure();
       first = first.value_or(last);
-      std::printf("%10u %9ld %9ld %9ld %9ld %6ld %8ld %8ld %8ld\n", last.operations, last.heapKiB, last.undoKiB,
-                  last.resident.allKiB, last.resident.ownKiB, last.files, last.threads, last.windows, last.objects);
+      std::printf("%10u %9ld %9ld %9ld %6ld %8ld %8ld %8ld\n", last.operations, last.heapKiB, last.undoKiB,
+                  last.residentKiB, last.files, last.threads, last.windows, last.objects);
       std::fflush(stdout);
     }
   }
@@ -523,14 +516,14 @@ int main(int argc, char* argv[]) {
 
   const bool answers = soak.answers();
   const long heapGrowth = last.heapKiB - first->heapKiB;
-  const long residentGrowth = last.resident.ownKiB - first->resident.ownKiB;
+  const long residentGrowth = last.residentKiB - first->residentKiB;
   const bool isSteady = last.files <= first->files && last.threads <= first->threads &&
                         last.windows <= first->windows && last.objects <= first->objects;
   const bool memoryIsSteady = !kMemoryCounts || (heapGrowth <= kMaxGrowthKiB && residentGrowth <= kMaxGrowthKiB);
   const bool isWhole = soak.usedControls() == soak.controls();
   const bool good = answers && isSteady && memoryIsSteady && isWhole && !soak.isStuck();
   std::printf(
-      "%s: seed %lu, %lu operations in %.0f s; growth since the first %u: heap %ld KiB, own resident %ld KiB%s, "
+      "%s: seed %lu, %lu operations in %.0f s; growth since the first %u: heap %ld KiB, resident %ld KiB%s, "
       "files %ld, threads %ld, windows %ld, objects %ld; %s\n",
       good ? "good" : "BAD", seed, count, static_cast<double>(time.elapsed()) / 1000, kFirstMeasure, heapGrowth,
       residentGrowth, kMemoryCounts ? "" : " (not judged: a sanitizer's own)", last.files - first->files,
@@ -540,4 +533,7 @@ int main(int argc, char* argv[]) {
       : answers      ? "the window answers"
                      : "the window does NOT answer");
   return good ? 0 : 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s\n", error.what());
+  return 2;
 }
