@@ -78,9 +78,8 @@ def mutants_of(file: str, text: str) -> list[Mutant]:
 
 
 def run(command: list[str], folder: pathlib.Path, limit: float) -> bool:
-    environment = dict(os.environ, QT_LOGGING_RULES="*=false")
     process = subprocess.Popen(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                               env=environment, start_new_session=True)
+                               start_new_session=True)
     try:
         return process.wait(limit) == 0
     except subprocess.TimeoutExpired:
