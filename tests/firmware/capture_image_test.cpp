@@ -94,6 +94,10 @@ class CaptureImageTest : public QObject {
     QTest::newRow("other case") << QByteArray("kvr-7") << false;
     QTest::newRow("16-bit letters") << QByteArray("K\0V\0R\0-\0007\0", 10) << false;
     QTest::newRow("after its own beginning") << QByteArray("KVR-KVR-KVR-7") << true;
+    // The search reads 256 KiB at a time behind the last four bytes.
+    QByteArray piece(4 + 256 * 1024, 'x');
+    piece[8] = '7';
+    QTest::newRow("its end in what the piece before left") << piece + "KVR-" << false;
     QTest::newRow("beginnings only") << filled(1000, "KVR-") << false;
   }
 
