@@ -186,7 +186,7 @@ struct McuFault {
   Kind kind = Kind::kNotAcknowledged;
   unsigned number = 1;  ///< the first one concerned, counted from 1 since `reset`
   unsigned count = 1;   ///< how many are concerned; 0 = all from there on
-  unsigned polls = 0;   ///< of kBusy; 0 = until power is cut
+  unsigned polls = 0;   ///< of kStaysBusy; 0 = until power is cut
 };
 SIMULATOR_API void addMcuFault(const McuFault& fault);
 /// Takes all these faults away; what they have done remains.

@@ -2,12 +2,8 @@
 # 64-bit program with a window only, hardened, that takes the operations of the
 # definition file from RTICE_SDK_x64.dll, looks for it in its own folder and the
 # system's only, and exports nothing. Also after it was stripped, as packages are.
-file(STRINGS ${definition} operations REGEX "^[A-Za-z_0-9]+$")
-list(REMOVE_ITEM operations EXPORTS)
-list(LENGTH operations count)
-if(NOT count EQUAL 44)
-  message(FATAL_ERROR "${definition} names ${count} operations instead of 44")
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/../support/operations.cmake)
+read_operations(operations)
 
 execute_process(COMMAND ${objdump} -p ${program} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${objdump} -h ${program} OUTPUT_VARIABLE sections COMMAND_ERROR_IS_FATAL ANY)

@@ -1,11 +1,7 @@
 # Fails unless the library exports exactly the operations of the definition file
 # and the functions that the control header declares.
-file(STRINGS ${definition} operations REGEX "^[A-Za-z_0-9]+$")
-list(REMOVE_ITEM operations EXPORTS)
-list(LENGTH operations count)
-if(NOT count EQUAL 44)
-  message(FATAL_ERROR "${definition} names ${count} operations instead of 44")
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/../support/operations.cmake)
+read_operations(operations)
 
 if(library MATCHES "[.]dll$")
   execute_process(COMMAND ${objdump} -p ${library} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)

@@ -1,0 +1,10 @@
+# read_operations(RESULT): the names of the 44 operations in ${definition}.
+function(read_operations result)
+  file(STRINGS ${definition} operations REGEX "^[A-Za-z_0-9]+$")
+  list(REMOVE_ITEM operations EXPORTS)
+  list(LENGTH operations count)
+  if(NOT count EQUAL 44)
+    message(FATAL_ERROR "${definition} names ${count} operations instead of 44")
+  endif()
+  set(${result} ${operations} PARENT_SCOPE)
+endfunction()
