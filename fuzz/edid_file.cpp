@@ -6,7 +6,7 @@
 #include "device/RTICE_SDK_x64.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 
 #include <QFile>
 #include <QTemporaryDir>

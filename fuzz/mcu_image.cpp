@@ -6,7 +6,7 @@
 #include "firmware/ext_mcu_upgrade.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/upgrade_reference.h"
 
 #include <QStringList>

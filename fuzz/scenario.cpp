@@ -3,7 +3,7 @@
 /// device that came of it can be worked with.
 #include "device/RTICE_SDK_x64.h"
 #include "fuzz/target.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 
 #include <algorithm>
 #include <array>

@@ -7,7 +7,7 @@
 #include "fuzz/input.h"
 #include "fuzz/target.h"
 #include "fuzz/window.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 
 #include <QAbstractButton>
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #include "app/main_window.h"
 #include "app/program_state.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/journal.h"
 #include "tests/support/window_driver.h"
 

@@ -2,7 +2,7 @@
 
 #include "device/RTICE_SDK_x64.h"
 #include "device/boot_packet.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/journal.h"
 
 #include <QTest>

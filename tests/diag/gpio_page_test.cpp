@@ -1,5 +1,5 @@
 #include "app/main_window.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/journal.h"
 #include "tests/support/window_driver.h"
 

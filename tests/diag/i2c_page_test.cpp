@@ -1,6 +1,6 @@
 #include "app/main_window.h"
-#include "simulator/sim_control.h"
-#include "simulator/status.h"
+#include "simulator/control/control.h"
+#include "simulator/device/status.h"
 #include "tests/support/journal.h"
 #include "tests/support/window_driver.h"
 

@@ -1,6 +1,6 @@
 #include "app/main_window.h"
 #include "device/RTICE_SDK_x64.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/journal.h"
 #include "tests/support/window_driver.h"

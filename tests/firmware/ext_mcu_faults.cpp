@@ -1,6 +1,6 @@
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/ext_mcu_upgrade.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/seeded_random.h"
 #include "tests/support/upgrade_images.h"
 

@@ -1,5 +1,5 @@
 #include "app/main_window.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/bus_log.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/posted_texts.h"

@@ -1,6 +1,6 @@
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/capture_image.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/support/program_run.h"
 
 #include <QDir>

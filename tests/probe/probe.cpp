@@ -1,4 +1,4 @@
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 
 #include <QAbstractButton>
 #include <QApplication>

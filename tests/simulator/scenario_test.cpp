@@ -1,5 +1,5 @@
-#include "simulator/sim_control.h"
-#include "simulator/status.h"
+#include "simulator/control/control.h"
+#include "simulator/device/status.h"
 #include "tests/simulator/operation_table.h"
 
 #include <QDir>

@@ -1,5 +1,5 @@
 #include "device/bytes.h"
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 #include "tests/simulator/operation_table.h"
 
 #include <cmath>

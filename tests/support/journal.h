@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/sim_control.h"
+#include "simulator/control/control.h"
 
 #include <QStringList>
 

@@ -1,0 +1,35 @@
+#include "simulator/device/audio.h"
+
+namespace simulator {
+namespace {
+
+constexpr std::array<std::string_view, 5> kAudioKeys{"format", "samplingRate", "receiverGain", "headphoneGain",
+                                                     "muted"};
+
+}  // namespace
+
+void Audio::configure(const Section& scenario) {
+  if (const auto audio = scenario.section("audio", kAudioKeys)) {
+    if (const auto format = audio->integer("format", 0, 255)) {
+      format_ = static_cast<std::uint8_t>(*format);
+    }
+    if (const auto rate = audio->integer("samplingRate", 0, 255)) {
+      samplingRate_ = static_cast<std::uint8_t>(*rate);
+    }
+    settings_.receiverGain =
+        static_cast<std::int16_t>(audio->integer("receiverGain", -32768, 32767).value_or(settings_.receiverGain));
+    settings_.headphoneGain =
+        static_cast<std::int16_t>(audio->integer("headphoneGain", -32768, 32767).value_or(settings_.headphoneGain));
+    settings_.muted = audio->boolean("muted").value_or(settings_.muted);
+  }
+}
+
+std::uint8_t Audio::format(const Signal& signal) const {
+  return signal.hasAudio() && format_ ? *format_ : static_cast<std::uint8_t>(signal.audioFormat);
+}
+
+std::uint8_t Audio::samplingRate(const Signal& signal) const {
+  return signal.hasAudio() && samplingRate_ ? *samplingRate_ : static_cast<std::uint8_t>(signal.samplingRate);
+}
+
+}  // namespace simulator

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "simulator/device/audio.h"
+#include "simulator/device/capture_flash.h"
+#include "simulator/device/clock.h"
+#include "simulator/device/edid_store.h"
+#include "simulator/device/eeprom.h"
+#include "simulator/device/external_mcu.h"
+#include "simulator/device/gpio.h"
+#include "simulator/device/i2c_bus.h"
+#include "simulator/device/identity.h"
+#include "simulator/device/liar.h"
+#include "simulator/device/provisioning.h"
+#include "simulator/device/receiver.h"
+#include "simulator/device/temperature_sensor.h"
+#include "simulator/device/transmitter.h"
+
+#include <utility>
+
+namespace simulator {
+
+/// The simulated capture device: its parts and what they share. The parts see
+/// each other's state only through the device, so that there is one story.
+class Device {
+ public:
+  /// A device in its default state, which embeds the default scenario.
+  Device();
+  Device(const Device&) = delete;
+  Device& operator=(const Device&) = delete;
+  ~Device() = default;
+
+  /// Takes from a scenario what each part knows of it.
+  /// @throws ScenarioError
+  void configure(const Section& scenario);
+
+  /// Whether the device is on the USB bus now.
+  bool isReachable() const { return plugged_ && clock.now() >= awayUntil_; }
+  void unplug();
+  void replug();
+  /// Restarts the device, which leaves the bus for kRestartTime.
+  void restart();
+  void restoreDefaults();
+
+  /// Notes that the operation that runs takes this long on top of its latency,
+  /// at the device's speed factor.
+  void spend(std::chrono::nanoseconds nominal) { spent_ += clock.scaled(nominal); }
+  std::chrono::nanoseconds takeSpentTime() { return std::exchange(spent_, {}); }
+
+  static constexpr std::chrono::milliseconds kRestartTime{1500};
+
+  Clock clock;
+  Identity identity;
+  Receiver receiver;
+  Transmitter transmitter;
+  Audio audio;
+  EdidStore edid;
+  I2cBus i2c;
+  Eeprom boardEeprom{0x50, Eeprom::k24C02, clock};
+  Eeprom calibrationEeprom{0x54, Eeprom::k24C64, clock};
+  TemperatureSensor sensor;
+  ExternalMcu mcu{clock};
+  Gpio gpio;
+  Provisioning provisioning;
+  CaptureFlash flash;
+  Liar liar;
+
+ private:
+  void powerCycle();
+
+  bool plugged_ = true;
+  std::chrono::nanoseconds awayUntil_{};
+  std::chrono::nanoseconds spent_{};
+};
+
+}  // namespace simulator

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "simulator/scenario/scenario_tree.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace simulator {
+
+/// Which model is plugged in and what it calls itself.
+class Identity {
+ public:
+  static constexpr std::array<std::string_view, 2> kKeys{"model", "identity"};
+  /// Of the section "identity", which the capture flash and the provisioning
+  /// read as well.
+  static constexpr std::array<std::string_view, 5> kIdentityKeys{"captureVersion", "uvcName", "manufacturer", "product",
+                                                                 "serialNumber"};
+  void configure(const Section& scenario);
+
+  std::uint32_t vendorId() const { return 0x5C19; }
+  std::uint32_t productId() const { return productId_; }
+  const std::string& uvcName() const { return uvcName_; }
+  const std::string& manufacturer() const { return manufacturer_; }
+  const std::string& product() const { return product_; }
+
+ private:
+  std::uint32_t productId_ = 0x6B03;
+  std::string product_ = "KVR-7";
+  std::string uvcName_ = "KVR-7 Video";
+  std::string manufacturer_ = "Orvenhal";
+};
+
+}  // namespace simulator

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "simulator/device/signals.h"
+#include "simulator/scenario/scenario_tree.h"
+
+#include <array>
+
+namespace simulator {
+
+/// The HDMI transmitter (loop-through) and the sink attached to it.
+class Transmitter {
+ public:
+  static constexpr std::array<std::string_view, 1> kKeys{"sink"};
+  void configure(const Section& scenario);
+  void restoreDefaults() { hdcpOn_ = true; }
+
+  bool sinkPresent() const { return sinkPresent_; }
+  void setSinkPresent(bool present) { sinkPresent_ = present; }
+  void setHdcp(bool on) { hdcpOn_ = on; }
+  /// What the transmitter uses towards the sink: off when switched off, else
+  /// what the incoming signal asks for; nothing without a sink.
+  Hdcp hdcp(Hdcp incoming) const;
+
+ private:
+  bool sinkPresent_ = true;
+  bool hdcpOn_ = true;
+};
+
+}  // namespace simulator

@@ -1,0 +1,57 @@
+#include "device/RTICE_SDK_x64.h"
+#include "simulator/device/status.h"
+#include "simulator/library/journal_text.h"
+#include "simulator/library/library.h"
+
+#include <vector>
+
+using simulator::arguments;
+using simulator::Device;
+using simulator::hex;
+using simulator::I2cTarget;
+using simulator::Library;
+
+namespace {
+
+// More than one transfer of the device's controller.
+constexpr unsigned kMaxTransfer = 4096;
+
+I2cTarget* targetAt(Device& device, uint8_t bus, uint8_t slave) {
+  return bus == simulator::I2cBus::kIndex ? device.i2c.targetAt(slave) : nullptr;
+}
+
+}  // namespace
+
+int32_t AT_System_Send_ExternalMCU_cmd(uint8_t bus, uint8_t slave, uint16_t length, const uint8_t* data) {
+  return Library::instance().call(
+      {__func__, arguments(bus, hex(slave, 2), length, simulator::bytes(data, length))}, [&](Device& device) {
+        if (!data || length == 0 || length > kMaxTransfer) {
+          return simulator::kInvalidArgument;
+        }
+        I2cTarget* const target = targetAt(device, bus, slave);
+        return target && target->write(slave, device.liar.arriving({data, length})) ? simulator::kOk
+                                                                                    : simulator::kNoAnswer;
+      });
+}
+
+int32_t AT_System_Get_ExternalMCU_cmd(uint8_t bus, uint8_t slave, unsigned int writeLength, const uint8_t* writeData,
+                                      unsigned int readLength, uint8_t* readBuffer) {
+  return Library::instance().call(
+      {__func__,
+       arguments(bus, hex(slave, 2), writeLength, simulator::bytes(writeData, writeLength), readLength),
+       {readBuffer, readLength}},
+      [&](Device& device) {
+        if (!writeData || !readBuffer || writeLength == 0 || readLength == 0 || writeLength > kMaxTransfer ||
+            readLength > kMaxTransfer) {
+          return simulator::kInvalidArgument;
+        }
+        I2cTarget* const target = targetAt(device, bus, slave);
+        // A transfer that fails half-way must leave the caller's buffer alone.
+        std::vector<uint8_t> result(readLength);
+        if (!target || !target->read(slave, {writeData, writeLength}, result)) {
+          return simulator::kNoAnswer;
+        }
+        std::copy(result.begin(), result.end(), readBuffer);
+        return simulator::kOk;
+      });
+}

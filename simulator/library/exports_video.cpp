@@ -1,0 +1,107 @@
+#include "device/RTICE_SDK_x64.h"
+#include "simulator/device/status.h"
+#include "simulator/library/caller_buffer.h"
+#include "simulator/library/journal_text.h"
+#include "simulator/library/library.h"
+
+#include <algorithm>
+
+using simulator::arguments;
+using simulator::Device;
+using simulator::Library;
+using simulator::Receiver;
+
+int32_t AT_HdmiRX_GetRawTimingInfo(uint8_t* record) {
+  return Library::instance().call({__func__, {}, {record, RTICE_RAW_TIMING_INFO_SIZE}}, [&](Device& device) {
+    if (!record) {
+      return simulator::kInvalidArgument;
+    }
+    const auto timing = device.receiver.timingRecord();
+    static_assert(timing.size() == RTICE_RAW_TIMING_INFO_SIZE);
+    std::copy(timing.begin(), timing.end(), record);
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_Get_Current_Input_Source(uint8_t* source) {
+  return Library::instance().call({__func__, {}, {source, 1}}, [&](Device& device) {
+    if (!source) {
+      return simulator::kInvalidArgument;
+    }
+    *source = device.receiver.source();
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_Input_Source_Switch(const uint8_t* source) {
+  return Library::instance().call({__func__, simulator::bytes(source, 1)}, [&](Device& device) {
+    if (!source || *source > Receiver::kDp) {
+      return simulator::kInvalidArgument;
+    }
+    device.receiver.selectSource(static_cast<Receiver::Source>(*source));
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_HdmiRX_Set_HPD(int32_t on) {
+  return Library::instance().call({__func__, arguments(on)}, [&](Device& device) {
+    if (on != 0 && on != 1) {
+      return simulator::kInvalidArgument;
+    }
+    device.receiver.setHotPlug(on == 1);
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_HdmiTX_Get_HPD_Status(int32_t* status) {
+  return Library::instance().call({__func__, {}, simulator::bytesOf(status)}, [&](Device& device) {
+    if (!status) {
+      return simulator::kInvalidArgument;
+    }
+    *status = device.transmitter.sinkPresent() ? 1 : 0;
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_UVC_Get_Output_Timing(uint8_t* record) {
+  return Library::instance().call({__func__, {}, {record, simulator::kDefaultCapacity}}, [&](Device& device) {
+    if (!record) {
+      return simulator::kInvalidArgument;
+    }
+    const auto timing = device.receiver.uvcTiming();
+    std::copy(timing.begin(), timing.end(), record);
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_UVC_Get_VideoFormat(uint8_t* format) {
+  return Library::instance().call({__func__, {}, {format, 1}}, [&](Device& device) {
+    if (!format) {
+      return simulator::kInvalidArgument;
+    }
+    *format = device.receiver.uvcFormat();
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_Get_RX_TX_HDCP_Version(uint8_t* versions) {
+  return Library::instance().call({__func__, {}, {versions, simulator::kDefaultCapacity}}, [&](Device& device) {
+    if (!versions) {
+      return simulator::kInvalidArgument;
+    }
+    const simulator::Hdcp incoming = device.receiver.signal().hdcp;
+    versions[0] = static_cast<uint8_t>(incoming);
+    versions[1] = static_cast<uint8_t>(device.transmitter.hdcp(incoming));
+    return simulator::kOk;
+  });
+}
+
+int32_t AT_SetHDMI_HDCP_OnOff(int32_t on) {
+  return Library::instance().call({__func__, arguments(on)}, [&](Device& device) {
+    if (on != 0 && on != 1) {
+      return simulator::kInvalidArgument;
+    }
+    device.transmitter.setHdcp(on == 1);
+    return simulator::kOk;
+  });
+}

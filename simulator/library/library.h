@@ -1,0 +1,122 @@
+#pragma once
+
+#include "simulator/control/control.h"
+#include "simulator/device/burn_control.h"
+#include "simulator/device/device.h"
+#include "simulator/library/run_plan.h"
+#include "simulator/library/session.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+
+/// The process-wide state behind the exported functions, and the one way in
+/// which each of them goes through it.
+class Library {
+ public:
+  /// Made at the first use and never destroyed: a worker thread may still be
+  /// inside a call while the process ends.
+  static Library& instance();
+
+  /// A call as it comes in.
+  struct Call {
+    const char* operation;
+    std::string arguments = {};           ///< for the journal
+    std::span<std::uint8_t> output = {};  ///< the caller's buffer, which an injected answer may fill
+    std::uint32_t* length = nullptr;      ///< the caller's length, which an injected answer may set
+  };
+
+  /// An operation that needs an open port. Counts the call, looks for a fault,
+  /// checks the port, takes the latency, runs `body` and notes the call.
+  std::int32_t call(Call call, const std::function<std::int32_t(Device&)>& body);
+
+  /// As `call`, for the session's own operations: no port needed, no latency.
+  std::int32_t sessionCall(Call call, const std::function<std::int32_t(Session&, Device&)>& body);
+
+  /// A long operation that leaves the device to other calls between its steps.
+  /// `body` runs without any lock and reaches the device through `LongCall`.
+  class LongCall;
+  std::int32_t longCall(Call call, const std::function<std::int32_t(LongCall&)>& body);
+
+  // What control.h offers.
+  void reset();
+  std::string loadScenario(const std::string& json, const std::string& name);
+  std::vector<JournalEntry> journal() const;
+  void clearJournal();
+  unsigned callsUnderWay() const { return callsUnderWay_.load(std::memory_order_relaxed); }
+  void addFault(FaultPlan::Fault fault);
+  void withDevice(const std::function<void(Device&)>& action);
+  BurnControl& burnControl() { return burnControl_; }
+
+ private:
+  using DevicePointer = std::shared_ptr<Device>;
+  struct Entered {
+    DevicePointer device;  // tells whether the device was replaced meanwhile
+    JournalEntry entry;
+    std::chrono::nanoseconds start{};
+    std::optional<std::int32_t> status;  // set when the call ends here
+    std::chrono::nanoseconds delay{};    // of the answer
+    std::size_t number = 0;              // of the call, from 0
+  };
+
+  Library();
+  void install(struct Scenario scenario);
+
+  enum class Needs { kNothing, kPort };
+  Entered enter(Call call, Needs needs);
+  void unplugWhenDue();
+  /// Why the device cannot be reached, if it cannot.
+  std::optional<std::int32_t> refusal(const DevicePointer& device, Needs needs);
+  std::int32_t leave(Entered& entered, std::int32_t status);
+  void pass(const DevicePointer& device, std::chrono::nanoseconds time);
+
+  // Held for the whole of a call: the device serves one at a time. Taken before
+  // state_, which guards everything below for short moments only, so that the
+  // control functions never wait for a slow device.
+  std::mutex oneCall_;
+  mutable std::mutex state_;
+
+  BurnControl burnControl_;
+  DevicePointer device_;
+  RunPlan plan_;
+  Session session_;
+  std::uint64_t calls_ = 0;
+  std::deque<JournalEntry> journal_;
+  bool scenarioFailed_ = false;
+
+  // Relaxed: whoever looks at it must not thereby order the callers' memory.
+  std::atomic<unsigned> callsUnderWay_ = 0;
+};
+
+/// What the body of a long operation may do.
+class Library::LongCall {
+ public:
+  /// Runs `step` on the device, one call at a time as all others.
+  /// @return kDeviceGone or kNoPort without running it when the device cannot be reached
+  std::int32_t step(const std::function<std::int32_t(Device&)>& step);
+  /// As `step`, but whether the device can be reached or not.
+  void cleanUp(const std::function<void(Device&)>& action);
+  /// Lets time pass on the device's clock, other calls going on.
+  void wait(std::chrono::nanoseconds nominal);
+
+ private:
+  friend class Library;
+  LongCall(Library& library, DevicePointer device, std::size_t number)
+      : library_(library), device_(std::move(device)), number_(number) {}
+  Library& library_;
+  DevicePointer device_;
+  std::size_t number_;
+};
+
+}  // namespace simulator

@@ -1,0 +1,33 @@
+#include "simulator/library/run_plan.h"
+
+#include <limits>
+
+namespace simulator {
+namespace {
+
+constexpr double kMaxMilliseconds = 1e9;
+
+std::chrono::nanoseconds fromMilliseconds(double milliseconds) {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(milliseconds));
+}
+
+}  // namespace
+
+void RunPlan::configure(const Section& scenario) {
+  speedFactor = scenario.number("speedFactor", 0.001, 1e6).value_or(speedFactor);
+  if (const auto milliseconds = scenario.number("latencyMs", 0, 60'000)) {
+    latency = fromMilliseconds(*milliseconds);
+  }
+  if (const auto calls = scenario.integer("unplugAfterCalls", 0, 1'000'000'000)) {
+    unplugAfterCalls = static_cast<std::uint64_t>(*calls);
+  }
+  if (const auto milliseconds = scenario.number("unplugAfterMs", 0, kMaxMilliseconds)) {
+    unplugAfter = fromMilliseconds(*milliseconds);
+  }
+  if (const auto number = scenario.integer("seed", 0, std::numeric_limits<std::int64_t>::max())) {
+    seed = static_cast<std::uint64_t>(*number);
+  }
+  faults.configure(scenario);
+}
+
+}  // namespace simulator

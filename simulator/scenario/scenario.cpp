@@ -1,0 +1,101 @@
+#include "simulator/scenario/scenario.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <vector>
+
+namespace simulator {
+namespace {
+
+constexpr std::size_t kMaxFileSize = std::size_t{1024} * 1024;
+constexpr std::size_t kMaxErrorLength = 2000;  // the 44 operations fit
+
+/// All keys of the outermost object: each part of the device names its own.
+std::vector<std::string_view> knownKeys() {
+  std::vector<std::string_view> keys;
+  const auto add = [&keys](std::span<const std::string_view> more) {
+    keys.insert(keys.end(), more.begin(), more.end());
+  };
+  add(Identity::kKeys);
+  add(Receiver::kKeys);
+  add(Transmitter::kKeys);
+  add(Audio::kKeys);
+  add(EdidStore::kKeys);
+  add(ExternalMcu::kKeys);
+  add(CaptureFlash::kKeys);
+  add(RunPlan::kKeys);
+  add(FaultPlan::kKeys);
+  return keys;
+}
+
+/// One line of printable text, whatever a scenario quoted in it.
+std::string oneLine(std::string text) {
+  for (char& letter : text) {
+    if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F) {
+      letter = '?';
+    }
+  }
+  if (text.size() > kMaxErrorLength) {
+    text.resize(kMaxErrorLength);
+    text += "...";
+  }
+  return text;
+}
+
+std::string nameOf(const std::filesystem::path& path) {
+  const std::u8string name = path.u8string();
+  return {name.begin(), name.end()};
+}
+
+[[noreturn]] void failFile(const std::filesystem::path& path, const std::string& text) {
+  throw std::runtime_error(oneLine(nameOf(path) + ": " + text));
+}
+
+}  // namespace
+
+Scenario readScenario(std::string_view json, const std::string& name) {
+  try {
+    const ScenarioValue tree = parseScenario(json);
+    const std::vector<std::string_view> keys = knownKeys();
+    const Section root(tree, "", keys);
+    Scenario scenario;
+    scenario.plan.configure(root);
+    scenario.device->clock.setSpeedFactor(scenario.plan.speedFactor);
+    scenario.device->configure(root);
+    return scenario;
+  } catch (const ScenarioError& error) {
+    throw std::runtime_error(oneLine(name + ":" + std::to_string(error.line()) + ": " + error.what()));
+  }
+}
+
+Scenario readScenarioFile(const std::filesystem::path& path) {
+  std::error_code error;
+  // A pipe or a device could keep us waiting for ever.
+  if (!std::filesystem::is_regular_file(path, error)) {
+    failFile(path, "is no regular file; name a JSON file in RTICE_SIMULATOR_SCENARIO");
+  }
+  std::ifstream file(path, std::ios::binary);
+  std::string json(kMaxFileSize + 1, '\0');
+  file.read(json.data(), static_cast<std::streamsize>(json.size()));
+  if (!file.is_open() || file.bad()) {
+    failFile(path, "cannot be read; check its permissions");
+  }
+  json.resize(static_cast<std::size_t>(file.gcount()));
+  if (json.size() > kMaxFileSize) {
+    failFile(path, "is larger than 1 MiB; no scenario needs that");
+  }
+  return readScenario(json, nameOf(path));
+}
+
+std::filesystem::path scenarioPathFromEnvironment() {
+#if defined(_WIN32)
+  const wchar_t* const path = _wgetenv(L"RTICE_SIMULATOR_SCENARIO");
+#else
+  const char* const path = std::getenv("RTICE_SIMULATOR_SCENARIO");
+#endif
+  return path ? std::filesystem::path(path) : std::filesystem::path();
+}
+
+}  // namespace simulator

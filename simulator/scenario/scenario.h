@@ -1,0 +1,30 @@
+/// @file
+/// From a scenario's text or file to a device and the plan of its run.
+#pragma once
+
+#include "simulator/device/device.h"
+#include "simulator/library/run_plan.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace simulator {
+
+struct Scenario {
+  std::unique_ptr<Device> device = std::make_unique<Device>();
+  RunPlan plan;
+};
+
+/// @param name what error texts call the text
+/// @throws std::runtime_error with one printable line: name, line, key, remedy
+Scenario readScenario(std::string_view json, const std::string& name);
+
+/// As `readScenario`, from a regular file of at most 1 MiB.
+Scenario readScenarioFile(const std::filesystem::path& path);
+
+/// The file that RTICE_SIMULATOR_SCENARIO names; empty when it is unset or empty.
+std::filesystem::path scenarioPathFromEnvironment();
+
+}  // namespace simulator

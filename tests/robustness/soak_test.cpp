@@ -1,0 +1,539 @@
+#include "app/main_window.h"
+#include "simulator/control/control.h"
+#include "simulator/operations.h"
+#include "tests/support/dialog_answers.h"
+#include "tests/support/sleeps.h"
+#include "tests/support/window_driver.h"
+
+#include <QAbstractSlider>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QPixmapCache>
+#include <QSet>
+#include <QSpinBox>
+#include <QTabBar>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <malloc.h>
+#include <optional>
+#include <random>
+#include <stdexcept>
+#include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define PELLAVOX_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define PELLAVOX_SANITIZED 1
+#endif
+#endif
+
+using simulator::Input;
+
+namespace {
+
+constexpr unsigned kFirstMeasure = 1000;
+constexpr unsigned kStory = 250;  // operations with one device
+constexpr int kMostWorkers = 4;
+constexpr long kMaxGrowthKiB = 1024;
+// Sanitizers have memory of their own, and keep what was freed.
+#if defined(PELLAVOX_SANITIZED)
+constexpr bool kMemoryCounts = false;
+#else
+constexpr bool kMemoryCounts = true;
+#endif
+
+constexpr std::array kDevices{
+    R"({})",
+    R"({"model": "KVR-5B", "signal": "2160p24-dolby-vision", "sink": {"present": false}})",
+    R"({"externalMcu": {"family": "v"}, "signal": "2160p60-hdr10", "edid": {"mode": "mixed", "defaultSlot": 5}})",
+    R"({"externalMcu": {"family": "v", "faults": [{"at": "data", "number": 3, "kind": "damage"}]}})",
+    R"({"externalMcu": {"mode": "bootLoader", "faults": [{"at": "packet", "kind": "busy", "polls": 0}]}})",
+    R"({"externalMcu": {"mode": "silent"}, "signal": "none"})",
+    R"({"externalMcu": {"family": "0x41"}, "audio": {"format": 200, "samplingRate": 255}})",
+    R"({"captureFlash": {"failAtPercent": 40}, "latencyMs": 3})",
+    R"({"unplugAfterCalls": 60, "speedFactor": 3})",
+};
+
+constexpr std::array kInputs{"",         "0",         "A0",
+                             "90",       "10",        "1F",
+                             "12345678", "123456789", "FFFFFFFFFFFFFFFFFF",
+                             "xyz",      " 7 ",       "-1",
+                             "0x10",     "SN 0001",   "\xC3\xA4\xE2\x82\xAC",
+                             "%s%n%1%2"};
+
+/// What must not grow.
+struct Measure {
+  unsigned operations = 0;
+  long heapKiB = 0;
+  long undoKiB = 0;  // what the fields kept besides
+  long residentKiB = 0;
+  long files = 0;
+  long threads = 0;
+  long windows = 0;
+  long objects = 0;
+};
+
+long entriesOf(const char* directory) {
+  return static_cast<long>(QDir(QLatin1String(directory)).entryList(QDir::AllEntries | QDir::System).size());
+}
+
+// What has been allocated and not freed.
+long heapKiB() {
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<long>((info.uordblks + info.hblkhd) / 1024);
+#else
+  return 0;
+#endif
+}
+
+long residentKiB() {
+  QFile file(QStringLiteral("/proc/self/statm"));
+  return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1).toLong() * (sysconf(_SC_PAGESIZE) / 1024)
+                                        : 0;
+}
+
+/// Works one window with whatever a user and a device may do.
+class Soak {
+ public:
+  explicit Soak(unsigned seed) : random_(seed) {
+    writeFiles();
+    findControls();
+    sleeps::replaceBy([](std::chrono::milliseconds time) { simulator::advanceTime(time); });
+    window_.show();
+    newDevice();
+  }
+
+  struct Kind {
+    const char* name;
+    unsigned weight;
+    void (Soak::*act)();
+  };
+  static const std::array<Kind, 12> kKinds;
+
+  /// @return which kind it was
+  std::size_t operate() {
+    if (++operations_ % kStory == 0) {
+      newDevice();
+    }
+    unsigned left = below(100);
+    std::size_t kind = 0;
+    while (left >= kKinds[kind].weight) {
+      left -= kKinds[kind++].weight;
+    }
+    (this->*kKinds[kind].act)();
+    QCoreApplication::processEvents();
+    return kind;
+  }
+
+  /// Lets workers end first and puts a new device in place. Empties the fields,
+  /// whose undo keeps each key since a text was set.
+  Measure measure() {
+    settle();
+    simulator::reset();
+    simulator::useVirtualTime();
+    Measure measure;
+    measure.operations = operations_;
+    measure.undoKiB = heapKiB();
+    for (const QString& name : fields_) {
+      user_.widget<QLineEdit>(name).setText(QString());
+    }
+    measure.heapKiB = heapKiB();
+    measure.undoKiB -= measure.heapKiB;
+#if defined(__GLIBC__)
+    malloc_trim(0);  // what is free goes back to the system first
+#endif
+    measure.residentKiB = residentKiB();
+    measure.files = entriesOf("/proc/self/fd");
+    measure.threads = entriesOf("/proc/self/task");
+    measure.windows = QApplication::topLevelWidgets().size();
+    measure.objects = window_.findChildren<QObject*>().size() + QApplication::allWidgets().size();
+    return measure;
+  }
+
+  /// Whether a mouse click on a visible button shows what the device has, and
+  /// this in one turn of the event loop.
+  bool answers() {
+    settle();
+    simulator::reset();
+    simulator::useVirtualTime();
+    connectAs("KVR-5B");
+    connectAs("KVR-7");
+    user_.widget<QTabBar>("qt_tabwidget_tabbar").setCurrentIndex(0);
+    for (const auto& [signal, width] : {std::pair("720p60", "1280"), std::pair("2160p30", "3840")}) {
+      simulator::feedSignal(Input::kHdmi, signal);
+      auto& button = user_.widget<QAbstractButton>("BN_Info_Read");
+      for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+        QCoreApplication::postEvent(
+            &button,
+            new QMouseEvent(type, button.rect().center(), button.mapToGlobal(button.rect().center()), Qt::LeftButton,
+                            type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier));
+      }
+      QCoreApplication::processEvents();
+      if (user_.text("label_HActive") != width) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  int controls() const { return buttons_.size() + choices_.size() + fields_.size() + workButtons_ + 1; }
+  int usedControls() const { return used_.size(); }
+  unsigned endedWorkers() const { return endedWorkers_; }
+  bool isStuck() const { return isStuck_; }
+
+ private:
+  unsigned below(std::size_t limit) { return static_cast<unsigned>(random_() % limit); }
+  bool chance(unsigned percent) { return below(100) < percent; }
+  template <typename List>
+  auto oneOf(const List& list) {
+    return list[static_cast<decltype(list.size())>(below(static_cast<std::size_t>(list.size())))];
+  }
+
+  void findControls() {
+    for (const QWidget* widget : window_.findChildren<QWidget*>()) {
+      // Qt's own parts of a widget (a spin box's field, a combo box's list) are none.
+      bool isPart = false;
+      for (const QWidget* ancestor = widget->parentWidget(); ancestor != nullptr; ancestor = ancestor->parentWidget()) {
+        isPart = isPart || qobject_cast<const QComboBox*>(ancestor) != nullptr ||
+                 qobject_cast<const QAbstractSpinBox*>(ancestor) != nullptr ||
+                 qobject_cast<const QTabBar*>(ancestor) != nullptr ||
+                 qobject_cast<const QMenuBar*>(ancestor) != nullptr;
+      }
+      const QString name = widget->objectName();
+      if (isPart) {
+        continue;
+      }
+      if (qobject_cast<const QAbstractButton*>(widget) != nullptr) {
+        // Those that ask for a file or start a worker have kinds of their own.
+        if (kFileButtons.contains(name) || kWorkerButtons.contains(name)) {
+          ++workButtons_;
+        } else if (name != "BN_Connect") {
+          buttons_ << name;
+        }
+      } else if (qobject_cast<const QLineEdit*>(widget) != nullptr) {
+        fields_ << name;
+      } else if (qobject_cast<const QComboBox*>(widget) != nullptr ||
+                 qobject_cast<const QAbstractSlider*>(widget) != nullptr ||
+                 qobject_cast<const QAbstractSpinBox*>(widget) != nullptr ||
+                 qobject_cast<const QTabBar*>(widget) != nullptr) {
+        choices_ << name;
+      }
+    }
+  }
+
+  QString file(const QString& name) const { return directory_.filePath(name); }
+
+  void writeFiles() const {
+    const auto write = [this](const QString& name, QByteArray content, const char* text = "") {
+      content.replace(content.size() / 2, static_cast<int>(qstrlen(text)), text);
+      QFile written(file(name));
+      if (!written.open(QIODevice::WriteOnly) || written.write(content) != content.size()) {
+        qFatal("%s", qPrintable(written.errorString()));
+      }
+    };
+    write("empty.bin", QByteArray());
+    write("empty.img", QByteArray());
+    for (const int size : {1, 127, 256, 1025, 6000}) {
+      write(QStringLiteral("%1.bin").arg(size), QByteArray(size, 'x'));
+    }
+    write("kvr-7.img", QByteArray(100'000, 'x'), "KVR-7");
+    write("kvr-5.img", QByteArray(9'000, 'x'), "KVR-5B V1.04.00");
+    write("other.img", QByteArray(9'000, 'x'));
+    QDir(directory_.path()).mkdir("folder.bin");
+  }
+
+  void connectAs(const QString& type) {
+    user_.choose("CB_DeviceType", type);
+    user_.click("BN_Connect");
+    used_ << "BN_Connect";
+  }
+
+  // A journal of the device's whole life would be the only thing that grows.
+  void newDevice() {
+    settle();
+    const char* scenario = oneOf(kDevices);
+    const std::string error = simulator::loadScenario(scenario);
+    if (!error.empty()) {
+      throw std::logic_error(error);
+    }
+    simulator::useVirtualTime();
+    if (chance(10)) {
+      simulator::reportDuringBurns({std::nanf(""), -3, 1e30F, 55, std::numeric_limits<float>::infinity()});
+    }
+    if (chance(80)) {
+      const bool isFirst = QByteArray(scenario).indexOf("KVR-5B") < 0;
+      connectAs(isFirst ? "KVR-5B" : "KVR-7");
+      connectAs(isFirst ? "KVR-7" : "KVR-5B");
+    }
+  }
+
+  QList<QThread*> workers() const { return window_.findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly); }
+
+  void settle() {
+    simulator::releaseBurns();
+    const int running = workers().size();
+    isStuck_ = isStuck_ || !QTest::qWaitFor([this] { return workers().isEmpty(); }, 60'000);
+    endedWorkers_ += static_cast<unsigned>(running);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+  }
+
+  void pressButton() {
+    const QString name = oneOf(buttons_);
+    used_ << name;
+    user_.click(name);
+  }
+
+  void changeChoice() {
+    const QString name = oneOf(choices_);
+    used_ << name;
+    auto* const widget = window_.findChild<QWidget*>(name);
+    if (auto* const box = qobject_cast<QComboBox*>(widget)) {
+      box->setCurrentIndex(static_cast<int>(below(static_cast<std::size_t>(box->count()))));
+    } else if (auto* const slider = qobject_cast<QAbstractSlider*>(widget)) {
+      // Beyond its ends as well.
+      slider->setValue(static_cast<int>(below(300)) - 150);
+    } else if (auto* const spin = qobject_cast<QSpinBox*>(widget)) {
+      spin->setValue(static_cast<int>(below(300)) - 150);
+    } else {
+      auto* const tabs = qobject_cast<QTabBar*>(widget);
+      tabs->setCurrentIndex(static_cast<int>(below(static_cast<std::size_t>(tabs->count()))));
+    }
+  }
+
+  void typeText() {
+    const QString name = oneOf(fields_);
+    used_ << name;
+    auto& field = user_.widget<QLineEdit>(name);
+    const QString text = QString::fromUtf8(oneOf(kInputs));
+    if (chance(70)) {
+      field.selectAll();
+    }
+    if (chance(3)) {
+      field.insert(QString(5000, 'F'));
+    } else if (text.toLatin1() == text.toUtf8()) {
+      QTest::keyClicks(&field, text);
+    } else {
+      field.insert(text);
+    }
+  }
+
+  void connectDevice() { connectAs(chance(75) ? "KVR-7" : "KVR-5B"); }
+
+  void pullOrPlug() {
+    if (chance(40)) {
+      simulator::unplug();
+    } else {
+      simulator::replug();
+    }
+  }
+
+  void changeSignal() {
+    if (chance(20)) {
+      simulator::attachSink(chance(50));
+      return;
+    }
+    static const std::vector<std::string> names = simulator::knownSignals();
+    try {
+      simulator::feedSignal(chance(50) ? Input::kHdmi : Input::kDp, oneOf(names));
+    } catch (const std::invalid_argument&) {
+      // The input does not carry it: nothing has changed.
+    }
+  }
+
+  void passTime() { simulator::advanceTime(std::chrono::milliseconds(below(3000))); }
+
+  // Of a call soon to come: calls are counted from the device's start.
+  void misbehave() {
+    const std::string operation(oneOf(simulator::kOperations));
+    const unsigned call = 1 + below(20);
+    if (chance(50)) {
+      simulator::failCall(operation, call, oneOf(std::array{-1, 1, INT32_MIN, INT32_MAX}), 1 + below(3));
+    } else {
+      simulator::answerCall(operation, call, chance(50) ? 0 : -1,
+                            std::vector<std::uint8_t>(below(600), chance(50) ? 0xFF : 'x'));
+    }
+  }
+
+  void chooseFile(const QString& button, const QString& path) {
+    used_ << button;
+    DialogAnswers answers;
+    if (!path.isEmpty()) {
+      answers.chooseFile(path);
+    }
+    user_.click(button);
+  }
+
+  QString someFile(bool isImage) {
+    static const QStringList images{"kvr-7.img", "kvr-7.img", "kvr-5.img", "other.img", "empty.img", "gone.img"};
+    static const QStringList others{"1.bin",    "127.bin",   "256.bin",  "1025.bin",
+                                    "6000.bin", "empty.bin", "gone.bin", "folder.bin"};
+    // Now and then the user cancels.
+    return chance(10) ? QString() : file(oneOf(isImage ? images : others));
+  }
+
+  void loadFile() {
+    const QString button = oneOf(QStringList{"BN_Browse_Key", "BN_Browse_ExtMCU", "BN_Browse_ExtMCU_QX",
+                                             "BN_Browse_Cap", "BN_Browse_Cap_QX", "BN_Apply_WriteFlashEDID"});
+    chooseFile(button, someFile(button.startsWith("BN_Browse_Cap")));
+  }
+
+  void saveFile() {
+    const QString button =
+        oneOf(QStringList{"BN_Apply_ReadTxEDID", "BN_Apply_ReadFlashEDID", "BN_Apply_Read_DDC_EDID"});
+    const unsigned which = below(10);
+    chooseFile(button, which == 0   ? QString()
+                       : which == 1 ? QStringLiteral("/proc/cannot-be-made.bin")
+                                    : file(QStringLiteral("saved%1.bin").arg(which)));
+  }
+
+  // Sometimes beside others, sometimes alone to its end.
+  void startWorker(const QString& button) {
+    if (workers().size() >= kMostWorkers) {
+      settle();
+    }
+    used_ << button;
+    {
+      const DialogAnswers answers;  // of the boxes that say why not
+      user_.click(button);
+    }
+    if (chance(50)) {
+      settle();
+    }
+  }
+
+  void upgrade() { startWorker(chance(50) ? "BN_Apply_ExtMCU" : "BN_Apply_ExtMCU_QX"); }
+
+  void burn() {
+    if (chance(20)) {
+      simulator::holdBurns(1 + below(5));  // until something settles
+    }
+    startWorker(chance(50) ? "BN_Apply_CapMCU" : "BN_Apply_CapMCU_QX");
+  }
+
+  static const QStringList kFileButtons;
+  static const QStringList kWorkerButtons;
+
+  std::mt19937 random_;
+  QTemporaryDir directory_;
+  MainWindow window_;
+  WindowDriver user_{window_};
+  QStringList buttons_;
+  QStringList choices_;
+  QStringList fields_;
+  int workButtons_ = 0;
+  QSet<QString> used_;
+  unsigned operations_ = 0;
+  unsigned endedWorkers_ = 0;
+  bool isStuck_ = false;
+};
+
+const QStringList Soak::kFileButtons{"BN_Browse_Key",       "BN_Browse_ExtMCU",       "BN_Browse_ExtMCU_QX",
+                                     "BN_Browse_Cap",       "BN_Browse_Cap_QX",       "BN_Apply_WriteFlashEDID",
+                                     "BN_Apply_ReadTxEDID", "BN_Apply_ReadFlashEDID", "BN_Apply_Read_DDC_EDID"};
+const QStringList Soak::kWorkerButtons{"BN_Apply_ExtMCU", "BN_Apply_ExtMCU_QX", "BN_Apply_CapMCU",
+                                       "BN_Apply_CapMCU_QX"};
+
+const std::array<Soak::Kind, 12> Soak::kKinds{{
+    {"button pressed", 34, &Soak::pressButton},
+    {"list, slider, box or tab moved", 15, &Soak::changeChoice},
+    {"text typed", 14, &Soak::typeText},
+    {"Connect", 5, &Soak::connectDevice},
+    {"plug pulled or put in", 5, &Soak::pullOrPlug},
+    {"signal or sink changed", 6, &Soak::changeSignal},
+    {"time passed", 5, &Soak::passTime},
+    {"library call to go wrong", 4, &Soak::misbehave},
+    {"file loaded", 3, &Soak::loadFile},
+    {"file saved", 2, &Soak::saveFile},
+    {"MCU upgrade started", 4, &Soak::upgrade},
+    {"capture burn started", 3, &Soak::burn},
+}};
+
+void quiet(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
+  if (type == QtFatalMsg) {
+    std::fprintf(stderr, "%s\n", qPrintable(text));
+  }
+}
+
+}  // namespace
+
+/// Usage: soak_test COUNT SEED. Does COUNT random operations with one window and
+/// prints what memory, files, threads and objects it had on the way. Exit code
+/// 1 when at the end it has more than 1 MiB of memory more than after the first
+/// 1,000, more of anything else, or does not answer.
+int main(int argc, char* argv[]) try {
+  qInstallMessageHandler(&quiet);
+#if defined(__GLIBC__)
+  // The holes in memory then do not depend on which thread came when.
+  mallopt(M_ARENA_MAX, 1);
+#endif
+  const QApplication application(argc, argv);
+  // It would grow to 10 MiB, mostly by the icons of file dialogs, and keeps the
+  // names of what it has dropped until a timer of half a minute.
+  QPixmapCache::setCacheLimit(0);
+  const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
+  const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0;
+  if (count <= kFirstMeasure) {
+    std::fprintf(stderr, "usage: %s COUNT SEED, COUNT above %u\n", argv[0], kFirstMeasure);
+    return 2;
+  }
+  QElapsedTimer time;
+  time.start();
+  Soak soak(static_cast<unsigned>(seed));
+  std::array<unsigned, Soak::kKinds.size()> done{};
+  std::optional<Measure> first;
+  Measure last;
+  std::printf("memory without Qt's pixmap cache (off) and after emptying the text fields (undo)\n");
+  std::printf("%10s %9s %9s %9s %6s %8s %8s %8s\n", "operations", "heap KiB", "undo KiB", "resident", "files",
+              "threads", "windows", "objects");
+  for (unsigned long i = 1; i <= count; ++i) {
+    ++done[soak.operate()];
+    if (i == kFirstMeasure || i == count || (i > kFirstMeasure && i % (count / 10) == 0)) {
+      last = soak.measure();
+      first = first.value_or(last);
+      std::printf("%10u %9ld %9ld %9ld %6ld %8ld %8ld %8ld\n", last.operations, last.heapKiB, last.undoKiB,
+                  last.residentKiB, last.files, last.threads, last.windows, last.objects);
+      std::fflush(stdout);
+    }
+  }
+  for (std::size_t kind = 0; kind < done.size(); ++kind) {
+    std::printf("%10u  %s\n", done[kind], Soak::kKinds[kind].name);
+  }
+  std::printf("%10u  workers ended\n%10d  of %d controls used\n", soak.endedWorkers(), soak.usedControls(),
+              soak.controls());
+
+  const bool answers = soak.answers();
+  const long heapGrowth = last.heapKiB - first->heapKiB;
+  const long residentGrowth = last.residentKiB - first->residentKiB;
+  const bool isSteady = last.files <= first->files && last.threads <= first->threads &&
+                        last.windows <= first->windows && last.objects <= first->objects;
+  const bool memoryIsSteady = !kMemoryCounts || (heapGrowth <= kMaxGrowthKiB && residentGrowth <= kMaxGrowthKiB);
+  const bool isWhole = soak.usedControls() == soak.controls();
+  const bool good = answers && isSteady && memoryIsSteady && isWhole && !soak.isStuck();
+  std::printf(
+      "%s: seed %lu, %lu operations in %.0f s; growth since the first %u: heap %ld KiB, resident %ld KiB%s, "
+      "files %ld, threads %ld, windows %ld, objects %ld; %s\n",
+      good ? "good" : "BAD", seed, count, static_cast<double>(time.elapsed()) / 1000, kFirstMeasure, heapGrowth,
+      residentGrowth, kMemoryCounts ? "" : " (not judged: a sanitizer's own)", last.files - first->files,
+      last.threads - first->threads, last.windows - first->windows, last.objects - first->objects,
+      soak.isStuck() ? "a worker did not end"
+      : !isWhole     ? "controls left out"
+      : answers      ? "the window answers"
+                     : "the window does NOT answer");
+  return good ? 0 : 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "%s\n", error.what());
+  return 2;
+}
