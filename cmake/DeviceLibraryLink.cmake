@@ -1,16 +1,17 @@
 # The program is linked with the device library by name only. What it is linked
-# against is made here from the list of operations in device/RTICE_SDK_x64.def,
+# against is made here from the operations in device/operations.inc,
 # so that neither the closed library nor the simulated device is needed, and a
 # symbol outside that list cannot be used by mistake.
-set(definition_file ${CMAKE_SOURCE_DIR}/device/RTICE_SDK_x64.def)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${definition_file})
-
-file(STRINGS ${definition_file} operations REGEX "^[A-Za-z_0-9]+$")
-list(REMOVE_ITEM operations EXPORTS)
+include(Operations)
+set(operations_file ${CMAKE_SOURCE_DIR}/device/operations.inc)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${operations_file})
+read_operations(operations ${operations_file})
 
 if(WIN32)
   set(import_library ${CMAKE_BINARY_DIR}/device_library_link/libRTICE_SDK_x64.dll.a)
-  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/device_library_link)
+  set(definition_file ${CMAKE_BINARY_DIR}/device_library_link/RTICE_SDK_x64.def)
+  list(JOIN operations "\n" names)
+  file(CONFIGURE OUTPUT ${definition_file} CONTENT "LIBRARY RTICE_SDK_x64\nEXPORTS\n${names}\n" @ONLY)
   add_custom_command(
     OUTPUT ${import_library}
     COMMAND ${CMAKE_DLLTOOL} --input-def ${definition_file} --dllname RTICE_SDK_x64.dll

@@ -1,7 +1,7 @@
 #include "simulator/library/fault_plan.h"
 
+#include "device/operations.h"
 #include "simulator/device/status.h"
-#include "simulator/operations.h"
 
 #include <charconv>
 #include <limits>
@@ -39,12 +39,12 @@ std::optional<std::vector<std::uint8_t>> parseBytes(std::string_view text) {
 
 void FaultPlan::configure(const Section& scenario) {
   for (const Section& fault : scenario.sections("faults", kFaultKeys)) {
-    const auto operation = fault.choice("operation", kOperations);
+    const auto operation = fault.choice("operation", device::kOperationNames);
     if (!operation) {
       fault.fail("operation", "is missing; name one of the library's operations");
     }
     Fault planned;
-    planned.operation = kOperations[*operation];
+    planned.operation = device::kOperationNames[*operation];
     planned.call = static_cast<std::uint64_t>(fault.integer("call", 1, kMaxCall).value_or(1));
     planned.count = static_cast<std::uint64_t>(fault.integer("count", 0, kMaxCall).value_or(1));
     planned.status = static_cast<std::int32_t>(

@@ -1,7 +1,7 @@
 #include "simulator/library/library.h"
 
+#include "device/operations.h"
 #include "simulator/device/status.h"
-#include "simulator/operations.h"
 #include "simulator/scenario/scenario.h"
 
 #include <algorithm>
@@ -243,7 +243,7 @@ void Library::clearJournal() {
 }
 
 void Library::addFault(FaultPlan::Fault fault) {
-  if (fault.call == 0 || std::find(kOperations.begin(), kOperations.end(), fault.operation) == kOperations.end()) {
+  if (fault.call == 0 || device::findOperation(fault.operation) == nullptr) {
     throw std::invalid_argument("no call " + std::to_string(fault.call) + " of an operation named " + fault.operation);
   }
   const std::scoped_lock lock(state_);

@@ -1,9 +1,9 @@
 # Fails unless the Windows program is what Windows and its users are promised: a
 # 64-bit program with a window only, hardened, that takes the operations of the
-# definition file from RTICE_SDK_x64.dll, looks for it in its own folder and the
+# operation list from RTICE_SDK_x64.dll, looks for it in its own folder and the
 # system's only, and exports nothing. Also after it was stripped, as packages are.
-include(${CMAKE_CURRENT_LIST_DIR}/../support/operations.cmake)
-read_operations(operations)
+include(${CMAKE_CURRENT_LIST_DIR}/../../cmake/Operations.cmake)
+read_operations(operations ${operations_file})
 
 execute_process(COMMAND ${objdump} -p ${program} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${objdump} -h ${program} OUTPUT_VARIABLE sections COMMAND_ERROR_IS_FATAL ANY)

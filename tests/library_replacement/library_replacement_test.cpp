@@ -1,3 +1,4 @@
+#include "device/operations.h"
 #include "tests/support/program_run.h"
 
 #include <QDir>
@@ -77,15 +78,9 @@ QStringList shownWithReplacement() {
 QStringList shownWithReplacement() { return shownAfterConnect(PROGRAM, REPLACEMENT_DIRECTORY); }
 
 QStringList operations() {
-  QFile definition(DEFINITION_FILE);
-  if (!definition.open(QIODevice::ReadOnly)) {
-    qFatal("%s cannot be read", DEFINITION_FILE);
-  }
   QStringList names;
-  for (const QByteArray& line : definition.readAll().split('\n')) {
-    if (!line.isEmpty() && !line.startsWith("LIBRARY") && line != "EXPORTS") {
-      names << QString::fromLatin1(line);
-    }
+  for (const device::OperationDescription& operation : device::kOperations) {
+    names << operation.name.data();
   }
   return names;
 }

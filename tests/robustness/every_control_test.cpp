@@ -1,4 +1,5 @@
 #include "app/main_window.h"
+#include "device/operations.h"
 #include "simulator/control/control.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/journal.h"
@@ -375,13 +376,9 @@ class EveryControlTest : public QObject {
         callers[call.section('(', 0, 0)] << QStringLiteral("%1 by %2").arg(call, step.control);
       }
     }
-    QFile definition(DEFINITION_FILE);
-    QVERIFY(definition.open(QIODevice::ReadOnly));
     QStringList operations;
-    for (const QByteArray& line : definition.readAll().split('\n')) {
-      if (!line.isEmpty() && !line.startsWith("LIBRARY") && line != "EXPORTS") {
-        operations << QString::fromLatin1(line).trimmed();
-      }
+    for (const device::OperationDescription& operation : device::kOperations) {
+      operations << operation.name.data();
     }
     QCOMPARE(operations.size(), 44);
     QStringList called = callers.keys();

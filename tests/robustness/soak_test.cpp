@@ -1,6 +1,6 @@
 #include "app/main_window.h"
+#include "device/operations.h"
 #include "simulator/control/control.h"
-#include "simulator/operations.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/sleeps.h"
 #include "tests/support/window_driver.h"
@@ -357,7 +357,7 @@ class Soak {
 
   // Of a call soon to come: calls are counted from the device's start.
   void misbehave() {
-    const std::string operation(oneOf(simulator::kOperations));
+    const std::string operation(oneOf(device::kOperationNames));
     const unsigned call = 1 + below(20);
     if (chance(50)) {
       simulator::failCall(operation, call, oneOf(std::array{-1, 1, INT32_MIN, INT32_MAX}), 1 + below(3));

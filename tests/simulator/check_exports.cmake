@@ -1,7 +1,7 @@
-# Fails unless the library exports exactly the operations of the definition file
+# Fails unless the library exports exactly the operations of the one list
 # and the functions that the control header declares.
-include(${CMAKE_CURRENT_LIST_DIR}/../support/operations.cmake)
-read_operations(operations)
+include(${CMAKE_CURRENT_LIST_DIR}/../../cmake/Operations.cmake)
+read_operations(operations ${operations_file})
 
 if(library MATCHES "[.]dll$")
   execute_process(COMMAND ${objdump} -p ${library} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
