@@ -1,6 +1,7 @@
 #include "app/high_dpi.h"
 #include "app/main_window.h"
 #include "simulator/samples/samples.h"
+#include "walkthrough/look.h"
 #include "walkthrough/operator.h"
 
 #include <QApplication>
@@ -115,33 +116,58 @@ void provision(Operator& user, const QDir& files) {
   user.expectText(serialNumber, QStringLiteral("OV7A00005678"));
 }
 
+// The main job, stage by stage. Each stands on the one before.
+void walkThrough(Operator& user, const MainWindow& window, const QDir& files) {
+  const std::function<void()> stages[] = {
+      [&] { openWindow(user, window); },        [&] { connectToWrongModel(user); },
+      [&] { connectToDevice(user); },           [&] { readReceiver(user); },
+      [&] { upgradeExternalMcu(user, files); }, [&] { burnCaptureFirmware(user, files); },
+      [&] { provision(user, files); },
+  };
+  for (const std::function<void()>& stage : stages) {
+    stage();
+    if (!user.sawEverything()) {
+      break;
+    }
+  }
+  std::printf("%s\n", user.sawEverything() ? "Everything expected appeared." : "Something expected did not appear.");
+}
+
+bool writeSamples(const QTemporaryDir& folder) {
+  for (const samples::Sample& sample : samples::all()) {
+    if (!folder.isValid() || !samples::write(sample, folder.path().toStdU16String())) {
+      std::fprintf(stderr, "%s: cannot be written\n", qPrintable(folder.filePath(QLatin1String(sample.name))));
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
-/// Usage: pellavox-walkthrough DIRECTORY. Works the real window through the
-/// main job, leaves pictures in DIRECTORY and prints what it saw. Exit code 0
-/// when everything expected appeared, else 1.
+/// Usage: pellavox-walkthrough [--look] DIRECTORY. Operates the real window
+/// through the main job, leaves pictures in DIRECTORY and prints what it saw. Exit
+/// code 0 when everything expected appeared, else 1. With --look it only connects
+/// and reads, and prints what any device shows.
 int main(int argc, char* argv[]) {
   enableHighDpi();
-  // Only Qt's own file dialogs can be worked from here.
+  // Only Qt's own file dialogs can be operated from here.
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   QApplication application(argc, argv);
-  const QStringList arguments = QApplication::arguments();
-  if (arguments.size() != 2) {
-    std::fprintf(stderr, "usage: pellavox-walkthrough DIRECTORY\n");
+  QStringList arguments = QApplication::arguments().mid(1);
+  const bool lookOnly = arguments.removeOne(QStringLiteral("--look"));
+  if (arguments.size() != 1) {
+    std::fprintf(stderr, "usage: pellavox-walkthrough [--look] DIRECTORY\n");
     return 2;
   }
-  const QDir pictures(arguments[1]);
+  const QDir pictures(arguments[0]);
   if (!QDir().mkpath(pictures.path())) {
-    std::fprintf(stderr, "%s: cannot be made; name a directory that can be written\n", qPrintable(arguments[1]));
+    std::fprintf(stderr, "%s: cannot be made; name a directory that can be written\n", qPrintable(arguments[0]));
     return 2;
   }
-
   const QTemporaryDir files;
-  for (const samples::Sample& sample : samples::all()) {
-    if (!files.isValid() || !samples::write(sample, files.path().toStdU16String())) {
-      std::fprintf(stderr, "%s: cannot be written\n", qPrintable(files.filePath(QLatin1String(sample.name))));
-      return 1;
-    }
+  if (!writeSamples(files)) {
+    return 1;
   }
 
   MainWindow window;
@@ -150,25 +176,11 @@ int main(int argc, char* argv[]) {
     std::fprintf(stderr, "the window did not appear; is there a display?\n");
     return 1;
   }
-
   Operator user(window, pictures);
-  const QDir samplesDirectory(files.path());
-  const std::function<void()> stages[] = {
-      [&] { openWindow(user, window); },
-      [&] { connectToWrongModel(user); },
-      [&] { connectToDevice(user); },
-      [&] { readReceiver(user); },
-      [&] { upgradeExternalMcu(user, samplesDirectory); },
-      [&] { burnCaptureFirmware(user, samplesDirectory); },
-      [&] { provision(user, samplesDirectory); },
-  };
-  // Each stage stands on the one before.
-  for (const std::function<void()>& stage : stages) {
-    stage();
-    if (!user.sawEverything()) {
-      break;
-    }
+  if (lookOnly) {
+    lookAround(user);
+  } else {
+    walkThrough(user, window, QDir(files.path()));
   }
-  std::printf("%s\n", user.sawEverything() ? "Everything expected appeared." : "Something expected did not appear.");
   return user.sawEverything() ? 0 : 1;
 }

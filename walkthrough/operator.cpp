@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -119,6 +120,11 @@ void Operator::expect(const QString& what, const QString& seen, const QString& e
   record(what, seen, expected, seen == expected);
 }
 
+void Operator::note(const QString& widget) const {
+  std::printf("  shows %-18s %s\n", qPrintable(widget), qPrintable(textOf(widget)));
+  std::fflush(stdout);
+}
+
 void Operator::takePicture(const QString& name) {
   // Let what was clicked be painted first.
   QTest::qWait(50);
@@ -142,12 +148,12 @@ QWidget& Operator::find(const QString& name) const {
   return *widget;
 }
 
-QString Operator::textOf(const QString& name) const {
-  const QWidget& widget = find(name);
-  if (const auto* const label = qobject_cast<const QLabel*>(&widget)) {
+QString Operator::textOf(const QString& widget) const {
+  const QWidget& target = find(widget);
+  if (const auto* const label = qobject_cast<const QLabel*>(&target)) {
     return label->text();
   }
-  return dynamic_cast<const QLineEdit&>(widget).text();
+  return dynamic_cast<const QLineEdit&>(target).text();
 }
 
 void Operator::record(const QString& what, const QString& seen, const QString& expected, bool good) {

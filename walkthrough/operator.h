@@ -4,9 +4,6 @@
 #include <QString>
 #include <QWidget>
 
-class QComboBox;
-class QTabWidget;
-
 /// Someone at the screen: works the window with mouse and keyboard, looks at
 /// what it shows, takes pictures and keeps the record.
 class Operator {
@@ -38,6 +35,10 @@ class Operator {
   /// Records a check of something else.
   void expect(const QString& what, const QString& seen, const QString& expected);
 
+  /// Prints the text of a label or input field, whatever it is.
+  void note(const QString& widget) const;
+  QString textOf(const QString& widget) const;
+
   /// Saves the window as it stands on the screen, as "<number>-<name>.png".
   void takePicture(const QString& name);
 
@@ -47,7 +48,6 @@ class Operator {
  private:
   void answerFileDialog(const QString& path);
   QWidget& find(const QString& name) const;
-  QString textOf(const QString& name) const;
   void record(const QString& what, const QString& seen, const QString& expected, bool good);
 
   QWidget& window_;

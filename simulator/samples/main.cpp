@@ -1,12 +1,18 @@
 #include "simulator/samples/samples.h"
 
 #include <cstdio>
+#include <string_view>
 #include <system_error>
 
-/// Usage: pellavox-samples DIRECTORY. Exit code 0 when all sample files were
+/// Usage: pellavox-samples DIRECTORY|--help. Exit code 0 when all sample files were
 /// written there.
 int main(int argc, char* argv[]) {
-  if (argc != 2) {
+  const std::string_view argument(argc == 2 ? argv[1] : "");
+  if (argument == "--help" || argument == "-h") {
+    std::printf("usage: pellavox-samples DIRECTORY\nMakes sample files for the simulated device there.\n");
+    return 0;
+  }
+  if (argument.empty() || argument.front() == '-') {
     std::fprintf(stderr, "usage: pellavox-samples DIRECTORY\n");
     return 2;
   }
