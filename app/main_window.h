@@ -59,10 +59,9 @@ class MainWindow : public QMainWindow {
   void slotTx_HDCP_Ctrl();
 
  private:
-  friend class CapturePageTest;
-  friend class MainWindowTest;
   friend class UpdateCaptureThread;
   friend class UpdateThread;
+  friend struct MainWindowTestAccess;
 
   void makeConnections();
   void readFirmwareVersions();

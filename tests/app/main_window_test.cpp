@@ -1,9 +1,9 @@
-#include "app/main_window.h"
 
 #include "app/program_state.h"
 #include "simulator/control/control.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/main_window_test_access.h"
+#include "tests/support/window_fixture.h"
 
 #include <QCoreApplication>
 #include <QMetaMethod>
@@ -16,17 +16,10 @@
 
 #include <climits>
 
-class MainWindowTest : public QObject {
+class MainWindowTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void init() {
-    simulator::reset();
-    selectedVid = 0;
-    selectedPid = 0;
-    burnProgress = 0;
-  }
-
   void theSlotsAndTheirOrderAreTheContract() {
     const QStringList expected{
         "slotUSB_Connect()",
@@ -77,8 +70,6 @@ class MainWindowTest : public QObject {
   }
 
   void twoTabsAreLeft() {
-    const MainWindow window;
-    const WindowDriver user(window);
     const auto& tabs = user.widget<QTabWidget>("tabWidget");
     QCOMPARE(tabs.count(), 2);
     QCOMPARE(tabs.widget(0)->objectName(), "tab");
@@ -86,20 +77,17 @@ class MainWindowTest : public QObject {
     QCOMPARE(tabs.widget(1)->objectName(), "tab_3");
     QCOMPARE(tabs.tabText(1), "System");
     for (const char* page : {"tab_2", "VideoTab", "AudioTab", "EDIDtab", "DebugTab"}) {
-      QVERIFY(window.findChild<QWidget*>(page) != nullptr);
+      QVERIFY(window().findChild<QWidget*>(page) != nullptr);
     }
   }
 
   void titleAndSizeAreFixed() {
-    const MainWindow window;
-    QCOMPARE(window.windowTitle(), "Pellavox v1.03");
-    QCOMPARE(window.size(), QSize(668, 737));
-    QVERIFY(window.parent() == nullptr);
+    QCOMPARE(window().windowTitle(), "Pellavox v1.03");
+    QCOMPARE(window().size(), QSize(668, 737));
+    QVERIFY(window().parent() == nullptr);
   }
 
   void idsAreThoseOfTheFirstDeviceAndReadOnly() {
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& vid = user.widget<QLineEdit>("Edit_VID");
     auto& pid = user.widget<QLineEdit>("Edit_PID");
     QCOMPARE(vid.text(), "5C19");
@@ -130,8 +118,7 @@ class MainWindowTest : public QObject {
   void comboBoxesHoldTheirRows() {
     QFETCH(QString, comboBox);
     QFETCH(QStringList, rows);
-    const MainWindow window;
-    const auto& box = WindowDriver(window).widget<QComboBox>(comboBox);
+    const auto& box = user.widget<QComboBox>(comboBox);
     QStringList found;
     for (int i = 0; i < box.count(); ++i) {
       found << box.itemText(i);
@@ -141,23 +128,18 @@ class MainWindowTest : public QObject {
   }
 
   void constructionAndDestructionTouchNoDevice() {
-    {
-      MainWindow window;
-      window.show();
-      QVERIFY(QTest::qWaitForWindowExposed(&window));
-      window.close();
-    }
+    window().show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window()));
+    window().close();
+    closeWindow();
     QCOMPARE(journalCalls(), QStringList());
   }
 
   void closingWhileConnectedMakesNoDeviceCall() {
-    {
-      const MainWindow window;
-      const WindowDriver user(window);
-      user.click("BN_Connect");
-      QCOMPARE(user.message(), "Device Connected");
-      simulator::clearJournal();
-    }
+    user.click("BN_Connect");
+    QCOMPARE(user.message(), "Device Connected");
+    simulator::clearJournal();
+    closeWindow();
     QCOMPARE(journalCalls(), QStringList());
   }
 
@@ -173,8 +155,6 @@ class MainWindowTest : public QObject {
   void slidersMoveTheirSpinBoxesAndNotTheOtherWayRound() {
     QFETCH(QString, slider);
     QFETCH(QString, spinBox);
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& from = user.widget<QSlider>(slider);
     auto& to = user.widget<QSpinBox>(spinBox);
     from.setValue(-7);
@@ -248,8 +228,7 @@ class MainWindowTest : public QObject {
     struct Receivers : QObject {
       using QObject::receivers;
     };
-    const MainWindow window;
-    const auto* const widget = window.findChild<QWidget*>(sender);
+    const auto* const widget = window().findChild<QWidget*>(sender);
     QVERIFY(widget != nullptr);
     QCOMPARE((widget->*(&Receivers::receivers))(signal.constData()), receivers);
   }
@@ -272,9 +251,7 @@ class MainWindowTest : public QObject {
     QFETCH(int, progress);
     QFETCH(QString, shown);
     QFETCH(bool, goesOn);
-    MainWindow window;
-    const WindowDriver user(window);
-    QTimer& timer = *window.progressTimer;
+    QTimer& timer = *MainWindowTestAccess::progressTimer(window());
     QCOMPARE(timer.interval(), 500);
     QVERIFY(!timer.isSingleShot());
     QVERIFY(!timer.isActive());

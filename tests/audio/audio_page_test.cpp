@@ -1,8 +1,7 @@
-#include "app/main_window.h"
-#include "app/program_state.h"
 #include "simulator/control/control.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/main_window_test_access.h"
+#include "tests/support/window_fixture.h"
 
 #include <QCheckBox>
 #include <QSlider>
@@ -53,45 +52,33 @@ void keepDebugLine(QtMsgType type, const QMessageLogContext& context, const QStr
 
 }  // namespace
 
-/// The window's friend: puts it back into its construction.
-class MainWindowTest {
- public:
-  static void setReady(MainWindow& window, bool ready) { window.uiReady = ready; }
-};
-
-class AudioPageTest : public QObject {
+class AudioPageTest : public WindowTest {
   Q_OBJECT
 
  private slots:
   void init() {
-    simulator::reset();
-    selectedVid = 0;
-    selectedPid = 0;
+    start();
     debugLines.clear();
     previousHandler_ = qInstallMessageHandler(keepDebugLine);
   }
 
-  void cleanup() { qInstallMessageHandler(previousHandler_); }
-
-  void theFormWritesNothingToTheDevice() {
-    const MainWindow window;
-    QCOMPARE(journalCalls(), QStringList());
+  void cleanup() {
+    qInstallMessageHandler(previousHandler_);
+    closeWindow();
   }
 
+  void theFormWritesNothingToTheDevice() { QCOMPARE(journalCalls(), QStringList()); }
+
   void theMuteBoxWritesNothingWhileTheWindowIsMade() {
-    MainWindow window;
-    const WindowDriver user(window);
-    MainWindowTest::setReady(window, false);
+    MainWindowTestAccess::setReady(window(), false);
     user.click("CB_DACHP_MUTE");
     QCOMPARE(journalCalls(), QStringList());
-    MainWindowTest::setReady(window, true);
+    MainWindowTestAccess::setReady(window(), true);
     user.click("CB_DACHP_MUTE");
     QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_DACHP_Mute(0)"});
   }
 
   void aReadShowsEverythingWithoutAMessage() {
-    const MainWindow window;
-    const WindowDriver user(window);
     answer(17, 9, -12, 0, -20);
     user.click("BN_Audio_Read");
     QCOMPARE(journalOperations(), kReadOperations);
@@ -101,8 +88,6 @@ class AudioPageTest : public QObject {
   }
 
   void withoutASessionTheDeviceIsAskedAllTheSame() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Audio_Read");
     QCOMPARE(journalOperations(), QStringList{"AT_Audio_Get_HdmiRX_AudioFormat"});
     QCOMPARE(user.message(), "Read Audio Format...[fail]");
@@ -126,9 +111,7 @@ class AudioPageTest : public QObject {
     const QStringList before{"DTS", "96K", "5", "muted", "6 6"};
     const QStringList after{"EAC3", "44.1K", "-7", "open", "-8 -8"};
     for (const std::int32_t status : {1, -1, INT_MIN, INT_MAX}) {
-      simulator::reset();
-      const MainWindow window;
-      const WindowDriver user(window);
+      start();
       answer(4, 8, 5, 1, 6);
       user.click("BN_Audio_Read");
       QCOMPARE(shown(user), before);
@@ -145,8 +128,6 @@ class AudioPageTest : public QObject {
   }
 
   void aLaterReadThatSucceedsKeepsTheMessage() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Audio_Read");
     user.click("BN_Connect");
     user.widget<QLabel>("LB_Message").setText("earlier");
@@ -156,8 +137,6 @@ class AudioPageTest : public QObject {
   }
 
   void everyFormatCodeIsShown() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     const QStringList texts{"DVI",    "No Audio",   "PCM",    "AC3",       "DTS",       "AAC",          "Default",
                             "Unknow", "Unknow",     "Unknow", "MPEG",      "DTS_HD_MA", "DTS_EXPRESS",  "DTS_CD",
@@ -172,8 +151,6 @@ class AudioPageTest : public QObject {
   }
 
   void anUnknownRateIsShownAsAnUnknownFormat() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     const QStringList texts{"No Audio", "32K",  "64K",  "128K",   "44.1K", "88.2K", "176.4K", "48K",
                             "96K",      "192K", "256K", "352.8K", "384K",  "512K",  "705.6K", "768K"};
@@ -188,8 +165,6 @@ class AudioPageTest : public QObject {
   }
 
   void anUnknownRateBeforeAnyKnownLeavesTheLabel() {
-    const MainWindow window;
-    const WindowDriver user(window);
     answer(2, 16, 0, 0, 0);
     user.click("BN_Audio_Read");
     QCOMPARE(user.text("label_AudioFormat"), "Unknow");
@@ -206,8 +181,6 @@ class AudioPageTest : public QObject {
 
   void gainsAreClampedToTheControls() {
     QFETCH(int, gain);
-    const MainWindow window;
-    const WindowDriver user(window);
     answer(2, 7, gain, 0, gain);
     user.click("BN_Audio_Read");
     QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), std::clamp(gain, -72, 30));
@@ -218,8 +191,6 @@ class AudioPageTest : public QObject {
   }
 
   void theReadLeavesTheReceiverSliderWhereItIs() {
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& slider = user.widget<QSlider>("HS_HDMIRX_GAIN");
     slider.setValue(10);
     answer(2, 7, -40, 0, 0);
@@ -251,10 +222,7 @@ class AudioPageTest : public QObject {
     QFETCH(QString, slider);
     QFETCH(QString, spinBox);
     QFETCH(QString, call);
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     auto& handle = user.widget<QSlider>(slider);
     QStringList calls;
     handle.setSliderDown(true);
@@ -276,8 +244,6 @@ class AudioPageTest : public QObject {
   }
 
   void theSpinBoxesMoveNothing() {
-    const MainWindow window;
-    const WindowDriver user(window);
     for (const auto& [slider, spinBox] :
          {std::pair("HS_HDMIRX_GAIN", "SB_HDMIRX_GAIN"), std::pair("HS_HPOUT_GAIN", "SB_HPOUT_GAIN")}) {
       auto& box = user.widget<QSpinBox>(spinBox);
@@ -290,8 +256,6 @@ class AudioPageTest : public QObject {
   }
 
   void aReadThatMovesTheHeadphoneSliderWritesNothingBack() {
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
     answer(2, 7, 0, 0, -20);
     user.click("BN_Audio_Read");
@@ -319,8 +283,6 @@ class AudioPageTest : public QObject {
     QFETCH(int, position);
     QFETCH(int, gain);
     QFETCH(int, reads);
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
     slider.setValue(position);
     for (int read = 1; read <= reads; ++read) {
@@ -339,8 +301,6 @@ class AudioPageTest : public QObject {
   }
 
   void theSwallowedMoveMayBeThatOfALaterRead() {
-    const MainWindow window;
-    const WindowDriver user(window);
     answer(2, 7, 0, 0, 0, 1);
     user.click("BN_Audio_Read");
     answer(2, 7, 0, 0, 7, 2);
@@ -351,8 +311,6 @@ class AudioPageTest : public QObject {
   }
 
   void aReadThatFailsEarlierSwallowsNothing() {
-    const MainWindow window;
-    const WindowDriver user(window);
     for (int step = 0; step < kReadOperations.size(); ++step) {
       simulator::reset();
       answer(2, 7, 0, 0, 0, 1, step);
@@ -364,8 +322,6 @@ class AudioPageTest : public QObject {
   }
 
   void aFailedHeadphoneWriteIsReportedAndNotTakenBack() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
     unsigned call = 0;
@@ -383,8 +339,6 @@ class AudioPageTest : public QObject {
   }
 
   void otherFailedWritesAreNotReported() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     for (const char* operation : {"AT_Audio_Set_HdmiDPRX_VolumeGain", "AT_Audio_Set_DACHP_Mute"}) {
       simulator::failCall(operation, 1, -1, 0);
@@ -397,12 +351,10 @@ class AudioPageTest : public QObject {
   }
 
   void theMuteBoxWritesItsState() {
-    MainWindow window;
-    const WindowDriver user(window);
     user.click("CB_DACHP_MUTE");
     user.click("CB_DACHP_MUTE");
     for (const int state : {2, 1, 0, -1, 3}) {
-      QVERIFY(QMetaObject::invokeMethod(&window, "slot_CheckBoxStateChanged", Q_ARG(int, state)));
+      QVERIFY(QMetaObject::invokeMethod(&window(), "slot_CheckBoxStateChanged", Q_ARG(int, state)));
     }
     QCOMPARE(journalCalls(),
              (QStringList{"AT_Audio_Set_DACHP_Mute(1)", "AT_Audio_Set_DACHP_Mute(0)", "AT_Audio_Set_DACHP_Mute(1)",
@@ -427,8 +379,6 @@ class AudioPageTest : public QObject {
     QFETCH(bool, checked);
     QFETCH(int, mute);
     QFETCH(QString, echo);
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& box = user.widget<QCheckBox>("CB_DACHP_MUTE");
     box.setChecked(checked);
     answer(2, 7, 0, static_cast<std::uint8_t>(mute), 0);
@@ -446,8 +396,6 @@ class AudioPageTest : public QObject {
   }
 
   void aMuteByteLeftUntouchedCountsAsOpen() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     user.click("CB_DACHP_MUTE");
     simulator::answerCall("AT_Audio_Get_DACHP_Mute", 1, 0, {});
@@ -456,8 +404,6 @@ class AudioPageTest : public QObject {
   }
 
   void theDeviceKeepsWhatThePageSets() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     user.widget<QSlider>("HS_HDMIRX_GAIN").setValue(-72);
     user.widget<QSlider>("HS_HPOUT_GAIN").setValue(-50);

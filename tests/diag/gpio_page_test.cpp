@@ -1,65 +1,55 @@
-#include "app/main_window.h"
 #include "simulator/control/control.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QRadioButton>
 #include <QTest>
 
-class GpioPageTest : public QObject {
+class GpioPageTest : public WindowTest {
   Q_OBJECT
 
-  struct Bench {
-    MainWindow window;
-    WindowDriver user{window};
-
-    Bench() {
-      user.click("BN_Connect");
-      simulator::clearJournal();
-    }
-
-    void choose(int group, int pin) const {
-      user.widget<QRadioButton>(group == 0 ? "RB_GPIO_ISO" : "RB_GPIO_MISC").setChecked(true);
-      user.choose("CB_GPIO_INDEX", QStringLiteral("GPIO%1").arg(pin));
-    }
-    QLineEdit& value() const { return user.widget<QLineEdit>("lineEdit_GPIO_Value"); }
-  };
+  void choose(int group, int pin) const {
+    user.widget<QRadioButton>(group == 0 ? "RB_GPIO_ISO" : "RB_GPIO_MISC").setChecked(true);
+    user.choose("CB_GPIO_INDEX", QStringLiteral("GPIO%1").arg(pin));
+  }
+  QLineEdit& valueField() const { return user.widget<QLineEdit>("lineEdit_GPIO_Value"); }
 
  private slots:
-  void init() { simulator::reset(); }
+  void init() {
+    start();
+    connectDevice();
+  }
 
   void everyPinOfBothGroupsIsReadAndWritten() {
-    const Bench bench;
     for (int group = 0; group < 2; ++group) {
       for (int pin = 0; pin < 14; ++pin) {
         const int value = group * 16 + pin;
-        bench.choose(group, pin);
-        bench.value().setText(QString::number(value, 16));
-        bench.user.click("BN_GPIO_Write");
-        QCOMPARE(bench.user.message(), QStringLiteral("Write GPIO%1 [done]").arg(pin));
+        choose(group, pin);
+        valueField().setText(QString::number(value, 16));
+        user.click("BN_GPIO_Write");
+        QCOMPARE(user.message(), QStringLiteral("Write GPIO%1 [done]").arg(pin));
       }
     }
     for (int group = 0; group < 2; ++group) {
       for (int pin = 0; pin < 14; ++pin) {
         const int value = group * 16 + pin;
-        bench.choose(group, pin);
-        bench.value().setText("old");
+        choose(group, pin);
+        valueField().setText("old");
         simulator::clearJournal();
-        bench.user.click("BN_GPIO_Read");
+        user.click("BN_GPIO_Read");
         QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_GPIO_Get_Param(%1, %2)").arg(group).arg(pin)});
-        QCOMPARE(bench.value().text(), QString::number(value));
-        QCOMPARE(bench.user.message(), QStringLiteral("Read GPIO%1 [done]").arg(pin));
+        QCOMPARE(valueField().text(), QString::number(value));
+        QCOMPARE(user.message(), QStringLiteral("Read GPIO%1 [done]").arg(pin));
       }
     }
   }
 
   void everyValueIsShownInDecimal() {
-    const Bench bench;
-    bench.choose(1, 13);
+    choose(1, 13);
     for (int value = 0; value < 256; ++value) {
       simulator::setGpioPin(1, 13, static_cast<std::uint8_t>(value));
-      bench.user.click("BN_GPIO_Read");
-      QCOMPARE(bench.value().text(), QString::number(value));
+      user.click("BN_GPIO_Read");
+      QCOMPARE(valueField().text(), QString::number(value));
     }
   }
 
@@ -82,43 +72,39 @@ class GpioPageTest : public QObject {
   void theLowByteOfAHexadecimalValueIsSent() {
     QFETCH(QString, text);
     QFETCH(int, sent);
-    const Bench bench;
-    bench.choose(0, 3);
-    bench.value().setText(text);
-    bench.user.click("BN_GPIO_Write");
+    choose(0, 3);
+    valueField().setText(text);
+    user.click("BN_GPIO_Write");
     QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_GPIO_Set_Param(0, 3, %1)").arg(sent)});
-    QCOMPARE(bench.user.message(), "Write GPIO3 [done]");
-    QCOMPARE(bench.value().text(), text);
+    QCOMPARE(user.message(), "Write GPIO3 [done]");
+    QCOMPARE(valueField().text(), text);
   }
 
   void aValueReadIsWrittenBackAsAnother() {
-    const Bench bench;
     simulator::setGpioPin(0, 0, 31);
-    bench.user.click("BN_GPIO_Read");
-    QCOMPARE(bench.value().text(), "31");
+    user.click("BN_GPIO_Read");
+    QCOMPARE(valueField().text(), "31");
     simulator::clearJournal();
-    bench.user.click("BN_GPIO_Write");
+    user.click("BN_GPIO_Write");
     QCOMPARE(journalCalls(), QStringList{"AT_GPIO_Set_Param(0, 0, 49)"});
   }
 
   void aFailureIsReportedAndLeavesTheValue() {
-    const Bench bench;
     unsigned call = 0;
     for (const std::int32_t status : {1, -1}) {
       simulator::failCall("AT_GPIO_Get_Param", ++call, status);
       simulator::failCall("AT_GPIO_Set_Param", call, status);
-      bench.value().setText("old");
-      bench.user.click("BN_GPIO_Read");
-      QCOMPARE(bench.user.message(), "Read GPIO Error");
-      QCOMPARE(bench.value().text(), "old");
-      bench.user.click("BN_GPIO_Write");
-      QCOMPARE(bench.user.message(), "Write GPIO Error");
+      valueField().setText("old");
+      user.click("BN_GPIO_Read");
+      QCOMPARE(user.message(), "Read GPIO Error");
+      QCOMPARE(valueField().text(), "old");
+      user.click("BN_GPIO_Write");
+      QCOMPARE(user.message(), "Write GPIO Error");
     }
   }
 
   void withoutASessionTheLibraryRefuses() {
-    const MainWindow window;
-    const WindowDriver user(window);
+    start();
     user.click("BN_GPIO_Read");
     QCOMPARE(user.message(), "Read GPIO Error");
     user.click("BN_GPIO_Write");
@@ -129,25 +115,23 @@ class GpioPageTest : public QObject {
   }
 
   void eachClickOnTheHdcpSwitchIsSent() {
-    const Bench bench;
-    const QString message = bench.user.message();
+    const QString message = user.message();
     for (const char* button : {"RB_TX_HDCP_OFF", "RB_TX_HDCP_OFF", "RB_TX_HDCP_ON", "RB_TX_HDCP_ON"}) {
-      bench.user.click(button);
+      user.click(button);
     }
     simulator::failCall("AT_SetHDMI_HDCP_OnOff", 5, -1);
-    bench.user.click("RB_TX_HDCP_OFF");
+    user.click("RB_TX_HDCP_OFF");
     QCOMPARE(journalCalls(),
              (QStringList{"AT_SetHDMI_HDCP_OnOff(0)", "AT_SetHDMI_HDCP_OnOff(0)", "AT_SetHDMI_HDCP_OnOff(1)",
                           "AT_SetHDMI_HDCP_OnOff(1)", "AT_SetHDMI_HDCP_OnOff(0)"}));
-    QCOMPARE(bench.user.message(), message);
+    QCOMPARE(user.message(), message);
   }
 
   // The video page moves the switch itself when it shows the device's state.
   void aSwitchMovedByTheProgramIsNotSent() {
-    Bench bench;
-    bench.user.widget<QRadioButton>("RB_TX_HDCP_ON").setChecked(true);
-    bench.user.widget<QRadioButton>("RB_TX_HDCP_OFF").setChecked(true);
-    QVERIFY(QMetaObject::invokeMethod(&bench.window, "slotTx_HDCP_Ctrl"));
+    user.widget<QRadioButton>("RB_TX_HDCP_ON").setChecked(true);
+    user.widget<QRadioButton>("RB_TX_HDCP_OFF").setChecked(true);
+    QVERIFY(QMetaObject::invokeMethod(&window(), "slotTx_HDCP_Ctrl"));
     QCOMPARE(journalCalls(), QStringList());
   }
 };

@@ -1,57 +1,45 @@
-#include "app/main_window.h"
 #include "simulator/control/control.h"
 #include "simulator/device/status.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QRadioButton>
 #include <QTest>
 
 using namespace std::chrono_literals;
 
-class I2cPageTest : public QObject {
+class I2cPageTest : public WindowTest {
   Q_OBJECT
 
-  /// A window with an open session on a device without calls so far.
-  struct Bench {
-    MainWindow window;
-    WindowDriver user{window};
+  void type(const QString& address, const QString& registerNumber) const {
+    user.widget<QLineEdit>("lineEdit_I2C_Addr").setText(address);
+    user.widget<QLineEdit>("lineEdit_I2C_Reg").setText(registerNumber);
+  }
 
-    Bench() {
-      user.click("BN_Connect");
-      simulator::clearJournal();
-    }
+  /// Presses Read with the given width; the value shown, or the message of a failure.
+  QString read(const QString& address, const QString& registerNumber, int width) const {
+    type(address, registerNumber);
+    valueField().clear();
+    user.widget<QLabel>("LB_Message").clear();
+    user.widget<QRadioButton>(QStringLiteral("RB_I2C_Read_%1B").arg(width)).setChecked(true);
+    user.click("BN_I2C_Read");
+    return valueField().text() + user.message();
+  }
 
-    void type(const QString& address, const QString& registerNumber) const {
-      user.widget<QLineEdit>("lineEdit_I2C_Addr").setText(address);
-      user.widget<QLineEdit>("lineEdit_I2C_Reg").setText(registerNumber);
-    }
+  QString write(const QString& address, const QString& registerNumber, const QString& text) const {
+    type(address, registerNumber);
+    valueField().setText(text);
+    user.widget<QLabel>("LB_Message").clear();
+    user.click("BN_I2C_Write");
+    return user.message();
+  }
 
-    /// Presses Read with the given width; the value shown, or the message of a failure.
-    QString read(const QString& address, const QString& registerNumber, int width) const {
-      type(address, registerNumber);
-      value().clear();
-      user.widget<QLabel>("LB_Message").clear();
-      user.widget<QRadioButton>(QStringLiteral("RB_I2C_Read_%1B").arg(width)).setChecked(true);
-      user.click("BN_I2C_Read");
-      return value().text() + user.message();
-    }
-
-    QString write(const QString& address, const QString& registerNumber, const QString& text) const {
-      type(address, registerNumber);
-      value().setText(text);
-      user.widget<QLabel>("LB_Message").clear();
-      user.click("BN_I2C_Write");
-      return user.message();
-    }
-
-    QLineEdit& value() const { return user.widget<QLineEdit>("lineEdit_I2C_Value"); }
-  };
+  QLineEdit& valueField() const { return user.widget<QLineEdit>("lineEdit_I2C_Value"); }
 
  private slots:
   void init() {
-    simulator::reset();
-    simulator::useVirtualTime();
+    start();
+    connectDevice();
   }
 
   void aWriteSendsRegisterAndValueByMagnitude_data() {
@@ -88,15 +76,14 @@ class I2cPageTest : public QObject {
     QFETCH(QString, registerNumber);
     QFETCH(QString, value);
     QFETCH(QString, arguments);
-    const Bench bench;
     for (int width = 1; width <= 4; ++width) {
       // The widths are those of reads.
-      bench.user.widget<QRadioButton>(QStringLiteral("RB_I2C_Read_%1B").arg(width)).setChecked(true);
+      user.widget<QRadioButton>(QStringLiteral("RB_I2C_Read_%1B").arg(width)).setChecked(true);
       simulator::clearJournal();
       simulator::answerCall("AT_System_Send_ExternalMCU_cmd", static_cast<unsigned>(width), 0, {});
-      QCOMPARE(bench.write(address, registerNumber, value), "I2C Write Done");
+      QCOMPARE(write(address, registerNumber, value), "I2C Write Done");
       QCOMPARE(journalCalls(), QStringList{"AT_System_Send_ExternalMCU_cmd(" + arguments + ")"});
-      QCOMPARE(bench.value().text(), value);
+      QCOMPARE(valueField().text(), value);
     }
   }
 
@@ -129,55 +116,50 @@ class I2cPageTest : public QObject {
     QFETCH(QByteArray, answer);
     QFETCH(QString, arguments);
     QFETCH(QString, shown);
-    const Bench bench;
     // The session's first read is the MCU's version.
     simulator::answerCall("AT_System_Get_ExternalMCU_cmd", 2, 0, {answer.begin(), answer.end()});
-    QCOMPARE(bench.read("A1", registerNumber, width), shown);
+    QCOMPARE(read("A1", registerNumber, width), shown);
     QCOMPARE(journalCalls(), QStringList{"AT_System_Get_ExternalMCU_cmd(" + arguments + ")"});
   }
 
   void aReadIsOfOneByteUnlessAWidthIsChosen() {
-    const Bench bench;
-    bench.type("A0", "0");
-    bench.user.click("BN_I2C_Read");
+    type("A0", "0");
+    user.click("BN_I2C_Read");
     QCOMPARE(journalCalls(), QStringList{"AT_System_Get_ExternalMCU_cmd(3, 0x50, 1, [00], 1)"});
-    QCOMPARE(bench.value().text(), "4B");
+    QCOMPARE(valueField().text(), "4B");
   }
 
   void anAddressAboveEightBitsIsRefused() {
-    const Bench bench;
     for (const char* address : {"100", "0x1A0", "FFFFFFFF"}) {
-      QCOMPARE(bench.write(address, "0", "12"), "Error Address...[Fail]");
-      QCOMPARE(bench.value().text(), "12");
-      QCOMPARE(bench.read(address, "0", 1), "Error Address...[Fail]");
+      QCOMPARE(write(address, "0", "12"), "Error Address...[Fail]");
+      QCOMPARE(valueField().text(), "12");
+      QCOMPARE(read(address, "0", 1), "Error Address...[Fail]");
     }
     QCOMPARE(journalCalls(), QStringList());
   }
 
   void aFailedTransferLeavesTheValue() {
-    const Bench bench;
-    bench.value().setText("old");
-    bench.type("20", "0");
-    bench.user.click("BN_I2C_Read");
-    QCOMPARE(bench.user.message(), "I2C Error");
-    QCOMPARE(bench.value().text(), "old");
-    QCOMPARE(bench.write("20", "0", "1"), "I2C Error");
+    valueField().setText("old");
+    type("20", "0");
+    user.click("BN_I2C_Read");
+    QCOMPARE(user.message(), "I2C Error");
+    QCOMPARE(valueField().text(), "old");
+    QCOMPARE(write("20", "0", "1"), "I2C Error");
     // An empty address is the general call address, which no chip here takes.
-    QCOMPARE(bench.write("", "0", "1"), "I2C Error");
+    QCOMPARE(write("", "0", "1"), "I2C Error");
     QCOMPARE(simulator::journal().back().result, simulator::kNoAnswer);
-    unsigned write = 2;
-    unsigned read = 2;
+    unsigned writes = 2;
+    unsigned reads = 2;
     for (const std::int32_t status : {1, -1}) {
-      simulator::failCall("AT_System_Send_ExternalMCU_cmd", ++write, status);
-      simulator::failCall("AT_System_Get_ExternalMCU_cmd", ++read, status);
-      QCOMPARE(bench.write("A0", "0", "1"), "I2C Error");
-      QCOMPARE(bench.read("A0", "0", 1), "I2C Error");
+      simulator::failCall("AT_System_Send_ExternalMCU_cmd", ++writes, status);
+      simulator::failCall("AT_System_Get_ExternalMCU_cmd", ++reads, status);
+      QCOMPARE(write("A0", "0", "1"), "I2C Error");
+      QCOMPARE(read("A0", "0", 1), "I2C Error");
     }
   }
 
   void withoutASessionTheLibraryRefuses() {
-    const MainWindow window;
-    const WindowDriver user(window);
+    start();
     user.click("BN_I2C_Read");
     QCOMPARE(user.message(), "I2C Error");
     user.click("BN_I2C_Write");
@@ -187,61 +169,57 @@ class I2cPageTest : public QObject {
   }
 
   void aTransferIsNotedInTheDebugOutput() {
-    const Bench bench;
     QTest::ignoreMessage(QtDebugMsg, "Reg: 01 00");
     QTest::ignoreMessage(QtDebugMsg, "Val: 12 34");
-    bench.write("A0", "100", "1234");
+    write("A0", "100", "1234");
     QTest::ignoreMessage(QtDebugMsg, "Reg: 01 00");
     QTest::ignoreMessage(QtDebugMsg, "I2C: wr len 2");
-    bench.read("A0", "100", 1);
+    read("A0", "100", 1);
   }
 
   void theEepromWithOneAddressByteIsReadAndWritten() {
-    const Bench bench;
-    QCOMPARE(bench.read("A0", "0", 4), "4B565220");  // "KVR "
-    QCOMPARE(bench.read("A0", "4", 3), "424F41");
-    QCOMPARE(bench.write("A0", "80", "DEADBEEF"), "I2C Write Done");
+    QCOMPARE(read("A0", "0", 4), "4B565220");  // "KVR "
+    QCOMPARE(read("A0", "4", 3), "424F41");
+    QCOMPARE(write("A0", "80", "DEADBEEF"), "I2C Write Done");
     // The chip is busy with its page.
-    QCOMPARE(bench.read("A0", "80", 4), "I2C Error");
+    QCOMPARE(read("A0", "80", 4), "I2C Error");
     simulator::advanceTime(5ms - 1ns);
-    QCOMPARE(bench.write("A0", "80", "1"), "I2C Error");
+    QCOMPARE(write("A0", "80", "1"), "I2C Error");
     simulator::advanceTime(1ns);
-    QCOMPARE(bench.read("A0", "80", 4), "DEADBEEF");
-    QCOMPARE(bench.read("A1", "82", 2), "BEEF");
+    QCOMPARE(read("A0", "80", 4), "DEADBEEF");
+    QCOMPARE(read("A1", "82", 2), "BEEF");
 
     // A write runs on at the beginning of its page, a read over the chip's end.
-    QCOMPARE(bench.write("A0", "FE", "11223344"), "I2C Write Done");
+    QCOMPARE(write("A0", "FE", "11223344"), "I2C Write Done");
     simulator::advanceTime(5ms);
     const std::vector<std::uint8_t> content = simulator::eepromContent(0x50);
     QCOMPARE(content.size(), std::size_t{256});
     QCOMPARE((std::vector(content.begin() + 0xF8, content.end())),
              (std::vector<std::uint8_t>{0x33, 0x44, 0xFF, 0xFF, 0xFF, 0xFF, 0x11, 0x22}));
-    QCOMPARE(bench.read("A0", "FF", 3), "224B56");
+    QCOMPARE(read("A0", "FF", 3), "224B56");
 
     // Two bytes of register number are an address and a byte that is not programmed.
-    QCOMPARE(bench.read("A0", "8000", 1), "AD");
+    QCOMPARE(read("A0", "8000", 1), "AD");
     QCOMPARE(simulator::eepromContent(0x50), content);
   }
 
   void theEepromWithTwoAddressBytesIsReadAndWritten() {
-    const Bench bench;
-    QCOMPARE(bench.read("A8", "100", 4), "4B565220");
-    QCOMPARE(bench.write("A8", "1FFE", "0A0D1A"), "I2C Write Done");
+    QCOMPARE(read("A8", "100", 4), "4B565220");
+    QCOMPARE(write("A8", "1FFE", "0A0D1A"), "I2C Write Done");
     simulator::advanceTime(5ms);
-    QCOMPARE(bench.read("A8", "1FFE", 2), "0A0D");
-    QCOMPARE(bench.read("A8", "1FE0", 1), "1A");
+    QCOMPARE(read("A8", "1FFE", 2), "0A0D");
+    QCOMPARE(read("A8", "1FE0", 1), "1A");
     const std::vector<std::uint8_t> before = simulator::eepromContent(0x54);
     QCOMPARE(before.size(), std::size_t{8192});
 
     // A register number of one byte does not make a whole address.
-    QCOMPARE(bench.write("A8", "12", "34"), "I2C Write Done");
+    QCOMPARE(write("A8", "12", "34"), "I2C Write Done");
     QCOMPARE(simulator::eepromContent(0x54), before);
     simulator::programEeprom(0x54, 0x1234, {0x56});
-    QCOMPARE(bench.read("A8", "1234", 1), "56");
+    QCOMPARE(read("A8", "1234", 1), "56");
   }
 
   void everyAddressOfBothEepromsIsReached() {
-    const Bench bench;
     std::vector<std::uint8_t> content(8192);
     for (std::size_t i = 0; i < content.size(); ++i) {
       content[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
@@ -252,46 +230,43 @@ class I2cPageTest : public QObject {
       return QStringLiteral("%1").arg(content[address], 2, 16, QLatin1Char('0')).toUpper();
     };
     for (unsigned address = 0; address < 256; ++address) {
-      QCOMPARE(bench.read("A0", QString::number(address, 16), 1), expected(address));
+      QCOMPARE(read("A0", QString::number(address, 16), 1), expected(address));
     }
     for (unsigned address = 256; address < 8192; address += 5) {
-      QCOMPARE(bench.read("A8", QString::number(address, 16), 1), expected(address));
+      QCOMPARE(read("A8", QString::number(address, 16), 1), expected(address));
     }
   }
 
   void theSensorHasRegistersOfTwoBytes() {
-    const Bench bench;
-    QCOMPARE(bench.read("90", "0", 2), "2A40");
-    QCOMPARE(bench.read("91", "0", 1), "2A");
-    QCOMPARE(bench.read("90", "0", 4), "2A402A40");
-    QCOMPARE(bench.write("90", "3", "1234"), "I2C Write Done");
-    QCOMPARE(bench.read("90", "3", 2), "1234");
+    QCOMPARE(read("90", "0", 2), "2A40");
+    QCOMPARE(read("91", "0", 1), "2A");
+    QCOMPARE(read("90", "0", 4), "2A402A40");
+    QCOMPARE(write("90", "3", "1234"), "I2C Write Done");
+    QCOMPARE(read("90", "3", 2), "1234");
     // The value goes out in one byte, which is half a register.
-    QCOMPARE(bench.write("90", "3", "0056"), "I2C Write Done");
-    QCOMPARE(bench.read("90", "3", 2), "1234");
-    QCOMPARE(bench.write("90", "0", "1234"), "I2C Write Done");
-    QCOMPARE(bench.read("90", "0", 2), "2A40");
-    QCOMPARE(bench.read("90", "4", 2), "I2C Error");
-    QCOMPARE(bench.write("90", "4", "1234"), "I2C Error");
+    QCOMPARE(write("90", "3", "0056"), "I2C Write Done");
+    QCOMPARE(read("90", "3", 2), "1234");
+    QCOMPARE(write("90", "0", "1234"), "I2C Write Done");
+    QCOMPARE(read("90", "0", 2), "2A40");
+    QCOMPARE(read("90", "4", 2), "I2C Error");
+    QCOMPARE(write("90", "4", "1234"), "I2C Error");
   }
 
   void theMcuOwnRegistersAreRead() {
-    const Bench bench;
-    QCOMPARE(bench.read("1A", "2", 1), "12");
-    QCOMPARE(bench.read("1A", "0", 1), "32");
-    QCOMPARE(bench.read("86", "0", 1), "I2C Error");
+    QCOMPARE(read("1A", "2", 1), "12");
+    QCOMPARE(read("1A", "0", 1), "32");
+    QCOMPARE(read("86", "0", 1), "I2C Error");
   }
 
   void aRestartForgetsNoEeprom() {
-    const Bench bench;
-    QCOMPARE(bench.write("A0", "40", "99"), "I2C Write Done");
-    QCOMPARE(bench.write("90", "2", "1234"), "I2C Write Done");
+    QCOMPARE(write("A0", "40", "99"), "I2C Write Done");
+    QCOMPARE(write("90", "2", "1234"), "I2C Write Done");
     simulator::advanceTime(5ms);
     simulator::unplug();
-    QCOMPARE(bench.read("A0", "40", 1), "I2C Error");
+    QCOMPARE(read("A0", "40", 1), "I2C Error");
     simulator::replug();
-    QCOMPARE(bench.read("A0", "40", 1), "99");
-    QCOMPARE(bench.read("90", "2", 2), "4B00");
+    QCOMPARE(read("A0", "40", 1), "99");
+    QCOMPARE(read("90", "2", 2), "4B00");
   }
 };
 

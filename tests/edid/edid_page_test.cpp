@@ -1,9 +1,8 @@
-#include "app/main_window.h"
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/control/control.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QFile>
 #include <QRadioButton>
@@ -40,11 +39,6 @@ QByteArray awkwardTable() {
   return table;
 }
 
-QByteArray contentOf(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be opened");
-}
-
 std::vector<std::uint8_t> bytes(const QByteArray& content) { return {content.begin(), content.end()}; }
 
 #if defined(Q_OS_UNIX)
@@ -64,192 +58,166 @@ int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t siz
 }
 #endif
 
-class EdidPageTest : public QObject {
+class EdidPageTest : public WindowTest {
   Q_OBJECT
 
-  struct Bench {
-    MainWindow window;
-    WindowDriver user{window};
-    QTemporaryDir directory;
-
-    Bench() {
-      user.click("BN_Connect");
-      simulator::clearJournal();
-      user.widget<QLabel>("LB_Message").setText("untouched");
-    }
-
-    QString path(const char* name = "table.bin") const { return directory.filePath(QLatin1String(name)); }
-
-    QString fileWith(const QByteArray& content) const {
-      QFile file(path());
-      return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? file.fileName() : QString();
-    }
-
-    void chooseSize(int size) const {
-      user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
-    }
-
-    /// Presses a Read button and saves as the given file.
-    void save(const QString& button, const QString& path) const {
-      QFile::remove(path);
-      DialogAnswers answers;
-      answers.chooseFile(path);
-      user.click(button);
-    }
-
-    /// Loads a file with that content into a slot; the message.
-    QString write(int slot, const QByteArray& content) const {
-      user.choose("CB_FlashEDID_List_2", QString::number(slot));
-      DialogAnswers answers;
-      answers.chooseFile(fileWith(content));
-      user.click("BN_Apply_WriteFlashEDID");
-      return user.message();
-    }
-  };
-
- private slots:
-  void init() {
-    simulator::reset();
-    simulator::useVirtualTime();
+  /// Starts over with an open session and a message to be left alone.
+  void startConnected(const QByteArray& scenario = "{}") {
+    start(scenario);
+    connectDevice();
+    user.widget<QLabel>("LB_Message").setText("untouched");
   }
 
+  QString path(const char* name = "table.bin") const { return files().path(QLatin1String(name)); }
+
+  void chooseSize(int size) const {
+    user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
+  }
+
+  /// Presses a Read button and saves as the given file.
+  void save(const QString& button, const QString& path) const {
+    QFile::remove(path);
+    chooseFile(button, path);
+  }
+
+  /// Loads a file with that content into a slot; the message.
+  QString write(int slot, const QByteArray& content) const {
+    user.choose("CB_FlashEDID_List_2", QString::number(slot));
+    chooseFile("BN_Apply_WriteFlashEDID", files().write("table.bin", content));
+    return user.message();
+  }
+
+ private slots:
+  void init() { startConnected(); }
+
   void constructionReachesNoDevice() {
-    const MainWindow window;
+    start();
     QCOMPARE(journalCalls(), QStringList());
-    QCOMPARE(WindowDriver(window).message(), "");
+    QCOMPARE(user.message(), "");
   }
 
   // ---- Mode and slot in use -------------------------------------------
 
   void aPickIsSent() {
-    const Bench bench;
-    bench.user.choose("CB_EDID_Mode", "Mixed default and TX");
-    QCOMPARE(bench.user.message(), "Set EDID Mode...[Done]");
-    bench.user.choose("CB_EDID_Mode", "Follow USB");
-    bench.user.choose("CB_EDID_Mode", "Follow TX");
-    bench.user.choose("CB_EDID_Mode", "From Flash");
+    user.choose("CB_EDID_Mode", "Mixed default and TX");
+    QCOMPARE(user.message(), "Set EDID Mode...[Done]");
+    user.choose("CB_EDID_Mode", "Follow USB");
+    user.choose("CB_EDID_Mode", "Follow TX");
+    user.choose("CB_EDID_Mode", "From Flash");
     QTest::ignoreMessage(QtDebugMsg, "set flash EDID task");
-    bench.user.choose("CB_Current_FlashEDID_List", "6");
-    QCOMPARE(bench.user.message(), "Set Flash EDID table...[Done]");
+    user.choose("CB_Current_FlashEDID_List", "6");
+    QCOMPARE(user.message(), "Set Flash EDID table...[Done]");
     QCOMPARE(journalCalls(),
              (QStringList{"AT_EDID_Set_EDID_mode(3)", "AT_EDID_Set_EDID_mode(2)", "AT_EDID_Set_EDID_mode(1)",
                           "AT_EDID_Set_EDID_mode(0)", "AT_EDID_Flash_Set_Default_table(6)"}));
   }
 
   void theOtherSlotListsSendNothing() {
-    const Bench bench;
-    bench.user.choose("CB_FlashEDID_List", "3");
-    bench.user.choose("CB_FlashEDID_List_2", "5");
+    user.choose("CB_FlashEDID_List", "3");
+    user.choose("CB_FlashEDID_List_2", "5");
     QCOMPARE(journalCalls(), QStringList());
-    QCOMPARE(bench.user.message(), "untouched");
+    QCOMPARE(user.message(), "untouched");
   }
 
   void aPickThatFailsIsReported() {
-    const Bench bench;
     unsigned call = 0;
     for (const std::int32_t status : {1, -1}) {
       simulator::failCall("AT_EDID_Set_EDID_mode", ++call, status);
       simulator::failCall("AT_EDID_Flash_Set_Default_table", call, status);
-      bench.user.choose("CB_EDID_Mode", status > 0 ? "Follow TX" : "Follow USB");
-      QCOMPARE(bench.user.message(), "Set EDID Mode...[fail]");
-      bench.user.choose("CB_Current_FlashEDID_List", status > 0 ? "1" : "2");
-      QCOMPARE(bench.user.message(), "Set Flash EDID table...[fail]");
+      user.choose("CB_EDID_Mode", status > 0 ? "Follow TX" : "Follow USB");
+      QCOMPARE(user.message(), "Set EDID Mode...[fail]");
+      user.choose("CB_Current_FlashEDID_List", status > 0 ? "1" : "2");
+      QCOMPARE(user.message(), "Set Flash EDID table...[fail]");
     }
   }
 
   void readingShowsModeAndSlotWithoutSendingThemBack() {
-    QCOMPARE(simulator::loadScenario(R"({"edid": {"mode": "followUsb", "defaultSlot": 5}})"), std::string());
-    const Bench bench;
+    startConnected(R"({"edid": {"mode": "followUsb", "defaultSlot": 5}})");
     QTest::ignoreMessage(QtDebugMsg, "set flash EDID task");
     QTest::ignoreMessage(QtDebugMsg, "flash EDID index update");
-    bench.user.click("BN_EDID_Read");
+    user.click("BN_EDID_Read");
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Get_EDID_mode()", "AT_EDID_Flash_Get_Default_table()"}));
-    QCOMPARE(bench.user.widget<QComboBox>("CB_EDID_Mode").currentText(), "Follow USB");
-    QCOMPARE(bench.user.widget<QComboBox>("CB_Current_FlashEDID_List").currentText(), "5");
-    QCOMPARE(bench.user.message(), "untouched");
+    QCOMPARE(user.widget<QComboBox>("CB_EDID_Mode").currentText(), "Follow USB");
+    QCOMPARE(user.widget<QComboBox>("CB_Current_FlashEDID_List").currentText(), "5");
+    QCOMPARE(user.message(), "untouched");
 
     // The guards are used up: the next picks are sent.
     simulator::clearJournal();
-    bench.user.choose("CB_EDID_Mode", "Follow TX");
-    bench.user.choose("CB_Current_FlashEDID_List", "2");
+    user.choose("CB_EDID_Mode", "Follow TX");
+    user.choose("CB_Current_FlashEDID_List", "2");
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Set_EDID_mode(1)", "AT_EDID_Flash_Set_Default_table(2)"}));
   }
 
   // The device has what the rows show, so that reading changes neither.
   void readingTheRowsShownSwallowsTheNextPickOfEach() {
-    const Bench bench;
-    bench.user.click("BN_EDID_Read");
+    user.click("BN_EDID_Read");
     simulator::clearJournal();
-    bench.user.choose("CB_EDID_Mode", "Follow TX");
+    user.choose("CB_EDID_Mode", "Follow TX");
     QTest::ignoreMessage(QtDebugMsg, "set flash EDID task");
     QTest::ignoreMessage(QtDebugMsg, "flash EDID index update");
-    bench.user.choose("CB_Current_FlashEDID_List", "1");
+    user.choose("CB_Current_FlashEDID_List", "1");
     QCOMPARE(journalCalls(), QStringList());
-    QCOMPARE(bench.user.message(), "untouched");
+    QCOMPARE(user.message(), "untouched");
 
-    bench.user.choose("CB_EDID_Mode", "Follow USB");
-    QCOMPARE(bench.user.message(), "Set EDID Mode...[Done]");
-    bench.user.choose("CB_Current_FlashEDID_List", "2");
-    QCOMPARE(bench.user.message(), "Set Flash EDID table...[Done]");
+    user.choose("CB_EDID_Mode", "Follow USB");
+    QCOMPARE(user.message(), "Set EDID Mode...[Done]");
+    user.choose("CB_Current_FlashEDID_List", "2");
+    QCOMPARE(user.message(), "Set Flash EDID table...[Done]");
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Set_EDID_mode(2)", "AT_EDID_Flash_Set_Default_table(2)"}));
   }
 
   // A second reading finds the guard set and the row another one.
   void oneGuardServesHoweverOftenItWasSet() {
-    const Bench bench;
-    bench.user.click("BN_EDID_Read");
-    bench.user.click("BN_EDID_Read");
+    user.click("BN_EDID_Read");
+    user.click("BN_EDID_Read");
     QCOMPARE(AT_EDID_Set_EDID_mode(3), 0);
-    bench.user.click("BN_EDID_Read");
+    user.click("BN_EDID_Read");
     simulator::clearJournal();
-    bench.user.choose("CB_EDID_Mode", "From Flash");
+    user.choose("CB_EDID_Mode", "From Flash");
     QCOMPARE(journalCalls(), QStringList{"AT_EDID_Set_EDID_mode(0)"});
   }
 
   void theGuardsAreApart() {
-    QCOMPARE(simulator::loadScenario(R"({"edid": {"defaultSlot": 3}})"), std::string());
-    const Bench bench;
-    bench.user.click("BN_EDID_Read");
+    startConnected(R"({"edid": {"defaultSlot": 3}})");
+    user.click("BN_EDID_Read");
     simulator::clearJournal();
-    bench.user.choose("CB_Current_FlashEDID_List", "0");
+    user.choose("CB_Current_FlashEDID_List", "0");
     QCOMPARE(journalCalls(), QStringList{"AT_EDID_Flash_Set_Default_table(0)"});
-    bench.user.choose("CB_EDID_Mode", "Follow TX");
+    user.choose("CB_EDID_Mode", "Follow TX");
     QCOMPARE(journalCalls().size(), 1);
   }
 
   void aReadingThatFailsStopsThere() {
-    const Bench bench;
     simulator::failCall("AT_EDID_Get_EDID_mode", 1, -1);
-    bench.user.click("BN_EDID_Read");
-    QCOMPARE(bench.user.message(), "Read EDID Mode...[fail]");
+    user.click("BN_EDID_Read");
+    QCOMPARE(user.message(), "Read EDID Mode...[fail]");
     QCOMPARE(journalOperations(), QStringList{"AT_EDID_Get_EDID_mode"});
     // No guard was set.
-    bench.user.choose("CB_EDID_Mode", "Follow TX");
-    QCOMPARE(bench.user.message(), "Set EDID Mode...[Done]");
+    user.choose("CB_EDID_Mode", "Follow TX");
+    QCOMPARE(user.message(), "Set EDID Mode...[Done]");
 
     simulator::failCall("AT_EDID_Flash_Get_Default_table", 1, 1);
-    bench.user.click("BN_EDID_Read");
-    QCOMPARE(bench.user.message(), "Get Default Flash EDID index...[fail]");
+    user.click("BN_EDID_Read");
+    QCOMPARE(user.message(), "Get Default Flash EDID index...[fail]");
     simulator::clearJournal();
-    bench.user.choose("CB_Current_FlashEDID_List", "4");
-    bench.user.choose("CB_EDID_Mode", "Follow USB");
+    user.choose("CB_Current_FlashEDID_List", "4");
+    user.choose("CB_EDID_Mode", "Follow USB");
     QCOMPARE(journalCalls(), QStringList{"AT_EDID_Flash_Set_Default_table(4)"});
   }
 
   void aRowThatDoesNotExistShowsNone() {
-    const Bench bench;
     for (const std::uint8_t value : {std::uint8_t{4}, std::uint8_t{7}, std::uint8_t{255}}) {
       simulator::reset();
-      bench.user.widget<QLabel>("LB_Message").setText("untouched");
+      user.widget<QLabel>("LB_Message").setText("untouched");
       initialize();
       setDevice(0, 0, 0x5C19, 0x6B03);
       openPort();
       simulator::answerCall("AT_EDID_Get_EDID_mode", 1, 0, {value});
       simulator::answerCall("AT_EDID_Flash_Get_Default_table", 1, 0, {std::max(value, std::uint8_t{7})});
-      bench.user.click("BN_EDID_Read");
-      QCOMPARE(bench.user.widget<QComboBox>("CB_EDID_Mode").currentIndex(), -1);
-      QCOMPARE(bench.user.widget<QComboBox>("CB_Current_FlashEDID_List").currentIndex(), -1);
-      QCOMPARE(bench.user.message(), "untouched");
+      user.click("BN_EDID_Read");
+      QCOMPARE(user.widget<QComboBox>("CB_EDID_Mode").currentIndex(), -1);
+      QCOMPARE(user.widget<QComboBox>("CB_Current_FlashEDID_List").currentIndex(), -1);
+      QCOMPARE(user.message(), "untouched");
     }
   }
 
@@ -268,45 +236,42 @@ class EdidPageTest : public QObject {
   void aTableIsSavedByteForByte() {
     QFETCH(int, read);
     QFETCH(int, size);
-    const Bench bench;
-    bench.chooseSize(size);
-    bench.user.choose("CB_FlashEDID_List", "4");
+    chooseSize(size);
+    user.choose("CB_FlashEDID_List", "4");
     simulator::answerCall(kReads[read].operation, 1, 0, bytes(awkwardTable()));
 
     DialogAnswers answers;
-    answers.chooseFile(bench.path());
-    bench.user.click(kReads[read].button);
+    answers.chooseFile(path());
+    user.click(kReads[read].button);
     QCOMPARE(answers.fileDialogs().size(), 1);
     QCOMPARE(answers.fileDialogs().at(0).title, "Down Tx EDID File");
     QCOMPARE(answers.fileDialogs().at(0).filters, QStringList{"*.bin"});
     QCOMPARE(answers.fileDialogs().at(0).mode, QFileDialog::AcceptSave);
     QVERIFY(answers.fileDialogs().at(0).isModal);
     QCOMPARE(answers.messages().size(), 0);
-    QCOMPARE(contentOf(bench.path()), awkwardTable().left(size));
+    QCOMPARE(contentOf(path()), awkwardTable().left(size));
     QCOMPARE(journalCalls(), QStringList{QStringLiteral("%1(%2)").arg(kReads[read].operation,
                                                                       QString(kReads[read].arguments).arg(size))});
-    QCOMPARE(bench.user.message(), "untouched");
+    QCOMPARE(user.message(), "untouched");
   }
 
   void theSizeIs512WithoutAChoice() {
-    const Bench bench;
-    auto& button = bench.user.widget<QRadioButton>("RB_TX_EDID_256");
+    auto& button = user.widget<QRadioButton>("RB_TX_EDID_256");
     button.setAutoExclusive(false);
     button.setChecked(false);
-    bench.save("BN_Apply_ReadTxEDID", bench.path());
-    QCOMPARE(contentOf(bench.path()).size(), 512);
+    save("BN_Apply_ReadTxEDID", path());
+    QCOMPARE(contentOf(path()).size(), 512);
   }
 
   void anOlderLongerFileIsReplaced() {
-    const Bench bench;
-    QVERIFY(!bench.fileWith(QByteArray(4000, 'x')).isEmpty());
+    files().write("table.bin", QByteArray(4000, 'x'));
     simulator::answerCall("AT_EDID_Get_TX_table", 1, 0, bytes(awkwardTable()));
     DialogAnswers answers;
-    answers.chooseFile(bench.path());
-    bench.user.click("BN_Apply_ReadTxEDID");
+    answers.chooseFile(path());
+    user.click("BN_Apply_ReadTxEDID");
     // Qt's dialog asked whether to replace it.
     QCOMPARE(answers.messages().size(), 1);
-    QCOMPARE(contentOf(bench.path()), awkwardTable().left(256));
+    QCOMPARE(contentOf(path()), awkwardTable().left(256));
   }
 
   void aFailedReadLeavesAnEmptyFile_data() {
@@ -318,112 +283,104 @@ class EdidPageTest : public QObject {
 
   void aFailedReadLeavesAnEmptyFile() {
     QFETCH(int, read);
-    const Bench bench;
-    QVERIFY(!bench.fileWith(QByteArray(4000, 'x')).isEmpty());
+    files().write("table.bin", QByteArray(4000, 'x'));
     simulator::answerCall(kReads[read].operation, 1, -1, bytes(awkwardTable()));
     DialogAnswers answers;
-    answers.chooseFile(bench.path());
-    bench.user.click(kReads[read].button);
-    QCOMPARE(bench.user.message(), kReads[read].failure);
-    QVERIFY(QFile::exists(bench.path()));
-    QCOMPARE(contentOf(bench.path()), QByteArray());
+    answers.chooseFile(path());
+    user.click(kReads[read].button);
+    QCOMPARE(user.message(), kReads[read].failure);
+    QVERIFY(QFile::exists(path()));
+    QCOMPARE(contentOf(path()), QByteArray());
   }
 
   void aSinkThatIsNotThereIsAFailedRead() {
-    QCOMPARE(simulator::loadScenario(R"({"sink": {"present": false}})"), std::string());
-    const Bench bench;
-    bench.save("BN_Apply_ReadTxEDID", bench.path());
-    QCOMPARE(bench.user.message(), "Read Tx EDID...[fail]");
-    QCOMPARE(contentOf(bench.path()), QByteArray());
+    startConnected(R"({"sink": {"present": false}})");
+    save("BN_Apply_ReadTxEDID", path());
+    QCOMPARE(user.message(), "Read Tx EDID...[fail]");
+    QCOMPARE(contentOf(path()), QByteArray());
   }
 
   void aTargetThatCannotBeCreatedGivesAWarning() {
-    const Bench bench;
     for (const Read& read : kReads) {
       DialogAnswers answers;
-      answers.chooseFile(bench.path("no such directory/table.bin"));
-      bench.user.click(read.button);
+      answers.chooseFile(path("no such directory/table.bin"));
+      user.click(read.button);
       QCOMPARE(answers.messages().size(), 1);
       const DialogAnswers::ShownMessage& warning = answers.messages().at(0);
       QCOMPARE(warning.icon, QMessageBox::Warning);
       QCOMPARE(warning.title, "error");
       QCOMPARE(warning.text, "Open file failed");
       QVERIFY(warning.isModal);
-      QCOMPARE(warning.parent, &bench.window);
+      QCOMPARE(warning.parent, &window());
     }
     QCOMPARE(journalCalls(), QStringList());
-    QCOMPARE(bench.user.message(), "untouched");
+    QCOMPARE(user.message(), "untouched");
   }
 
 #if defined(Q_OS_LINUX)
   void aFullDiskIsNoSavedTable() {
-    const Bench bench;
     for (const Read& read : kReads) {
       DialogAnswers answers;
       answers.chooseFile("/dev/full");
-      bench.user.click(read.button);
-      QCOMPARE(bench.user.message(), read.failure);
+      user.click(read.button);
+      QCOMPARE(user.message(), read.failure);
     }
   }
 #endif
 
   void aDialogThatIsCancelledEndsIt() {
-    const Bench bench;
     DialogAnswers answers;
     for (const Read& read : kReads) {
-      bench.user.click(read.button);
+      user.click(read.button);
     }
-    bench.user.click("BN_Apply_WriteFlashEDID");
+    user.click("BN_Apply_WriteFlashEDID");
     QCOMPARE(answers.fileDialogs().size(), 4);
     QCOMPARE(journalCalls(), QStringList());
-    QCOMPARE(bench.user.message(), "untouched");
+    QCOMPARE(user.message(), "untouched");
   }
 
   void anotherSenderSavesAnEmptyFile() {
-    Bench bench;
     DialogAnswers answers;
-    answers.chooseFile(bench.path());
-    QVERIFY(QMetaObject::invokeMethod(&bench.window, "slot_Get_EDID"));
-    QVERIFY(QMetaObject::invokeMethod(&bench.window, "slotEDID_Set_ComboBox", Q_ARG(int, 2)));
-    QVERIFY(QFile::exists(bench.path()));
-    QCOMPARE(contentOf(bench.path()), QByteArray());
+    answers.chooseFile(path());
+    QVERIFY(QMetaObject::invokeMethod(&window(), "slot_Get_EDID"));
+    QVERIFY(QMetaObject::invokeMethod(&window(), "slotEDID_Set_ComboBox", Q_ARG(int, 2)));
+    QVERIFY(QFile::exists(path()));
+    QCOMPARE(contentOf(path()), QByteArray());
     QCOMPARE(journalCalls(), QStringList());
   }
 
   // ---- Tables from files ----------------------------------------------
 
   void aTableWrittenToEachSlotIsReadBack() {
-    const Bench bench;
-    bench.chooseSize(512);
+    chooseSize(512);
     const auto tableOf = [](int slot) {
       QByteArray table = awkwardTable();
       std::rotate(table.begin(), table.begin() + qptrdiff{61} * slot, table.end());
       return table;
     };
     for (int slot = 0; slot < 7; ++slot) {
-      QCOMPARE(bench.write(slot, tableOf(slot)), "Write flash EDID table...[Done]");
+      QCOMPARE(write(slot, tableOf(slot)), "Write flash EDID table...[Done]");
     }
     for (int slot = 0; slot < 7; ++slot) {
-      bench.user.choose("CB_FlashEDID_List", QString::number(slot));
-      bench.save("BN_Apply_ReadFlashEDID", bench.path());
-      QCOMPARE(contentOf(bench.path()), tableOf(slot));
+      user.choose("CB_FlashEDID_List", QString::number(slot));
+      save("BN_Apply_ReadFlashEDID", path());
+      QCOMPARE(contentOf(path()), tableOf(slot));
     }
     for (const int size : {256, 384}) {
-      bench.chooseSize(size);
-      bench.save("BN_Apply_ReadFlashEDID", bench.path());
-      QCOMPARE(contentOf(bench.path()), tableOf(6).left(size));
+      chooseSize(size);
+      save("BN_Apply_ReadFlashEDID", path());
+      QCOMPARE(contentOf(path()), tableOf(6).left(size));
     }
   }
 
   void aSavedTableIsWrittenToAnotherSlot() {
-    const Bench bench;
-    bench.chooseSize(384);
-    bench.save("BN_Apply_ReadTxEDID", bench.path());
-    const QByteArray saved = contentOf(bench.path());
-    QCOMPARE(bench.write(6, saved), "Write flash EDID table...[Done]");
-    bench.user.choose("CB_FlashEDID_List", "6");
-    bench.save("BN_Apply_ReadFlashEDID", bench.path());
-    QCOMPARE(contentOf(bench.path()), saved);
+    chooseSize(384);
+    save("BN_Apply_ReadTxEDID", path());
+    const QByteArray saved = contentOf(path());
+    QCOMPARE(write(6, saved), "Write flash EDID table...[Done]");
+    user.choose("CB_FlashEDID_List", "6");
+    save("BN_Apply_ReadFlashEDID", path());
+    QCOMPARE(contentOf(path()), saved);
   }
 
   void aFileIsSentUpTo512Bytes_data() {
@@ -437,36 +394,33 @@ class EdidPageTest : public QObject {
   void aFileIsSentUpTo512Bytes() {
     QFETCH(int, size);
     QFETCH(int, sent);
-    const Bench bench;
     QByteArray content;
     while (content.size() < size) {
       content += awkwardTable();
     }
     content.truncate(size);
-    QCOMPARE(bench.write(3, content), "Write flash EDID table...[Done]");
+    QCOMPARE(write(3, content), "Write flash EDID table...[Done]");
     QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_EDID_Flash_Set_table(3, [%1], %2)")
                                              .arg(QString(content.left(sent).toHex(' ').toUpper()))
                                              .arg(sent)});
     // What was not written is erased flash.
-    bench.chooseSize(512);
-    bench.user.choose("CB_FlashEDID_List", "3");
-    bench.save("BN_Apply_ReadFlashEDID", bench.path());
-    QCOMPARE(contentOf(bench.path()), content.left(sent) + QByteArray(512 - sent, '\xFF'));
+    chooseSize(512);
+    user.choose("CB_FlashEDID_List", "3");
+    save("BN_Apply_ReadFlashEDID", path());
+    QCOMPARE(contentOf(path()), content.left(sent) + QByteArray(512 - sent, '\xFF'));
   }
 
   void anEmptyFileIsSentAsNothing() {
-    const Bench bench;
     simulator::answerCall("AT_EDID_Flash_Set_table", 1, 0, {});
-    QCOMPARE(bench.write(0, QByteArray()), "Write flash EDID table...[Done]");
+    QCOMPARE(write(0, QByteArray()), "Write flash EDID table...[Done]");
     // The simulated device itself refuses a table without bytes.
-    QCOMPARE(bench.write(0, QByteArray()), "Write flash EDID table...[fail]");
+    QCOMPARE(write(0, QByteArray()), "Write flash EDID table...[fail]");
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Flash_Set_table(0, [], 0)", "AT_EDID_Flash_Set_table(0, [], 0)"}));
   }
 
   void theOpenDialogAsksForATable() {
-    const Bench bench;
     DialogAnswers answers;
-    bench.user.click("BN_Apply_WriteFlashEDID");
+    user.click("BN_Apply_WriteFlashEDID");
     QCOMPARE(answers.fileDialogs().size(), 1);
     QCOMPARE(answers.fileDialogs().at(0).title, "Load EDID bin file");
     QCOMPARE(answers.fileDialogs().at(0).filters, QStringList{"*.bin"});
@@ -477,13 +431,12 @@ class EdidPageTest : public QObject {
 #if defined(Q_OS_LINUX)
   // Opens, but cannot be read.
   void anUnreadableFileEndsItSilently() {
-    const Bench bench;
     DialogAnswers answers;
     answers.chooseFile("/proc/self/mem");
-    bench.user.click("BN_Apply_WriteFlashEDID");
+    user.click("BN_Apply_WriteFlashEDID");
     QCOMPARE(answers.messages().size(), 0);
     QCOMPARE(journalCalls(), QStringList());
-    QCOMPARE(bench.user.message(), "untouched");
+    QCOMPARE(user.message(), "untouched");
   }
 #endif
 
@@ -499,10 +452,9 @@ class EdidPageTest : public QObject {
   void theWaitCursorStandsWhileTheDeviceWrites() {
     QFETCH(int, status);
     QFETCH(QString, message);
-    const Bench bench;
     simulator::answerCall("AT_EDID_Flash_Set_table", 1, status, {});
     cursorDuringWrite = -1;
-    QCOMPARE(bench.write(6, awkwardTable()), message);
+    QCOMPARE(write(6, awkwardTable()), message);
     QCOMPARE(cursorDuringWrite, static_cast<int>(Qt::WaitCursor));
     QVERIFY(QGuiApplication::overrideCursor() == nullptr);
     QCOMPARE(journalOperations(), QStringList{"AT_EDID_Flash_Set_table"});
@@ -512,21 +464,20 @@ class EdidPageTest : public QObject {
   // ---- Without a session ----------------------------------------------
 
   void withoutASessionTheLibraryRefuses() {
-    const Bench bench;
     closePort();
     simulator::clearJournal();
-    bench.user.click("BN_EDID_Read");
-    QCOMPARE(bench.user.message(), "Read EDID Mode...[fail]");
-    bench.user.choose("CB_EDID_Mode", "Follow TX");
-    QCOMPARE(bench.user.message(), "Set EDID Mode...[fail]");
-    bench.user.choose("CB_Current_FlashEDID_List", "1");
-    QCOMPARE(bench.user.message(), "Set Flash EDID table...[fail]");
+    user.click("BN_EDID_Read");
+    QCOMPARE(user.message(), "Read EDID Mode...[fail]");
+    user.choose("CB_EDID_Mode", "Follow TX");
+    QCOMPARE(user.message(), "Set EDID Mode...[fail]");
+    user.choose("CB_Current_FlashEDID_List", "1");
+    QCOMPARE(user.message(), "Set Flash EDID table...[fail]");
     for (const Read& read : kReads) {
-      bench.save(read.button, bench.path());
-      QCOMPARE(bench.user.message(), read.failure);
-      QCOMPARE(contentOf(bench.path()), QByteArray());
+      save(read.button, path());
+      QCOMPARE(user.message(), read.failure);
+      QCOMPARE(contentOf(path()), QByteArray());
     }
-    QCOMPARE(bench.write(0, awkwardTable()), "Write flash EDID table...[fail]");
+    QCOMPARE(write(0, awkwardTable()), "Write flash EDID table...[fail]");
     QCOMPARE(journalCalls().size(), 7);
   }
 };

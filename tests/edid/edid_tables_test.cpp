@@ -1,45 +1,27 @@
-#include "app/main_window.h"
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/control/control.h"
-#include "tests/support/dialog_answers.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QFile>
 #include <QProcess>
 #include <QRadioButton>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QTest>
 
 /// Saves tables of the simulated device through the window and has each of them
 /// judged by edid-decode, the field's own checker.
-class EdidTablesTest : public QObject {
+class EdidTablesTest : public WindowTest {
   Q_OBJECT
 
   static constexpr int kSizes[] = {256, 384, 512};
 
-  struct Bench {
-    MainWindow window;
-    WindowDriver user{window};
-    QTemporaryDir directory;
-    mutable DialogAnswers answers;
-
-    Bench() { user.click("BN_Connect"); }
-
-    /// Saves with a Read button and gives the file's name.
-    QString save(const QString& button, int size) const {
-      user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
-      QString path = directory.filePath("table.bin");
-      QFile::remove(path);
-      answers.chooseFile(path);
-      user.click(button);
-      return path;
-    }
-  };
-
-  static QByteArray contentOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  /// Saves with a Read button and gives the file's name.
+  QString save(const QString& button, int size) const {
+    user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
+    QString path = files().path("table.bin");
+    QFile::remove(path);
+    chooseFile(button, path);
+    return path;
   }
 
   /// What edid-decode says of a table; `accepted` tells whether it passed.
@@ -63,44 +45,41 @@ class EdidTablesTest : public QObject {
   } while (false)
 
  private slots:
-  void init() { simulator::reset(); }
+  void init() {
+    start();
+    connectDevice();
+  }
 
   // A judge that accepts everything would be none.
   void theCheckerRefusesADamagedTable() {
-    const Bench bench;
-    const QString path = bench.save("BN_Apply_ReadTxEDID", 512);
+    const QString path = save("BN_Apply_ReadTxEDID", 512);
     QByteArray table = contentOf(path);
-    QFile file(path);
     for (const int damaged : {20, 127, 130, 511}) {
       QByteArray copy = table;
       copy[damaged] = static_cast<char>(copy[damaged] ^ 0x10);
-      QVERIFY(file.open(QIODevice::WriteOnly) && file.write(copy) == copy.size());
-      file.close();
+      writeFile(path, copy);
       bool accepted = true;
       judgement(path, accepted);
       QVERIFY2(!accepted, qPrintable(QString::number(damaged)));
     }
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(table.left(256)) == 256);
-    file.close();
+    writeFile(path, table.left(256));
     bool accepted = true;
     judgement(path, accepted);
     QVERIFY(!accepted);
   }
 
   void theSinkTableIsAccepted() {
-    const Bench bench;
     for (const int size : kSizes) {
-      ACCEPTED(bench.save("BN_Apply_ReadTxEDID", size), size);
+      ACCEPTED(save("BN_Apply_ReadTxEDID", size), size);
     }
   }
 
   void theTablesOfAllSlotsAreAcceptedAndDiffer() {
-    const Bench bench;
     QSet<QByteArray> tables;
     for (int slot = 0; slot < 7; ++slot) {
-      bench.user.choose("CB_FlashEDID_List", QString::number(slot));
+      user.choose("CB_FlashEDID_List", QString::number(slot));
       for (const int size : kSizes) {
-        const QString path = bench.save("BN_Apply_ReadFlashEDID", size);
+        const QString path = save("BN_Apply_ReadFlashEDID", size);
         ACCEPTED(path, size);
         tables << contentOf(path);
       }
@@ -121,15 +100,15 @@ class EdidTablesTest : public QObject {
     QFETCH(bool, sinkPresent);
     QFETCH(QString, mode);
     if (!sinkPresent) {
-      QCOMPARE(simulator::loadScenario(R"({"sink": {"present": false}})"), std::string());
+      start(R"({"sink": {"present": false}})");
+      connectDevice();
     }
-    const Bench bench;
-    bench.user.choose("CB_EDID_Mode", mode);
+    user.choose("CB_EDID_Mode", mode);
     // Without a sink the tables are those that the other rows have judged.
     for (const int slot : sinkPresent ? QVector<int>{0, 1, 2, 3, 4, 5, 6} : QVector<int>{2}) {
-      bench.user.choose("CB_Current_FlashEDID_List", QString::number(slot));
+      user.choose("CB_Current_FlashEDID_List", QString::number(slot));
       for (const int size : kSizes) {
-        const QString path = bench.save("BN_Apply_Read_DDC_EDID", size);
+        const QString path = save("BN_Apply_Read_DDC_EDID", size);
         ACCEPTED(path, size);
         const QByteArray table = contentOf(path);
         QByteArray other(size, '\0');
@@ -145,16 +124,10 @@ class EdidTablesTest : public QObject {
   }
 
   void aWrittenSlotIsOfferedAsItIs() {
-    const Bench bench;
-    const QString path = bench.directory.filePath("odd.bin");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(100, 'o')) == 100);
-    file.close();
-    bench.answers.chooseFile(path);
-    bench.user.click("BN_Apply_WriteFlashEDID");
+    chooseFile("BN_Apply_WriteFlashEDID", files().write("odd.bin", QByteArray(100, 'o')));
     for (const char* mode : {"Mixed default and TX", "From Flash"}) {
-      bench.user.choose("CB_EDID_Mode", mode);
-      QCOMPARE(contentOf(bench.save("BN_Apply_Read_DDC_EDID", 256)), QByteArray(100, 'o') + QByteArray(156, '\xFF'));
+      user.choose("CB_EDID_Mode", mode);
+      QCOMPARE(contentOf(save("BN_Apply_Read_DDC_EDID", 256)), QByteArray(100, 'o') + QByteArray(156, '\xFF'));
     }
   }
 };

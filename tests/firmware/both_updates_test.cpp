@@ -1,11 +1,7 @@
-#include "app/main_window.h"
-#include "app/program_state.h"
 #include "simulator/control/control.h"
-#include "tests/support/dialog_answers.h"
 #include "tests/support/sleeps.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -27,7 +23,7 @@ QByteArray firstOf(const std::vector<std::uint8_t>& bytes, int size) {
 }  // namespace
 
 /// A capture burn and an external MCU upgrade at once, which nothing prevents.
-class BothUpdatesTest : public QObject {
+class BothUpdatesTest : public WindowTest {
   Q_OBJECT
 
  private slots:
@@ -40,19 +36,12 @@ class BothUpdatesTest : public QObject {
 
   void aBurnAndAnUpgradeAtOnceBothSucceed() {
     QFETCH(bool, held);
-    simulator::reset();
-    simulator::useVirtualTime();
     sleeps::replaceBy([](std::chrono::milliseconds time) { simulator::advanceTime(time); });
-    selectedVid = 0;
-    selectedPid = 0;
-    const QTemporaryDir directory;
     const QByteArray captureImage = madeUpImage(500'000, "KVR-7");
     const QByteArray mcuImage = madeUpImage(20'000, "MCU");
-    MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    choose(user, "BN_Browse_Cap_QX", directory.filePath("capture.img"), captureImage);
-    choose(user, "BN_Browse_ExtMCU_QX", directory.filePath("mcu.bin"), mcuImage);
+    connectDevice();
+    chooseFile("BN_Browse_Cap_QX", files().write("capture.img", captureImage));
+    chooseFile("BN_Browse_ExtMCU_QX", files().write("mcu.bin", mcuImage));
 
     if (held) {
       simulator::holdBurns(20);
@@ -67,7 +56,7 @@ class BothUpdatesTest : public QObject {
       simulator::releaseBurns();
     }
     // Workers delete themselves.
-    QTRY_VERIFY(window.findChildren<QThread*>().isEmpty());
+    QTRY_VERIFY(workers().isEmpty());
 
     QCOMPARE(firstOf(simulator::captureFlash(), captureImage.size()), captureImage);
     QCOMPARE(firstOf(simulator::mcuFlash(), mcuImage.size()), mcuImage);
@@ -77,18 +66,6 @@ class BothUpdatesTest : public QObject {
     QCOMPARE(std::count_if(calls.begin(), calls.end(),
                            [](const auto& call) { return call.operation == "burnToFlash" && call.result == 0; }),
              1);
-  }
-
- private:
-  static void choose(const WindowDriver& user, const QString& button, const QString& path, const QByteArray& content) {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("%s cannot be written", qPrintable(path));
-    }
-    file.close();
-    DialogAnswers answers;
-    answers.chooseFile(path);
-    user.click(button);
   }
 };
 

@@ -1,4 +1,3 @@
-#include "app/main_window.h"
 #include "app/message_line.h"
 #include "app/program_state.h"
 #include "firmware/update_capture_thread.h"
@@ -6,19 +5,19 @@
 #include "simulator/device/status.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/main_window_test_access.h"
+#include "tests/support/window_fixture.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QPointer>
-#include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <chrono>
 #include <cmath>
 #include <future>
 #include <limits>
-#include <optional>
 
 #if defined(Q_OS_UNIX)
 #include <sys/stat.h>
@@ -45,7 +44,7 @@ bool waitFor(const std::function<bool()>& condition) { return QTest::qWaitFor(co
 
 /// Drives a burn from the window. The progress timer's interval is taken away,
 /// so that a test says when it ticks.
-class CapturePageTest : public QObject {
+class CapturePageTest : public WindowTest {
   Q_OBJECT
 
  private slots:
@@ -53,33 +52,20 @@ class CapturePageTest : public QObject {
   void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
   void init() {
-    simulator::reset();
-    simulator::useVirtualTime();
-    selectedVid = 0;
-    selectedPid = 0;
-    burnProgress = 0;
-    directory_ = std::make_unique<QTemporaryDir>();
-    QVERIFY(directory_->isValid());
-    window_.emplace();
-    window_->progressTimer->setInterval(24 * 60 * 60 * 1000);
-    user_.emplace(*window_);
+    start();
+    progressTimer().setInterval(24 * 60 * 60 * 1000);
   }
 
   void cleanup() {
     simulator::releaseBurns();
-    QPointer<UpdateCaptureThread> last;
-    for (UpdateCaptureThread* worker : workers()) {
+    QPointer<QThread> last;
+    for (QThread* worker : workers()) {
       last = worker;
       QVERIFY(worker->wait(10'000));
     }
     // Its deletion is on its way to this thread.
     QVERIFY(waitFor([&] { return last.isNull(); }));
-    if (window_) {
-      // Nobody owns it.
-      const std::unique_ptr<QTimer> timer(window_->progressTimer);
-      user_.reset();
-      window_.reset();
-    }
+    closeWindow();
   }
 
   void choosingAFileFillsBothFieldsAndStoresThePath_data() {
@@ -94,17 +80,17 @@ class CapturePageTest : public QObject {
     const QString path = write("any.img", "");
     DialogAnswers answers;
     answers.chooseFile(path);
-    user_->click(button);
+    user.click(button);
     QCOMPARE(answers.fileDialogs().size(), 1);
     const auto& dialog = answers.fileDialogs().first();
     QCOMPARE(dialog.title, "Load Capture Firmware File");
     QCOMPARE(dialog.filters, QStringList{"*.img"});
     QCOMPARE(dialog.mode, QFileDialog::AcceptOpen);
     QVERIFY(dialog.isModal);
-    QCOMPARE(dialog.parent, &*window_);
+    QCOMPARE(dialog.parent, &window());
     QCOMPARE(pathFields(), (QStringList{path, path}));
-    QCOMPARE(window_->capFirmwarePath, path);
-    QCOMPARE(user_->message(), "");
+    QCOMPARE(MainWindowTestAccess::captureImagePath(window()), path);
+    QCOMPARE(user.message(), "");
     QCOMPARE(journalCalls(), QStringList());
   }
 
@@ -113,10 +99,10 @@ class CapturePageTest : public QObject {
     browse(path);
     QTest::ignoreMessage(QtDebugMsg, "empty");
     const DialogAnswers answers;
-    user_->click("BN_Browse_Cap_QX");
+    user.click("BN_Browse_Cap_QX");
     QCOMPARE(answers.fileDialogs().size(), 1);
     QCOMPARE(pathFields(), (QStringList{path, path}));
-    QCOMPARE(window_->capFirmwarePath, path);
+    QCOMPARE(MainWindowTestAccess::captureImagePath(window()), path);
   }
 
   // Every combination of what can be wrong: the first check that fails speaks,
@@ -153,7 +139,7 @@ class CapturePageTest : public QObject {
     QFETCH(QString, file);
     QFETCH(QString, box);
     if (connected) {
-      user_->click("BN_Connect");
+      user.click("BN_Connect");
     }
     const QString path = write("firmware.img", imageFor("KVR-5"));
     browse(path);
@@ -161,9 +147,9 @@ class CapturePageTest : public QObject {
       QVERIFY(QFile::remove(path));
     }
     if (!pathShown) {
-      user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").clear();
+      user.widget<QLineEdit>("lineEdit_Cap_Path_QX").clear();
     }
-    user_->widget<QLineEdit>("Edit_PID").setText(pid);
+    user.widget<QLineEdit>("Edit_PID").setText(pid);
     expectNothingStarted(box);
   }
 
@@ -179,25 +165,25 @@ class CapturePageTest : public QObject {
   void eitherEmptyIdIsASilentReturn() {
     QFETCH(QString, field);
     QFETCH(QString, text);
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
-    user_->widget<QLineEdit>(field).setText(text);
+    user.widget<QLineEdit>(field).setText(text);
     expectNothingStarted(QString());
   }
 
   void thePathFieldOfTheVisiblePageIsTheOneChecked() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QString path = write("firmware.img", imageFor("KVR-7"));
     browse(path);
-    user_->widget<QLineEdit>("lineEdit_Cap_Path").clear();
+    user.widget<QLineEdit>("lineEdit_Cap_Path").clear();
     // What a user types there does not change the file that was chosen.
-    user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").setText("something else");
+    user.widget<QLineEdit>("lineEdit_Cap_Path_QX").setText("something else");
     expectBurn("BN_Apply_CapMCU", path);
   }
 
   void aTypedPathAloneIsNoChosenFile() {
-    user_->click("BN_Connect");
-    user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").setText(write("firmware.img", imageFor("KVR-7")));
+    user.click("BN_Connect");
+    user.widget<QLineEdit>("lineEdit_Cap_Path_QX").setText(write("firmware.img", imageFor("KVR-7")));
     expectNothingStarted("Unable to open file");
   }
 
@@ -231,12 +217,12 @@ class CapturePageTest : public QObject {
     QFETCH(QString, pid);
     QFETCH(QByteArray, image);
     QFETCH(QString, box);
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QString path = write("firmware.img", image);
     browse(path);
     for (const auto& [field, text] : {std::pair("Edit_VID", vid), std::pair("Edit_PID", pid)}) {
-      user_->widget<QLineEdit>(field).setMaxLength(32767);
-      user_->widget<QLineEdit>(field).setText(text);
+      user.widget<QLineEdit>(field).setMaxLength(32767);
+      user.widget<QLineEdit>(field).setText(text);
     }
     if (box.isEmpty()) {
       expectBurn("BN_Apply_CapMCU_QX", path);
@@ -256,7 +242,7 @@ class CapturePageTest : public QObject {
   void whatIsNoRegularFileCannotBeOpened() {
     QFETCH(QString, kind);
 #if defined(Q_OS_UNIX)
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QString path = write("firmware.img", imageFor("KVR-7"));
     browse(path);
     QVERIFY(QFile::remove(path));
@@ -275,7 +261,7 @@ class CapturePageTest : public QObject {
 
   void aFileThatOpensButCannotBeReadIsRefused() {
 #if defined(Q_OS_LINUX)
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QString path = write("firmware.img", imageFor("KVR-7"));
     browse(path);
     QVERIFY(QFile::remove(path));
@@ -287,7 +273,7 @@ class CapturePageTest : public QObject {
   }
 
   void aBurnPutsTheImageIntoTheFlashAndItsVersionOnTheDevice() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QByteArray image = imageFor("KVR-7", 300'001);
     const QString path = write("firmware.img", image);
     browse(path);
@@ -297,11 +283,11 @@ class CapturePageTest : public QObject {
   }
 
   void thePathReachesTheLibraryWhole() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     QString name = QString::fromUtf8("прошивка firmwäre 固件 ");
     name += QString(70, 'x');
     const QString folder = name + "/" + name + "/" + name;
-    QVERIFY(QDir(directory_->path()).mkpath(folder));
+    QVERIFY(QDir(files().folder()).mkpath(folder));
     const QByteArray image = imageFor("KVR-7");
     const QString path = write(folder + "/capture image.img", image);
     QVERIFY(path.size() > 200);
@@ -313,11 +299,11 @@ class CapturePageTest : public QObject {
   }
 
   void theChosenFileStaysForTheNextBurn() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QString path = write("firmware.img", imageFor("KVR-7"));
     browse(path);
     expectBurn("BN_Apply_CapMCU_QX", path);
-    user_->widget<QLabel>("LB_Message").clear();
+    user.widget<QLabel>("LB_Message").clear();
     simulator::clearJournal();
     expectBurn("BN_Apply_CapMCU", path);
   }
@@ -336,8 +322,8 @@ class CapturePageTest : public QObject {
       simulator::holdBurns(i + 1);
       QVERIFY(waitForProgress(percent));
       tick();
-      QCOMPARE(user_->message(), QString::number(percent) + "%");
-      QCOMPARE(window_->progressTimer->isActive(), percent < 100);
+      QCOMPARE(user.message(), QString::number(percent) + "%");
+      QCOMPARE(progressTimer().isActive(), percent < 100);
     }
   }
 
@@ -364,20 +350,20 @@ class CapturePageTest : public QObject {
     simulator::holdBurns(2);
     QVERIFY(waitFor([&] { return burnProgress != 77; }));
     tick();
-    QCOMPARE(user_->message(), shown);
-    QCOMPARE(window_->progressTimer->isActive(), goesOn);
+    QCOMPARE(user.message(), shown);
+    QCOMPARE(progressTimer().isActive(), goesOn);
   }
 
   void theSimulatedLibraryReportsFractionsAndEndsAt100() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7", 1'000'000)));
     simulator::holdBurns(1);
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
     QCOMPARE(burnProgress.load(), 0);
     const auto start = simulator::now();
     simulator::releaseBurns();
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
     QCOMPARE(burnProgress.load(), 100);
     // 16 sectors to erase, 245 pieces to write.
     QCOMPARE(simulator::now() - start, std::chrono::nanoseconds(std::chrono::milliseconds(16 * 80 + 245 * 15)));
@@ -388,24 +374,24 @@ class CapturePageTest : public QObject {
     simulator::holdBurns(2);
     QVERIFY(waitForProgress(99));
     tick();
-    QCOMPARE(user_->message(), "99%");
-    QVERIFY(window_->progressTimer->isActive());
+    QCOMPARE(user.message(), "99%");
+    QVERIFY(progressTimer().isActive());
     simulator::releaseBurns();
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
     // The end of the burn alone does not stop it.
-    QVERIFY(window_->progressTimer->isActive());
+    QVERIFY(progressTimer().isActive());
     tick();
-    QCOMPARE(user_->message(), "100%");
-    QVERIFY(!window_->progressTimer->isActive());
+    QCOMPARE(user.message(), "100%");
+    QVERIFY(!progressTimer().isActive());
   }
 
   void aSuccessThatNeverReported100LeavesTheTimerRunning() {
     startHeldBurn({99.0F, 99.99F});
     simulator::releaseBurns();
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
     tick();
-    QCOMPARE(user_->message(), "99%");
-    QVERIFY(window_->progressTimer->isActive());
+    QCOMPARE(user.message(), "99%");
+    QVERIFY(progressTimer().isActive());
   }
 
   void afterAFailureTheTimerGoesOnWithTheLastPercentage() {
@@ -414,24 +400,24 @@ class CapturePageTest : public QObject {
     QVERIFY(waitForProgress(42));
     simulator::unplug();
     simulator::releaseBurns();
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
     // Without a tick from the test: the timer itself rewrites the message.
-    window_->progressTimer->setInterval(1);
+    progressTimer().setInterval(1);
     for (int i = 0; i < 3; ++i) {
-      user_->widget<QLabel>("LB_Message").setText("Burn CAP...[Fail]");
-      QVERIFY(waitFor([&] { return user_->message() == "42%"; }));
-      QVERIFY(window_->progressTimer->isActive());
+      user.widget<QLabel>("LB_Message").setText("Burn CAP...[Fail]");
+      QVERIFY(waitFor([&] { return user.message() == "42%"; }));
+      QVERIFY(progressTimer().isActive());
     }
   }
 
   void theProgressIsResetByTheBurnItself() {
     burnProgress = 55;
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
     // Refused by the library before it reports anything.
     simulator::failCall("burnToFlash", 1, -1);
-    user_->click("BN_Apply_CapMCU_QX");
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    user.click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
     QCOMPARE(burnProgress.load(), 0);
   }
 
@@ -444,12 +430,12 @@ class CapturePageTest : public QObject {
 
   void everyOtherStatusThanZeroIsAFailure() {
     QFETCH(int, status);
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
     simulator::failCall("burnToFlash", 1, status);
     QTest::ignoreMessage(QtDebugMsg, kExit);
-    user_->click("BN_Apply_CapMCU_QX");
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    user.click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
     QVERIFY(waitFor([&] { return workers().isEmpty(); }));
   }
 
@@ -465,19 +451,19 @@ class CapturePageTest : public QObject {
   void anInterruptedBurnLeavesNoFirmwareUntilAGoodOne() {
     QFETCH(QString, interruption);
     QFETCH(int, status);
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QByteArray image = imageFor("KVR-7");
     browse(write("firmware.img", image));
     simulator::holdBurns(10);
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
     simulator::clearJournal();
     if (interruption == "reboot") {
-      user_->click("BN_Apply_Reboot");
+      user.click("BN_Apply_Reboot");
       simulator::advanceTime(std::chrono::seconds(5));
     } else if (interruption == "close") {
-      user_->choose("CB_DeviceType", "KVR-5B");
-      user_->click("BN_Connect");
+      user.choose("CB_DeviceType", "KVR-5B");
+      user.click("BN_Connect");
     } else {
       simulator::unplug();
       if (interruption == "replug") {
@@ -485,14 +471,14 @@ class CapturePageTest : public QObject {
       }
     }
     simulator::releaseBurns();
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
     QCOMPARE(simulator::journal().back().result, status);
     QVERIFY(flashContent(image.size()) != image);
     simulator::replug();
     QCOMPARE(versionAfterReconnect(), "Get Capture Version [fail]");
 
-    user_->click("BN_Apply_CapMCU_QX");
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    user.click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
     QCOMPARE(flashContent(image.size()), image);
     QCOMPARE(versionAfterReconnect(), "V4.56.78");
   }
@@ -500,73 +486,73 @@ class CapturePageTest : public QObject {
   void aFlashThatFailsLeavesNoFirmware() {
     QCOMPARE(simulator::loadScenario(R"({"captureFlash": {"failAtPercent": 60.5}})"), std::string());
     simulator::useVirtualTime();
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7", 1'000'000)));
-    user_->click("BN_Apply_CapMCU_QX");
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    user.click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
     QCOMPARE(simulator::journal().back().result, simulator::kFlashFault);
     QCOMPARE(burnProgress.load(), 60);
     QCOMPARE(versionAfterReconnect(), "Get Capture Version [fail]");
   }
 
   void anImageTooLargeForTheFlashIsRefusedAndTheFirmwareStays() {
-    user_->click("BN_Connect");
-    const QString before = user_->text("lb_FW_VER_QX");
+    user.click("BN_Connect");
+    const QString before = user.text("lb_FW_VER_QX");
     const QString path = write("firmware.img", imageFor("KVR-7"));
     browse(path);
     QVERIFY(QFile::resize(path, 16 * 1024 * 1024 + 1));
-    user_->click("BN_Apply_CapMCU_QX");
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    user.click("BN_Apply_CapMCU_QX");
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
     QCOMPARE(simulator::journal().back().result, simulator::kBadFile);
     QCOMPARE(versionAfterReconnect(), before);
   }
 
   void theDeviceServesTheWindowDuringABurn() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
     simulator::holdBurns(3);
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
-    user_->click("BN_Info_Read");
-    QCOMPARE(user_->message(), "HdmiRX_GetRawTimingInfo  [OK]");
-    user_->click("BN_SN_Read");
-    QCOMPARE(user_->widget<QLineEdit>("lineEdit_SN").text(), "OV7A00001234");
+    user.click("BN_Info_Read");
+    QCOMPARE(user.message(), "HdmiRX_GetRawTimingInfo  [OK]");
+    user.click("BN_SN_Read");
+    QCOMPARE(user.widget<QLineEdit>("lineEdit_SN").text(), "OV7A00001234");
     // No control is locked.
     for (const char* button : {"BN_Apply_CapMCU_QX", "BN_Browse_Cap_QX", "BN_Connect"}) {
-      QVERIFY(user_->widget<QAbstractButton>(button).isEnabled());
+      QVERIFY(user.widget<QAbstractButton>(button).isEnabled());
     }
   }
 
   void aSecondBurnAtOnceFailsAndTheFirstGoesOn() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QByteArray image = imageFor("KVR-7");
     const QString path = write("firmware.img", image);
     browse(path);
     simulator::clearJournal();
     simulator::holdBurns(5);
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
     QCOMPARE(workers().size(), 1);
-    user_->click("BN_Apply_CapMCU");
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[Fail]"; }));
+    user.click("BN_Apply_CapMCU");
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
     QCOMPARE(simulator::journal().back().result, simulator::kBusy);
     QCOMPARE(simulator::heldBurns(), 1U);
     simulator::releaseBurns();
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
     QCOMPARE(journalOperations(), (QStringList{"burnToFlash", "burnToFlash"}));
     QCOMPARE(flashContent(image.size()), image);
     QVERIFY(waitFor([&] { return workers().isEmpty(); }));
   }
 
   void manyBurnsAtOnceDoNoHarm() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QByteArray image = imageFor("KVR-7");
     browse(write("firmware.img", image));
-    window_->progressTimer->setInterval(0);
+    progressTimer().setInterval(0);
     simulator::clearJournal();
     for (int i = 0; i < 20; ++i) {
-      user_->click("BN_Apply_CapMCU_QX");
-      user_->click("BN_Info_Read");
+      user.click("BN_Apply_CapMCU_QX");
+      user.click("BN_Info_Read");
       QCoreApplication::processEvents();
     }
     QVERIFY(waitFor([&] { return workers().isEmpty(); }));
@@ -582,48 +568,44 @@ class CapturePageTest : public QObject {
   }
 
   void theWorkerBelongsToTheWindowAndDeletesItself() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
     simulator::holdBurns(1);
-    user_->click("BN_Apply_CapMCU_QX");
-    const QPointer<UpdateCaptureThread> worker = window_->updateCaptureThread;
-    QCOMPARE(worker->parent(), &*window_);
-    QVERIFY(window_->progressTimer->isActive());
+    user.click("BN_Apply_CapMCU_QX");
+    const QPointer<UpdateCaptureThread> worker = MainWindowTestAccess::captureWorker(window());
+    QCOMPARE(worker->parent(), &window());
+    QVERIFY(progressTimer().isActive());
     QTest::ignoreMessage(QtDebugMsg, kExit);
     simulator::releaseBurns();
     QVERIFY(waitFor([&] { return worker.isNull(); }));
   }
 
   void theBurnUsesThePathChosenWhenItStarted() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QString first = write("first.img", imageFor("KVR-7"));
     browse(first);
     simulator::holdBurns(1);
     simulator::clearJournal();
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     browse(write("second.img", imageFor("KVR-7")));
     simulator::releaseBurns();
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
     QCOMPARE(journalCalls(), QStringList{"burnToFlash(\"" + first + "\")"});
   }
 
   void aBurnOutlivesTheWindow() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     const QByteArray image = imageFor("KVR-7");
     browse(write("firmware.img", image));
     simulator::holdBurns(3);
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
-    const QPointer<UpdateCaptureThread> worker = window_->updateCaptureThread;
-    const std::shared_ptr<MessageLine> messageLine = window_->messageLine;
+    const QPointer<UpdateCaptureThread> worker = MainWindowTestAccess::captureWorker(window());
+    const std::shared_ptr<MessageLine> messageLine = MainWindowTestAccess::messageLine(window());
     simulator::clearJournal();
     QElapsedTimer time;
     time.start();
-    {
-      const std::unique_ptr<QTimer> timer(window_->progressTimer);
-      user_.reset();
-      window_.reset();
-    }
+    closeWindow();
     QVERIFY2(time.elapsed() < 5000, "the window waited for the burn");
     QCOMPARE(journalCalls(), QStringList());
     QVERIFY(worker);
@@ -640,13 +622,13 @@ class CapturePageTest : public QObject {
   }
 
   void aBurnAtItsVeryEndOutlivesTheWindowToo() {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
     simulator::holdBurns(1);
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
-    const QPointer<UpdateCaptureThread> worker = window_->updateCaptureThread;
-    const std::shared_ptr<MessageLine> messageLine = window_->messageLine;
+    const QPointer<UpdateCaptureThread> worker = MainWindowTestAccess::captureWorker(window());
+    const std::shared_ptr<MessageLine> messageLine = MainWindowTestAccess::messageLine(window());
     // Past `run`, where Qt calls it finished, but still on its thread.
     std::promise<void> atEnd;
     std::promise<void> goOn;
@@ -660,11 +642,7 @@ class CapturePageTest : public QObject {
     simulator::releaseBurns();
     QVERIFY(atEnd.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready);
     QVERIFY(!worker->isRunning());
-    {
-      const std::unique_ptr<QTimer> timer(window_->progressTimer);
-      user_.reset();
-      window_.reset();
-    }
+    closeWindow();
     // Deleted, it would have been waited for.
     QVERIFY(worker);
     goOn.set_value();
@@ -674,30 +652,16 @@ class CapturePageTest : public QObject {
   }
 
  private:
-  QString write(const QString& name, const QByteArray& content) const {
-    QString path = directory_->filePath(name);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("%s cannot be written", qPrintable(path));
-    }
-    return path;
-  }
+  QString write(const QString& name, const QByteArray& content) const { return files().write(name, content); }
 
-  void browse(const QString& path) const {
-    DialogAnswers answers;
-    answers.chooseFile(path);
-    user_->click("BN_Browse_Cap_QX");
-  }
+  void browse(const QString& path) const { chooseFile("BN_Browse_Cap_QX", path); }
 
-  void tick() { QMetaObject::invokeMethod(&*window_, "slotTimeoutExcute"); }
+  QTimer& progressTimer() const { return *MainWindowTestAccess::progressTimer(window()); }
+
+  void tick() { QMetaObject::invokeMethod(&window(), "slotTimeoutExcute"); }
 
   QStringList pathFields() const {
-    return {user_->widget<QLineEdit>("lineEdit_Cap_Path").text(),
-            user_->widget<QLineEdit>("lineEdit_Cap_Path_QX").text()};
-  }
-
-  QList<UpdateCaptureThread*> workers() const {
-    return window_ ? window_->findChildren<UpdateCaptureThread*>() : QList<UpdateCaptureThread*>();
+    return {user.widget<QLineEdit>("lineEdit_Cap_Path").text(), user.widget<QLineEdit>("lineEdit_Cap_Path_QX").text()};
   }
 
   static QByteArray flashContent(int size) {
@@ -707,11 +671,11 @@ class CapturePageTest : public QObject {
 
   // Of a device whose version is read at connecting only.
   QString versionAfterReconnect() const {
-    user_->choose("CB_DeviceType", "KVR-5B");
-    user_->click("BN_Connect");
-    user_->choose("CB_DeviceType", "KVR-7");
-    user_->click("BN_Connect");
-    return user_->text("lb_FW_VER_QX");
+    user.choose("CB_DeviceType", "KVR-5B");
+    user.click("BN_Connect");
+    user.choose("CB_DeviceType", "KVR-7");
+    user.click("BN_Connect");
+    return user.text("lb_FW_VER_QX");
   }
 
   // Without the event loop: nothing but the burn goes on.
@@ -726,49 +690,45 @@ class CapturePageTest : public QObject {
 
   // A burn that reports these values and waits after the first one.
   void startHeldBurn(const std::vector<float>& reports) {
-    user_->click("BN_Connect");
+    user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
     simulator::reportDuringBurns(reports);
     simulator::holdBurns(1);
-    user_->click("BN_Apply_CapMCU_QX");
+    user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
   }
 
   void expectNothingStarted(const QString& box) {
-    const QString message = user_->message();
+    const QString message = user.message();
     const QStringList calls = journalCalls();
     for (const char* button : {"BN_Apply_CapMCU_QX", "BN_Apply_CapMCU"}) {
       const DialogAnswers answers;
-      user_->click(button);
+      user.click(button);
       QCOMPARE(answers.messages().size(), box.isEmpty() ? 0 : 1);
       for (const auto& shown : answers.messages()) {
         QCOMPARE(shown.icon, QMessageBox::Warning);
         QCOMPARE(shown.title, "Error");
         QCOMPARE(shown.text, box);
         QVERIFY(shown.isModal);
-        QCOMPARE(shown.parent, &*window_);
+        QCOMPARE(shown.parent, &window());
       }
       QVERIFY(workers().isEmpty());
-      QVERIFY(window_->updateCaptureThread == nullptr);
-      QVERIFY(!window_->progressTimer->isActive());
+      QVERIFY(MainWindowTestAccess::captureWorker(window()) == nullptr);
+      QVERIFY(!progressTimer().isActive());
       QCOMPARE(journalCalls(), calls);
-      QCOMPARE(user_->message(), message);
+      QCOMPARE(user.message(), message);
     }
   }
 
   void expectBurn(const QString& button, const QString& path) {
     const DialogAnswers answers;
     simulator::clearJournal();
-    user_->click(button);
+    user.click(button);
     QVERIFY(answers.messages().isEmpty());
-    QVERIFY(waitFor([&] { return user_->message() == "Burn CAP...[OK]"; }));
+    QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
     QCOMPARE(journalCalls(), QStringList{"burnToFlash(\"" + path + "\")"});
     QCOMPARE(burnProgress.load(), 100);
   }
-
-  std::unique_ptr<QTemporaryDir> directory_;
-  std::optional<MainWindow> window_;
-  std::optional<WindowDriver> user_;
 };
 
 QTEST_MAIN(CapturePageTest)

@@ -1,13 +1,10 @@
-#include "app/main_window.h"
-#include "app/program_state.h"
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/control/control.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QDir>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <climits>
@@ -24,27 +21,15 @@ QByteArray madeUpKey() {
 
 }  // namespace
 
-class ProvisioningPageTest : public QObject {
+class ProvisioningPageTest : public WindowTest {
   Q_OBJECT
 
  private slots:
   // File names are UTF-8 wherever the test runs.
   void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
-  void init() {
-    simulator::reset();
-    simulator::useVirtualTime();
-    selectedVid = 0;
-    selectedPid = 0;
-    directory_ = std::make_unique<QTemporaryDir>();
-    QVERIFY(directory_->isValid());
-  }
-
   void choosingAKeyFileBurnsIt() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     const QString path = write("key.bin", madeUpKey());
     DialogAnswers answers;
     answers.chooseFile(path);
@@ -56,7 +41,7 @@ class ProvisioningPageTest : public QObject {
     QCOMPARE(dialog.filters, QStringList{"*.bin"});
     QCOMPARE(dialog.mode, QFileDialog::AcceptOpen);
     QVERIFY(dialog.isModal);
-    QCOMPARE(dialog.parent, &window);
+    QCOMPARE(dialog.parent, &window());
     QCOMPARE(journalCalls(), QStringList{"burnHDCP(\"" + path + "\")"});
     QCOMPARE(user.widget<QLineEdit>("lineEdit_KeyPath").text(), path);
     QCOMPARE(user.message(), "Burn HDCP...[OK]");
@@ -65,10 +50,7 @@ class ProvisioningPageTest : public QObject {
   }
 
   void cancellingTheKeyDialogBurnsNothing() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     user.widget<QLineEdit>("lineEdit_KeyPath").setText("before");
     QTest::ignoreMessage(QtDebugMsg, "empty");
     const DialogAnswers answers;
@@ -81,12 +63,10 @@ class ProvisioningPageTest : public QObject {
   }
 
   void theKeyPathReachesTheLibraryWhole() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     QString name = QString::fromUtf8("clé schlüssel 鍵 ");
     name += QString(60, 'k');
-    QVERIFY(QDir(directory_->path()).mkpath(name + "/" + name + "/" + name));
+    QVERIFY(QDir(files().folder()).mkpath(name + "/" + name + "/" + name));
     const QString path = write(name + "/" + name + "/" + name + "/a key.bin", madeUpKey());
     QVERIFY(path.size() > 200);
     simulator::clearJournal();
@@ -108,8 +88,6 @@ class ProvisioningPageTest : public QObject {
 
   void aFailedKeyBurnIsReported() {
     QFETCH(int, status);
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     simulator::failCall("burnHDCP", 1, status);
     DialogAnswers answers;
@@ -128,10 +106,7 @@ class ProvisioningPageTest : public QObject {
 
   void aKeyFileIsLeftToTheLibraryToJudge() {
     QFETCH(int, size);
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     DialogAnswers answers;
     answers.chooseFile(write("key.bin", QByteArray(size, 'k')));
     user.click("BN_Browse_Key");
@@ -140,8 +115,6 @@ class ProvisioningPageTest : public QObject {
   }
 
   void aKeyIsSentWithoutAConnectionToo() {
-    const MainWindow window;
-    const WindowDriver user(window);
     DialogAnswers answers;
     answers.chooseFile(write("key.bin", madeUpKey()));
     user.click("BN_Browse_Key");
@@ -150,10 +123,7 @@ class ProvisioningPageTest : public QObject {
   }
 
   void theSerialNumberIsShown() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     user.click("BN_SN_Read");
     QCOMPARE(journalCalls(), QStringList{"AT_USB_Get_SerialNum(100)"});
     QCOMPARE(user.widget<QLineEdit>("lineEdit_SN").text(), "OV7A00001234");
@@ -162,8 +132,6 @@ class ProvisioningPageTest : public QObject {
   }
 
   void withoutAConnectionNoSerialNumberIsRead() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.widget<QLineEdit>("lineEdit_SN").setText("before");
     user.click("BN_SN_Read");
     QCOMPARE(journalCalls(), QStringList());
@@ -175,8 +143,6 @@ class ProvisioningPageTest : public QObject {
 
   void aFailedReadLeavesTheField() {
     QFETCH(int, status);
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     user.widget<QLineEdit>("lineEdit_SN").setText("before");
     simulator::answerCall("AT_USB_Get_SerialNum", 1, status, std::vector<std::uint8_t>(100, 'x'));
@@ -200,8 +166,6 @@ class ProvisioningPageTest : public QObject {
   void theSerialNumberEndsAtItsNulOrAtTheBuffer() {
     QFETCH(QByteArray, buffer);
     QFETCH(QString, shown);
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     auto& field = user.widget<QLineEdit>("lineEdit_SN");
     simulator::answerCall("AT_USB_Get_SerialNum", 1, 0, {buffer.begin(), buffer.end()});
@@ -229,10 +193,7 @@ class ProvisioningPageTest : public QObject {
   void theSerialNumberIsSentAsTyped() {
     QFETCH(QString, typed);
     QFETCH(QString, call);
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     user.widget<QLineEdit>("lineEdit_SN").setText(typed);
     user.click("BN_SN_Set");
     QCOMPARE(journalCalls(), QStringList{call});
@@ -251,10 +212,7 @@ class ProvisioningPageTest : public QObject {
 
   void aBlankSerialNumberIsNotSent() {
     QFETCH(QString, typed);
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     user.widget<QLineEdit>("lineEdit_SN").setText(typed);
     user.click("BN_SN_Set");
     QCOMPARE(journalCalls(), QStringList());
@@ -265,8 +223,6 @@ class ProvisioningPageTest : public QObject {
 
   void aFailedSetIsReported() {
     QFETCH(int, status);
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     user.widget<QLineEdit>("lineEdit_SN").setText("123");
     simulator::failCall("AT_USB_Set_SerialNum", 1, status);
@@ -276,8 +232,6 @@ class ProvisioningPageTest : public QObject {
   }
 
   void aSerialNumberIsSentWithoutAConnectionToo() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.widget<QLineEdit>("lineEdit_SN").setText("123");
     user.click("BN_SN_Set");
     QCOMPARE(journalOperations(), QStringList{"AT_USB_Set_SerialNum"});
@@ -285,8 +239,6 @@ class ProvisioningPageTest : public QObject {
   }
 
   void restoringBringsTheDefaultsBackAndKeepsWhatProductionWrote() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     user.widget<QLineEdit>("lineEdit_SN").setText("123");
     user.click("BN_SN_Set");
@@ -332,8 +284,6 @@ class ProvisioningPageTest : public QObject {
     QFETCH(QString, button);
     QFETCH(QString, operation);
     QFETCH(QString, message);
-    const MainWindow window;
-    const WindowDriver user(window);
     const DialogAnswers answers;
     // Not connected: the call is made, and fails.
     user.widget<QLabel>("LB_Message").setText("before");
@@ -356,16 +306,13 @@ class ProvisioningPageTest : public QObject {
   void theirStatusIsReturnedToTheSlotsCaller() {
     QFETCH(QString, slot);
     QFETCH(QString, operation);
-    MainWindow window;
     simulator::failCall(operation.toStdString(), 1, -42);
     int status = 0;
-    QVERIFY(QMetaObject::invokeMethod(&window, qPrintable(slot), Q_RETURN_ARG(int, status)));
+    QVERIFY(QMetaObject::invokeMethod(&window(), qPrintable(slot), Q_RETURN_ARG(int, status)));
     QCOMPARE(status, -42);
   }
 
   void aRebootTakesTheDeviceOffTheBusForAMoment() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     user.click("BN_Apply_Reboot");
     QCOMPARE(user.message(), "Device Connected");
@@ -378,16 +325,7 @@ class ProvisioningPageTest : public QObject {
   }
 
  private:
-  QString write(const QString& name, const QByteArray& content) const {
-    QString path = directory_->filePath(name);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("%s cannot be written", qPrintable(path));
-    }
-    return path;
-  }
-
-  std::unique_ptr<QTemporaryDir> directory_;
+  QString write(const QString& name, const QByteArray& content) const { return files().write(name, content); }
 };
 
 QTEST_MAIN(ProvisioningPageTest)

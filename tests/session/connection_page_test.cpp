@@ -1,8 +1,7 @@
-#include "app/main_window.h"
 #include "app/program_state.h"
 #include "simulator/control/control.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QTest>
 
@@ -25,19 +24,13 @@ constexpr const char* kScenario = R"({
 
 }  // namespace
 
-class ConnectionPageTest : public QObject {
+class ConnectionPageTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void init() {
-    QCOMPARE(simulator::loadScenario(kScenario), std::string());
-    selectedVid = 0;
-    selectedPid = 0;
-  }
+  void init() { start(kScenario); }
 
   void connectingRunsTheSequenceAndShowsTheIdentity() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     QCOMPARE(journalOperations(), kFullSequence);
     QCOMPARE(journalCalls().at(1), "setDevice(0, 0, 0x5C19, 0x6B03)");
@@ -53,8 +46,6 @@ class ConnectionPageTest : public QObject {
   }
 
   void choosingATypeOnlyWritesItsIds() {
-    const MainWindow window;
-    const WindowDriver user(window);
     const auto& pid = user.widget<QLineEdit>("Edit_PID");
     user.choose("CB_DeviceType", "KVR-5B");
     QCOMPARE(pid.text(), "6B02");
@@ -68,10 +59,7 @@ class ConnectionPageTest : public QObject {
   }
 
   void theOpenSessionIsKeptByASecondPress() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     user.widget<QLabel>("LB_Message").setText("untouched");
     user.click("BN_Connect");
     QCOMPARE(journalCalls(), QStringList());
@@ -79,10 +67,7 @@ class ConnectionPageTest : public QObject {
   }
 
   void changingTheTypeClosesThePortWithoutUninitialising() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     user.choose("CB_DeviceType", "KVR-5B");
     QCOMPARE(journalCalls(), QStringList());
     user.click("BN_Connect");
@@ -115,8 +100,6 @@ class ConnectionPageTest : public QObject {
     QFETCH(QStringList, calls);
     QFETCH(QString, message);
     unsigned call = 0;
-    const MainWindow window;
-    const WindowDriver user(window);
     for (const std::int32_t status : {1, -1, INT_MIN, INT_MAX}) {
       simulator::clearJournal();
       simulator::failCall(operation.toStdString(), ++call, status);
@@ -168,8 +151,6 @@ class ConnectionPageTest : public QObject {
     QFETCH(QString, captureVersion);
     QFETCH(QString, mainVersion);
     QFETCH(QString, emptied);
-    const MainWindow window;
-    const WindowDriver user(window);
     simulator::failCall(operation.toStdString(), 1, -7);
     user.click("BN_Connect");
     QCOMPARE(journalOperations(), kFullSequence);
@@ -187,8 +168,6 @@ class ConnectionPageTest : public QObject {
   }
 
   void theLastFailureOfTheIdentityReadsIsShown() {
-    const MainWindow window;
-    const WindowDriver user(window);
     for (const QString& operation : kIdentityReads) {
       simulator::failCall(operation.toStdString(), 1, -1);
     }
@@ -235,8 +214,6 @@ class ConnectionPageTest : public QObject {
     QFETCH(QByteArray, answer);
     QFETCH(QString, label);
     QFETCH(QString, shown);
-    const MainWindow window;
-    const WindowDriver user(window);
     simulator::answerCall(operation.toStdString(), 1, status, bytes(answer));
     user.click("BN_Connect");
     QCOMPARE(user.message(), "Device Connected");
@@ -245,9 +222,7 @@ class ConnectionPageTest : public QObject {
 
   void everyMainVersionIsShown() {
     for (int version = 0; version < 256; ++version) {
-      simulator::reset();
-      const MainWindow window;
-      const WindowDriver user(window);
+      start();
       simulator::answerCall("AT_System_Get_ExternalMCU_cmd", 1, 0, {static_cast<std::uint8_t>(version)});
       user.click("BN_Connect");
       QCOMPARE(user.text("lb_Main_VER_QX"), QStringLiteral("v%1.%2").arg(version / 16).arg(version % 16));
@@ -270,8 +245,6 @@ class ConnectionPageTest : public QObject {
   void anEmptyIdIsASilentReturn() {
     QFETCH(QString, field);
     QFETCH(QString, text);
-    const MainWindow window;
-    const WindowDriver user(window);
     user.widget<QLineEdit>(field).setText(text);
     user.click("BN_Connect");
     QCOMPARE(journalCalls(), QStringList());
@@ -307,8 +280,6 @@ class ConnectionPageTest : public QObject {
     QFETCH(QString, vid);
     QFETCH(QString, pid);
     QFETCH(QString, call);
-    const MainWindow window;
-    const WindowDriver user(window);
     user.widget<QLineEdit>("Edit_VID").setText(vid);
     user.widget<QLineEdit>("Edit_PID").setText(pid);
     user.click("BN_Connect");
@@ -316,8 +287,6 @@ class ConnectionPageTest : public QObject {
   }
 
   void aDeviceThatDisappearsIsNoticedAtTheNextAttemptOnly() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     simulator::unplug();
     simulator::clearJournal();

@@ -1,8 +1,6 @@
-#include "app/main_window.h"
-#include "app/program_state.h"
 #include "simulator/control/control.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QTest>
 
@@ -53,19 +51,11 @@ const QStringList kRecordTexts{
 
 }  // namespace
 
-class RxInfoPageTest : public QObject {
+class RxInfoPageTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void init() {
-    simulator::reset();
-    selectedVid = 0;
-    selectedPid = 0;
-  }
-
   void withoutASessionNothingHappens() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Info_Read");
     QCOMPARE(journalCalls(), QStringList());
     QCOMPARE(user.message(), "");
@@ -75,8 +65,6 @@ class RxInfoPageTest : public QObject {
   }
 
   void everyFieldOfTheRecordReachesItsLabel() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     simulator::answerCall(kOperation, 1, 0, record());
     user.click("BN_Info_Read");
@@ -85,8 +73,6 @@ class RxInfoPageTest : public QObject {
   }
 
   void aFailedReadKeepsTheValuesShown() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     simulator::answerCall(kOperation, 1, 0, record());
     user.click("BN_Info_Read");
@@ -101,10 +87,7 @@ class RxInfoPageTest : public QObject {
   }
 
   void everyReadIsFresh() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     for (int i = 0; i < 3; ++i) {
       user.click("BN_Info_Read");
     }
@@ -112,8 +95,6 @@ class RxInfoPageTest : public QObject {
   }
 
   void aBufferLeftUntouchedIsReadAsZeros() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     simulator::answerCall(kOperation, 1, 0, {});
     user.click("BN_Info_Read");
@@ -124,9 +105,7 @@ class RxInfoPageTest : public QObject {
 
   // The signal's published numbers on the simulated device.
   void theSignalIsShown() {
-    QCOMPARE(simulator::loadScenario(R"({"inputs": {"hdmi": "1080p60"}})"), std::string());
-    const MainWindow window;
-    const WindowDriver user(window);
+    loadDevice(R"({"inputs": {"hdmi": "1080p60"}})");
     user.click("BN_Connect");
     user.click("BN_Info_Read");
     QCOMPARE(user.text("label_SCAN"), "progressive");

@@ -1,8 +1,6 @@
-#include "app/main_window.h"
-#include "app/program_state.h"
 #include "simulator/control/control.h"
 #include "tests/support/journal.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QRadioButton>
 #include <QTest>
@@ -59,21 +57,12 @@ void answerAllOf(const std::vector<Answer>& device, unsigned call) {
 
 }  // namespace
 
-class VideoPageTest : public QObject {
+class VideoPageTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void init() {
-    simulator::reset();
-    selectedVid = 0;
-    selectedPid = 0;
-  }
-
   void everyClickOnASourceSwitchesToIt() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     for (const char* button : {"RB_Src_HDMI", "RB_Src_DP", "RB_Src_DP", "RB_Src_HDMI", "RB_Src_HDMI"}) {
       user.click(button);
     }
@@ -84,10 +73,7 @@ class VideoPageTest : public QObject {
   }
 
   void theHotPlugButtonsDriveTheLine() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     for (const char* button : {"BN_RX_HPD_OFF", "BN_RX_HPD_OFF", "BN_RX_HPD_ON"}) {
       user.click(button);
     }
@@ -96,17 +82,14 @@ class VideoPageTest : public QObject {
   }
 
   void theHotPlugSlotDoesNothingForAnotherSender() {
-    MainWindow window;
-    QVERIFY(QMetaObject::invokeMethod(&window, "slot_Set_RxHPD"));
+    QVERIFY(QMetaObject::invokeMethod(&window(), "slot_Set_RxHPD"));
     QObject stranger;
-    connect(&stranger, SIGNAL(objectNameChanged(QString)), &window, SLOT(slot_Set_RxHPD()));
+    connect(&stranger, SIGNAL(objectNameChanged(QString)), &window(), SLOT(slot_Set_RxHPD()));
     stranger.setObjectName("BN_RX_HPD_ON");
     QCOMPARE(journalCalls(), QStringList());
   }
 
   void switchesAndHotPlugReportNothing() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     for (const char* operation : {"AT_Input_Source_Switch", "AT_HdmiRX_Set_HPD"}) {
       simulator::failCall(operation, 1, -1, 0);
@@ -119,8 +102,6 @@ class VideoPageTest : public QObject {
   }
 
   void withoutASessionTheDeviceIsAskedAllTheSame() {
-    const MainWindow window;
-    const WindowDriver user(window);
     for (const char* button : {"RB_Src_DP", "BN_RX_HPD_ON", "BN_Video_Read"}) {
       user.click(button);
     }
@@ -130,8 +111,6 @@ class VideoPageTest : public QObject {
   }
 
   void aReadShowsEverythingWithoutAMessage() {
-    const MainWindow window;
-    const WindowDriver user(window);
     answerAllOf(kFirstDevice, 1);
     user.click("BN_Video_Read");
     QCOMPARE(journalOperations(), kReadOperations);
@@ -155,9 +134,7 @@ class VideoPageTest : public QObject {
     QFETCH(int, updated);
     const Answer& failing = kFirstDevice[static_cast<std::size_t>(step)];
     for (const std::int32_t status : {1, -1, INT_MIN, INT_MAX}) {
-      simulator::reset();
-      const MainWindow window;
-      const WindowDriver user(window);
+      start();
       answerAllOf(kFirstDevice, 1);
       user.click("BN_Video_Read");
       simulator::clearJournal();
@@ -172,8 +149,6 @@ class VideoPageTest : public QObject {
   }
 
   void aLaterReadThatSucceedsKeepsTheMessage() {
-    const MainWindow window;
-    const WindowDriver user(window);
     simulator::failCall("AT_Get_RX_TX_HDCP_Version", 1, -1);
     answerAllOf({kFirstDevice.begin(), kFirstDevice.end() - 1}, 1);
     user.click("BN_Video_Read");
@@ -185,10 +160,7 @@ class VideoPageTest : public QObject {
   }
 
   void everySourceButZeroIsDpAndNoSwitchIsSentBack() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     // Zero comes in between, so that the buttons move at every read.
     unsigned call = 0;
     for (int source = 1; source < 256; ++source) {
@@ -219,8 +191,6 @@ class VideoPageTest : public QObject {
   void onlyOneIsASink() {
     QFETCH(QByteArray, value);
     QFETCH(QString, text);
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     simulator::answerCall("AT_HdmiTX_Get_HPD_Status", 1, 0, {value.begin(), value.end()});
     user.click("BN_Video_Read");
@@ -228,8 +198,6 @@ class VideoPageTest : public QObject {
   }
 
   void everyFormatCodeIsShown() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     for (unsigned code = 0; code < 256; ++code) {
       simulator::answerCall("AT_UVC_Get_VideoFormat", code + 1, 0, {static_cast<std::uint8_t>(code)});
@@ -240,10 +208,7 @@ class VideoPageTest : public QObject {
   }
 
   void everyHdcpCodeIsShownAndNoSwitchIsSentBack() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    user.click("BN_Connect");
-    simulator::clearJournal();
+    connectDevice();
     const QStringList texts{"No HDCP", "HDCP1.3/1.4", "HDCP2.2/2.3"};
     for (int code = 0; code < 256; ++code) {
       // The receiver's code runs the other way: no byte may stand for the other.
@@ -260,8 +225,6 @@ class VideoPageTest : public QObject {
   }
 
   void aRecordAsLargeAsItsBufferIsTaken() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     for (const char* operation : {"AT_UVC_Get_Output_Timing", "AT_Get_RX_TX_HDCP_Version"}) {
       simulator::answerCall(operation, 1, 0, Bytes(128, 0xFF));

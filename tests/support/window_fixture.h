@@ -1,0 +1,78 @@
+#pragma once
+
+#include "app/main_window.h"
+#include "tests/support/test_files.h"
+#include "tests/support/window_driver.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QThread>
+
+#include <memory>
+#include <optional>
+
+/// A window on the simulated device, ready to be driven. Holds the process's one
+/// device, so use one fixture at a time. GUI thread only.
+class WindowFixture {
+ public:
+  /// How long a wait may take, in milliseconds, before it counts as failed.
+  static constexpr int kPatienceMs = 60'000;
+
+  /// As `start`.
+  explicit WindowFixture(const QByteArray& scenario = "{}");
+  ~WindowFixture();
+  Q_DISABLE_COPY_MOVE(WindowFixture)
+
+  /// Starts over as in a new process: a device that has seen no call, in virtual
+  /// time, the program's global values at their start, a new window that is not
+  /// connected, and an empty folder for files. A scenario with an error ends the
+  /// test program.
+  void start(const QByteArray& scenario = "{}");
+
+  /// Replaces the device alone; the window keeps the session that it knows of.
+  static void loadDevice(const QByteArray& scenario = "{}");
+
+  /// Presses Connect, which must succeed, and clears the journal.
+  void connectDevice() const;
+
+  /// The test's files, in a folder that goes at the next `start`.
+  const TestFiles& files() const;
+
+  /// Presses a button that asks for a file and chooses this one.
+  /// @return how many file dialogs opened
+  int chooseFile(const QString& button, const QString& path) const;
+
+  /// Workers that have not deleted themselves yet.
+  QList<QThread*> workers() const;
+  /// Presses a button that starts a worker.
+  /// @return the worker; null once it has deleted itself
+  QPointer<QThread> startWorker(const QString& button) const;
+  /// Lets the event loop run until the worker has deleted itself.
+  static bool waitForWorker(const QPointer<QThread>& worker);
+  /// The same for all workers of the window.
+  bool waitForWorkers() const;
+
+  /// Destroys the window; nothing may be driven until the next `start`.
+  void closeWindow();
+
+  MainWindow& window() const { return *window_; }
+
+  /// Drives the window.
+  WindowDriver user;
+
+ private:
+  mutable std::optional<TestFiles> files_;  // made when first asked for
+  std::unique_ptr<MainWindow> window_;
+};
+
+/// Base of tests that drive the window: each test function starts with a fixture
+/// as `WindowFixture::start` leaves it.
+class WindowTest : public QObject, public WindowFixture {
+  Q_OBJECT
+
+ protected slots:
+  void init() { start(); }
+  void cleanup() { closeWindow(); }
+};
