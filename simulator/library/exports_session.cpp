@@ -29,10 +29,11 @@ int32_t openPort() {
 }
 
 int32_t closePort() {
-  return Library::instance().sessionCall({__func__},
+  return Library::instance().sessionCall({.operation = __func__, .endsSession = true},
                                          [](Session& session, Device& device) { return session.closePort(device); });
 }
 
 int32_t uninitialize() {
-  return Library::instance().sessionCall({__func__}, [](Session& session, Device&) { return session.uninitialize(); });
+  return Library::instance().sessionCall({.operation = __func__, .endsSession = true},
+                                         [](Session& session, Device&) { return session.uninitialize(); });
 }

@@ -171,10 +171,15 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
 std::int32_t Library::sessionCall(Call call, const std::function<std::int32_t(Session&, Device&)>& body) {
   const UnderWay underWay(callsUnderWay_);
   const std::scoped_lock oneCall(oneCall_);
+  const bool endsSession = call.endsSession;
   Entered entered = enter(std::move(call), Needs::kNothing);
-  if (!entered.status) {
+  {
     const std::scoped_lock lock(state_);
-    entered.status = scenarioFailed_ ? kBadScenario : body(session_, *device_);
+    if (!entered.status) {
+      entered.status = scenarioFailed_ ? kBadScenario : body(session_, *device_);
+    } else if (endsSession) {
+      session_.loseEnd();
+    }
   }
   return leave(entered, *entered.status);
 }

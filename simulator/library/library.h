@@ -35,6 +35,7 @@ class Library {
     std::string arguments = {};           ///< for the journal
     std::span<std::uint8_t> output = {};  ///< the caller's buffer, which an injected answer may fill
     std::uint32_t* length = nullptr;      ///< the caller's length, which an injected answer may set
+    bool endsSession = false;             ///< whether the caller takes the session for ended afterwards
   };
 
   /// An operation that needs an open port. Counts the call, looks for a fault,

@@ -6,6 +6,9 @@ namespace simulator {
 
 std::int32_t Session::initialize() {
   if (state_ == State::kOpen) {
+    if (stale_) {
+      *this = Session();
+    }
     return kWrongOrder;
   }
   state_ = State::kInitialized;
@@ -52,6 +55,7 @@ std::int32_t Session::closePort(const Device& device) {
     return kNoPort;
   }
   state_ = State::kSelected;
+  stale_ = false;
   return device.isReachable() ? kOk : kDeviceGone;
 }
 
@@ -59,7 +63,7 @@ std::int32_t Session::uninitialize() {
   if (state_ == State::kStart) {
     return kNotInitialized;
   }
-  state_ = State::kStart;
+  *this = Session();
   return kOk;
 }
 

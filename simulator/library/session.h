@@ -17,11 +17,17 @@ class Session {
   std::int32_t closePort(const Device& device);
   std::int32_t uninitialize();
 
+  /// Notes that the caller asked to end the session and was answered without
+  /// the session learning of it. The next `initialize` then gives the port up
+  /// instead of refusing for ever.
+  void loseEnd() { stale_ = state_ == State::kOpen; }
+
   bool isPortOpen() const { return state_ == State::kOpen; }
 
  private:
   enum class State { kStart, kInitialized, kSelected, kOpen };
   State state_ = State::kStart;
+  bool stale_ = false;  // the caller believes that the port is closed
 };
 
 }  // namespace simulator

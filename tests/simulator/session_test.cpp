@@ -144,6 +144,31 @@ class SimulatorSessionTest : public QObject {
     openDefaultDevice();
   }
 
+  void aPortThatCouldNotBeClosedIsGivenUpAtTheNextInitialize_data() {
+    QTest::addColumn<QByteArray>("operation");
+    QTest::addColumn<int>("status");
+    QTest::newRow("closePort fails") << QByteArray("closePort") << -5;
+    QTest::newRow("closePort lies") << QByteArray("closePort") << 0;
+    QTest::newRow("uninitialize fails") << QByteArray("uninitialize") << -5;
+  }
+
+  void aPortThatCouldNotBeClosedIsGivenUpAtTheNextInitialize() {
+    QFETCH(QByteArray, operation);
+    QFETCH(int, status);
+    simulator::failCall(operation.toStdString(), 1, status, 0);
+    for (int time = 0; time < 3; ++time) {
+      openDefaultDevice();
+      QCOMPARE(operation == "closePort" ? closePort() : uninitialize(), status);
+      QCOMPARE(initialize(), simulator::kWrongOrder);
+    }
+    // A port that nobody tried to close stays.
+    openDefaultDevice();
+    QCOMPARE(initialize(), simulator::kWrongOrder);
+    QCOMPARE(initialize(), simulator::kWrongOrder);
+    std::uint8_t source = 9;
+    QCOMPARE(AT_Get_Current_Input_Source(&source), 0);
+  }
+
   void aRestartLeavesTheBusForAMoment() {
     openDefaultDevice();
     QCOMPARE(AT_Set_System_Reboot(), 0);

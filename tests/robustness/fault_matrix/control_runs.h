@@ -205,7 +205,6 @@ class ControlRuns {
       bench_->user.choose("CB_DeviceType", "KVR-5B");
       bench_->user.click("BN_Connect");
     } else if (isSession()) {
-      closePort();  // one that did not close at first: the program tries it once only
       bench_->user.choose("CB_DeviceType", "KVR-7");
       bench_->user.click("BN_Connect");
     }
