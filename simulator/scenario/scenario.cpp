@@ -1,5 +1,7 @@
 #include "simulator/scenario/scenario.h"
 
+#include "simulator/scenario/error_line.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -10,7 +12,6 @@ namespace simulator {
 namespace {
 
 constexpr std::size_t kMaxFileSize = std::size_t{1024} * 1024;
-constexpr std::size_t kMaxErrorLength = 2000;  // the 44 operations fit
 
 /// All keys of the outermost object: each part of the device names its own.
 std::vector<std::string_view> knownKeys() {
@@ -30,27 +31,13 @@ std::vector<std::string_view> knownKeys() {
   return keys;
 }
 
-/// One line of printable text, whatever a scenario quoted in it.
-std::string oneLine(std::string text) {
-  for (char& letter : text) {
-    if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F) {
-      letter = '?';
-    }
-  }
-  if (text.size() > kMaxErrorLength) {
-    text.resize(kMaxErrorLength);
-    text += "...";
-  }
-  return text;
-}
-
 std::string nameOf(const std::filesystem::path& path) {
   const std::u8string name = path.u8string();
   return {name.begin(), name.end()};
 }
 
 [[noreturn]] void failFile(const std::filesystem::path& path, const std::string& text) {
-  throw std::runtime_error(oneLine(nameOf(path) + ": " + text));
+  throw std::runtime_error(errorLine(nameOf(path) + ": " + text));
 }
 
 }  // namespace
@@ -66,7 +53,7 @@ Scenario readScenario(std::string_view json, const std::string& name) {
     scenario.device->configure(root);
     return scenario;
   } catch (const ScenarioError& error) {
-    throw std::runtime_error(oneLine(name + ":" + std::to_string(error.line()) + ": " + error.what()));
+    throw std::runtime_error(errorLine(name + ":" + std::to_string(error.line()) + ": " + error.what()));
   }
 }
 

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <map>
 
 namespace simulator {
 namespace {
@@ -80,14 +81,12 @@ class TreeBuilder {
 
   bool start_object(std::size_t) { return open(ScenarioValue::Object()); }
   bool key(std::string& key) {
-    auto& members = std::get<ScenarioValue::Object>(open_.back().value);
-    for (const ScenarioValue::Member& member : members) {
-      if (member.key == key) {
-        throw ScenarioError(*line_, "\"" + key + "\" stands twice; the first is at line " +
-                                        std::to_string(member.line) + ", remove one of them");
-      }
+    const auto [first, isNew] = keyLines_.back().emplace(key, *line_);
+    if (!isNew) {
+      throw ScenarioError(*line_, "\"" + key + "\" stands twice; the first is at line " +
+                                      std::to_string(first->second) + ", remove one of them");
     }
-    members.push_back({std::move(key), *line_, {}});
+    std::get<ScenarioValue::Object>(open_.back().value).push_back({std::move(key), *line_, {}});
     return true;
   }
   bool end_object() { return close(); }
@@ -119,12 +118,14 @@ class TreeBuilder {
       throw ScenarioError(*line_, "nested deeper than " + std::to_string(kMaxDepth) + " levels; no key needs that");
     }
     open_.push_back({*line_, std::move(container)});
+    keyLines_.emplace_back();
     return true;
   }
 
   bool close() {
     ScenarioValue done = std::move(open_.back());
     open_.pop_back();
+    keyLines_.pop_back();
     place(std::move(done));
     return true;
   }
@@ -141,6 +142,8 @@ class TreeBuilder {
 
   const std::size_t* line_;
   std::vector<ScenarioValue> open_;
+  // Of each open object; a lookup in the members would take quadratic time.
+  std::vector<std::map<std::string, std::size_t>> keyLines_;
   ScenarioValue root_;
 };
 
@@ -160,6 +163,11 @@ ScenarioValue parseScenario(std::string_view json) {
   TreeBuilder builder(&line);
   nlohmann::json::sax_parse(LineCountingIterator(json.data(), &line),
                             LineCountingIterator(json.data() + json.size(), &line), &builder);
+  // The parser takes a zero byte for the end of the text.
+  if (const std::size_t zero = json.find('\0'); zero != std::string_view::npos) {
+    const auto breaks = std::count(json.begin(), json.begin() + static_cast<std::ptrdiff_t>(zero), '\n');
+    throw ScenarioError(1 + static_cast<std::size_t>(breaks), "not valid JSON: a zero byte; remove it");
+  }
   return builder.take();
 }
 

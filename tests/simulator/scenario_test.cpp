@@ -3,6 +3,7 @@
 #include "tests/simulator/operation_table.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QProcess>
 
 #include <memory>
@@ -197,6 +198,88 @@ class SimulatorScenarioTest : public QObject {
     QVERIFY2(text.startsWith("scenario:1: \"a?b?[31m\" is not a known key; "), qPrintable(text));
     const std::string longKey(100000, 'k');
     QVERIFY(simulator::loadScenario("{\"" + longKey + "\": 1}").size() < 2100);
+  }
+
+  void whatWouldChangeTheLineIsNotQuoted_data() {
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<QString>("quoted");
+    const auto row = [](const char* name, const QByteArray& key, const QString& quoted) {
+      QTest::newRow(name) << key << quoted;
+    };
+    row("control sequence introducer of one character",
+        "a\xC2\x9B"
+        "31m",
+        "a?31m");
+    row("next line",
+        "a\xC2\x85"
+        "b",
+        "a?b");
+    row("right to left override",
+        "a\xE2\x80\xAE"
+        "b",
+        "a?b");
+    row("isolate", "\xE2\x81\xA6x\xE2\x81\xA9", "?x?");
+    row("arabic letter mark", "\xD8\x9C", "?");
+    row("line separator",
+        "a\xE2\x80\xA8"
+        "b",
+        "a?b");
+    row("zero width",
+        "a\xE2\x80\x8B"
+        "b",
+        "a?b");
+    row("tag", "\xF3\xA0\x81\x81", "?");
+    row("letters of other scripts", QByteArray("Ger\xC3\xA4t \xE7\x89\xB9 \xF0\x9F\x98\x80"),
+        QString::fromUtf8("Ger\xC3\xA4t \xE7\x89\xB9 \xF0\x9F\x98\x80"));
+  }
+
+  void whatWouldChangeTheLineIsNotQuoted() {
+    QFETCH(QByteArray, key);
+    QFETCH(QString, quoted);
+    const std::string text = simulator::loadScenario("{\"" + key.toStdString() + "\": 1}", key.toStdString());
+    QVERIFY2(QString::fromStdString(text).startsWith(quoted + ":1: \"" + quoted + "\" is not a known key; "),
+             text.c_str());
+  }
+
+  void aNameThatIsNotUtf8IsShownAllTheSame() {
+    for (const char* name : {"a\xFF", "a\xC0", "a\xE2"}) {
+      QVERIFY(simulator::loadScenario("[]", name).rfind("a?:1: ", 0) == 0);
+    }
+    QVERIFY(simulator::loadScenario("[]", "\xED\xA0\x80").rfind("???:1: ", 0) == 0);
+    QVERIFY(simulator::loadScenario("[]", "\xF0\x80\x80\xAF").rfind("????:1: ", 0) == 0);
+  }
+
+  // A cut character would be no UTF-8.
+  void aLongLineEndsWithAWholeCharacter() {
+    for (const int start : {0, 1, 2}) {
+      const QByteArray key = QByteArray(start, 'a') + QByteArray("\xE2\x82\xAC").repeated(1000);
+      const std::string text = simulator::loadScenario("{\"" + key.toStdString() + "\": 1}");
+      QCOMPARE(QString::fromStdString(text).toStdString(), text);
+      QVERIFY(!QString::fromStdString(text).contains(QChar::ReplacementCharacter));
+      QVERIFY(text.size() <= 2003 && text.size() >= 2000);
+    }
+  }
+
+  // A file that was written over a longer one, or cut off by a crash.
+  void zeroBytesBehindTheTextAreRefused() {
+    for (const int count : {1, 2, 4096}) {
+      const QByteArray text = QByteArray("{\n}") + QByteArray(count, '\0');
+      QCOMPARE(simulator::loadScenario(text.toStdString()), "scenario:2: not valid JSON: a zero byte; remove it");
+    }
+    QVERIFY(!simulator::loadScenario(std::string("{}\0 {\"sped\": 1}", 15)).empty());
+  }
+
+  // Comparing each key with all before it would take longer by far.
+  void manyKeysAreReadInAMoment() {
+    QByteArray json = "{\"x\": {";
+    for (int i = 0; i < 160'000; ++i) {
+      json += "\"k" + QByteArray::number(i) + "\":1,";
+    }
+    QElapsedTimer timer;
+    timer.start();
+    const std::string twice = simulator::loadScenario((json + "\"k7\":1}}").toStdString());
+    QCOMPARE(twice, "scenario:1: \"k7\" stands twice; the first is at line 1, remove one of them");
+    QVERIFY(timer.elapsed() < 10'000);
   }
 
   void deepNestingIsRefusedAtAnyDepth() {
