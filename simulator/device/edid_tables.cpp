@@ -112,73 +112,102 @@ class DataBlocks {
   enum Tag : std::uint8_t { kAudio = 1, kVideo = 2, kVendor = 3, kSpeakers = 4, kExtended = 7 };
   enum ExtendedTag : std::uint8_t { kVideoCapability = 0x00, kColorimetry = 0x05, kHdrStatic = 0x06, kVideo420 = 0x0E };
 
-  void add(Tag tag, std::span<const std::uint8_t> bytes) {
-    bytes_.push_back(static_cast<std::uint8_t>(static_cast<std::size_t>(tag) << 5 | bytes.size()));
-    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+  // RGB underscans as IT formats do, basic audio, both YCbCr samplings; the base
+  // block's first timing is the native one.
+  DataBlocks() { put(block_, 0, {kCtaTag, 3, kHeader, 0xF1}); }
+
+  /// Begins a data block of no bytes.
+  void begin(Tag tag) {
+    start_ = end_;
+    append(static_cast<std::uint8_t>(tag << 5));
   }
-  void add(Tag tag, const std::vector<std::uint8_t>& bytes) { add(tag, std::span(bytes)); }
+  /// Appends a byte to the data block begun last.
+  void add(std::uint8_t byte) {
+    append(byte);
+    ++block_.at(start_);  // the length stands in the tag's lower bits
+  }
+  void add(std::initializer_list<std::uint8_t> bytes) { add(std::span(bytes.begin(), bytes.size())); }
+  void add(std::span<const std::uint8_t> bytes) {
+    for (const std::uint8_t byte : bytes) {
+      add(byte);
+    }
+  }
 
   /// The whole extension block.
   Block block() const {
-    if (bytes_.size() > kBlock - 5) {
-      throw std::logic_error("more data blocks than fit a block");
-    }
-    Block block{};
-    // RGB under scan as in IT, basic audio, both YCbCr samplings; the base block's
-    // first timing is the native one.
-    put(block, 0, {kCtaTag, 3, static_cast<std::uint8_t>(4 + bytes_.size()), 0xF1});
-    std::copy(bytes_.begin(), bytes_.end(), block.begin() + 4);
+    Block block = block_;
+    block[2] = static_cast<std::uint8_t>(end_);
     return block;
   }
 
  private:
-  std::vector<std::uint8_t> bytes_;
+  static constexpr std::uint8_t kHeader = 4;
+
+  void append(std::uint8_t byte) {
+    if (end_ >= kBlock - 1) {
+      throw std::logic_error("more data blocks than fit a block");
+    }
+    block_.at(end_++) = byte;
+  }
+
+  Block block_{};
+  std::size_t start_ = kHeader;
+  std::size_t end_ = kHeader;
 };
 
-Block abilitiesBlock(const DisplayAbilities& abilities) {
-  DataBlocks blocks;
-  blocks.add(DataBlocks::kVideo, abilities.formats);
-
-  std::vector<std::uint8_t> audio;
-  for (const ShortAudio& format : abilities.audio) {
-    const auto first = static_cast<std::uint8_t>(format.code << 3 | (format.channels - 1));
-    audio.insert(audio.end(), {first, format.rates, format.detail});
+void addAudio(DataBlocks& blocks, const DisplayCapcapabilities& capabilities) {
+  blocks.begin(DataBlocks::kAudio);
+  for (const ShortAudio& format : capabilities.audio) {
+    blocks.add({static_cast<std::uint8_t>(format.code << 3 | (format.channels - 1)), format.rates, format.detail});
   }
-  blocks.add(DataBlocks::kAudio, audio);
-  blocks.add(DataBlocks::kSpeakers, {abilities.speakers, 0, 0});
+  blocks.begin(DataBlocks::kSpeakers);
+  blocks.add({capabilities.speakers, 0, 0});
+}
 
-  if (abilities.tmdsClock != 0) {
+void addHdmi(DataBlocks& blocks, const DisplayCapcapabilities& capabilities) {
+  if (capabilities.tmdsClock != 0) {
     // OUI 00-0C-03, physical address 1.0.0.0, no deep colour.
-    std::vector<std::uint8_t> hdmi{
-        0x03, 0x0C, 0x00, 0x10, 0x00, 0x00, static_cast<std::uint8_t>(abilities.tmdsClock / 5)};
-    if (!abilities.hdmiFormats.empty()) {
-      hdmi.insert(hdmi.end(), {0x20, 0x00, static_cast<std::uint8_t>(abilities.hdmiFormats.size() << 5)});
-      hdmi.insert(hdmi.end(), abilities.hdmiFormats.begin(), abilities.hdmiFormats.end());
+    blocks.begin(DataBlocks::kVendor);
+    blocks.add({0x03, 0x0C, 0x00, 0x10, 0x00, 0x00, static_cast<std::uint8_t>(capabilities.tmdsClock / 5)});
+    if (!capabilities.hdmiFormats.empty()) {
+      blocks.add({0x20, 0x00, static_cast<std::uint8_t>(capabilities.hdmiFormats.size() << 5)});
+      blocks.add(capabilities.hdmiFormats);
     }
-    blocks.add(DataBlocks::kVendor, hdmi);
   }
-  if (abilities.highTmdsClock != 0) {
+  if (capabilities.highTmdsClock != 0) {
     // OUI C4-5D-D8, version 1, SCDC present.
-    blocks.add(DataBlocks::kVendor,
-               {0xD8, 0x5D, 0xC4, 0x01, static_cast<std::uint8_t>(abilities.highTmdsClock / 5), 0x80, 0x00});
+    blocks.begin(DataBlocks::kVendor);
+    blocks.add({0xD8, 0x5D, 0xC4, 0x01, static_cast<std::uint8_t>(capabilities.highTmdsClock / 5), 0x80, 0x00});
   }
+}
+
+Block capcapabilitiesBlock(const DisplayCapcapabilities& capabilities) {
+  DataBlocks blocks;
+  blocks.begin(DataBlocks::kVideo);
+  blocks.add(capabilities.formats);
+  addAudio(blocks, capabilities);
+  addHdmi(blocks, capabilities);
   // Both quantization ranges can be chosen; IT and CE formats always underscanned.
-  blocks.add(DataBlocks::kExtended, {DataBlocks::kVideoCapability, 0xCA});
-  if (abilities.hdr) {
-    blocks.add(DataBlocks::kExtended, {DataBlocks::kColorimetry, 0xC0, 0x00});  // BT.2020 RGB and YCC
-    blocks.add(DataBlocks::kExtended, {DataBlocks::kHdrStatic, 0x0D, 0x01});    // SDR, PQ, HLG; metadata type 1
+  blocks.begin(DataBlocks::kExtended);
+  blocks.add({DataBlocks::kVideoCapability, 0xCA});
+  if (capabilities.hdr) {
+    blocks.begin(DataBlocks::kExtended);
+    blocks.add({DataBlocks::kColorimetry, 0xC0, 0x00});  // BT.2020 RGB and YCC
+    blocks.begin(DataBlocks::kExtended);
+    blocks.add({DataBlocks::kHdrStatic, 0x0D, 0x01});  // SDR, PQ, HLG; metadata type 1
   }
-  if (!abilities.formats420.empty()) {
-    std::vector<std::uint8_t> formats{DataBlocks::kVideo420};
-    formats.insert(formats.end(), abilities.formats420.begin(), abilities.formats420.end());
-    blocks.add(DataBlocks::kExtended, formats);
+  if (!capabilities.formats420.empty()) {
+    blocks.begin(DataBlocks::kExtended);
+    blocks.add(DataBlocks::kVideo420);
+    blocks.add(capabilities.formats420);
   }
   return blocks.block();
 }
 
-Block moreFormatsBlock(const DisplayAbilities& abilities) {
+Block moreFormatsBlock(const DisplayCapcapabilities& capabilities) {
   DataBlocks blocks;
-  blocks.add(DataBlocks::kVideo, abilities.moreFormats);
+  blocks.begin(DataBlocks::kVideo);
+  blocks.add(capabilities.moreFormats);
   return blocks.block();
 }
 
@@ -243,7 +272,7 @@ constexpr Display kUsbDisplay{{"KVR USB", 0x0710, 80, 45, {"1080p60", "2160p30"}
 }  // namespace
 
 std::vector<std::uint8_t> edidTable(const Display& display, std::size_t size) {
-  const bool isHdmi = display.abilities.tmdsClock != 0;
+  const bool isHdmi = display.capabilities.tmdsClock != 0;
   const std::size_t blocks = size / kBlock;
   std::vector<std::uint8_t> table;
   table.reserve(size);
@@ -251,9 +280,9 @@ std::vector<std::uint8_t> edidTable(const Display& display, std::size_t size) {
   if (blocks > 2) {
     append(table, blockMap(blocks - 2));
   }
-  append(table, abilitiesBlock(display.abilities));
+  append(table, capcapabilitiesBlock(display.capabilities));
   if (blocks > 3) {
-    append(table, moreFormatsBlock(display.abilities));
+    append(table, moreFormatsBlock(display.capabilities));
   }
   return table;
 }
@@ -266,8 +295,8 @@ std::vector<std::uint8_t> mixedEdidTable(const Display& display, const Display& 
   mixed.base.maxLineRate = std::max(mixed.base.maxLineRate, other.base.maxLineRate);
   mixed.base.maxClock = std::max(mixed.base.maxClock, other.base.maxClock);
 
-  const DisplayAbilities& theirs = other.abilities;
-  DisplayAbilities& merged = mixed.abilities;
+  const DisplayCapcapabilities& theirs = other.capabilities;
+  DisplayCapcapabilities& merged = mixed.capabilities;
   const std::vector<std::uint8_t> formats = unionOf(merged.formats, theirs.formats);
   const std::vector<std::uint8_t> moreFormats = unionOf(merged.moreFormats, theirs.moreFormats);
   merged.formats = formats;

@@ -37,7 +37,7 @@ struct DisplayBase {
 
 /// What a display can do: the CTA-861 blocks. Numbers of 0 and empty lists
 /// leave their data block out.
-struct DisplayAbilities {
+struct DisplayCapcapabilities {
   std::span<const std::uint8_t> formats;      ///< VICs
   std::span<const std::uint8_t> moreFormats;  ///< VICs of a second CTA-861 block
   std::span<const std::uint8_t> formats420;   ///< VICs that come as YCbCr 4:2:0 only
@@ -51,7 +51,7 @@ struct DisplayAbilities {
 
 struct Display {
   DisplayBase base;
-  DisplayAbilities abilities;
+  DisplayCapcapabilities capabilities;
 };
 
 /// The display as a table of exactly `size` bytes, every block of it in use:
@@ -60,7 +60,7 @@ struct Display {
 /// @param size 256, 384 or 512
 std::vector<std::uint8_t> edidTable(const Display& display, std::size_t size);
 
-/// A display with the abilities of another one added: the base block stays, its
+/// A display with the capabilities of another one added: the base block stays, its
 /// limits are widened; the video formats of both, audio, HDMI and HDR as the
 /// other has them.
 std::vector<std::uint8_t> mixedEdidTable(const Display& display, const Display& other, std::size_t size);

@@ -4,28 +4,47 @@
 #include <string_view>
 #include <system_error>
 
-/// Usage: pellavox-samples DIRECTORY|--help. Exit code 0 when all sample files were
-/// written there.
-int main(int argc, char* argv[]) {
-  const std::string_view argument(argc == 2 ? argv[1] : "");
-  if (argument == "--help" || argument == "-h") {
-    std::printf("usage: pellavox-samples DIRECTORY\nMakes sample files for the simulated device there.\n");
-    return 0;
-  }
-  if (argument.empty() || argument.front() == '-') {
-    std::fprintf(stderr, "usage: pellavox-samples DIRECTORY\n");
-    return 2;
-  }
-  const std::filesystem::path directory(argv[1]);
+namespace {
+
+int makeSamples(const char* name) {
+  const std::filesystem::path directory(name);
   std::error_code error;  // shows when the first file is written
   std::filesystem::create_directories(directory, error);
   for (const samples::Sample& sample : samples::all()) {
     if (!samples::write(sample, directory)) {
-      std::fprintf(stderr, "%s: %s cannot be written there; name a directory that can be written\n", argv[1],
-                   sample.name);
+      std::fprintf(stderr, "%s: %s cannot be written there; name a directory that can be written\n", name, sample.name);
       return 1;
     }
     std::printf("%-20s %s\n", sample.name, sample.use);
   }
   return 0;
+}
+
+}  // namespace
+
+/// Exit code 0 when all sample files were written, 1 when one was not, 2 for
+/// wrong arguments.
+int main(int argc, char* argv[]) {
+  constexpr char kUsage[] = "usage: pellavox-samples DIRECTORY";
+  const std::string_view argument = argc == 2 ? argv[1] : "";
+  if (argument == "--help" || argument == "-h") {
+    std::printf(
+        "%s\n\n"
+        "Writes files to try the firmware, key and EDID buttons with into DIRECTORY.\n"
+        "They are for the simulated device only: never load them into a real one.\n\n",
+        kUsage);
+    for (const samples::Sample& sample : samples::all()) {
+      std::printf("  %-20s %s\n", sample.name, sample.use);
+    }
+    return 0;
+  }
+  if (argument.empty()) {
+    std::fprintf(stderr, "%s\n", kUsage);
+    return 2;
+  }
+  if (argument.starts_with('-')) {
+    std::fprintf(stderr, "pellavox-samples: unknown option %s; %s\n", argv[1], kUsage);
+    return 2;
+  }
+  return makeSamples(argv[1]);
 }

@@ -1,5 +1,7 @@
 #include "simulator/samples/samples.h"
 
+#include "simulator/device/edid_tables.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -41,6 +43,12 @@ Bytes mcuImage(std::size_t size, char version, std::uint32_t seed) {
   return image;
 }
 
+/// The EDID table that the simulated device ships in a flash slot.
+Bytes edidTable(std::size_t slot, std::size_t size) {
+  const std::vector<std::uint8_t> table = simulator::edidTable(simulator::factoryDisplays()[slot], size);
+  return {table.begin(), table.end()};
+}
+
 }  // namespace
 
 std::vector<Sample> all() {
@@ -50,6 +58,9 @@ std::vector<Sample> all() {
       {"main-family-2.bin", "external MCU firmware v1.3 of chip family \"2\"", mcuImage(20'000, 0x13, 3)},
       {"main-family-v.bin", "external MCU firmware v1.3 of chip family \"v\"", mcuImage(6'000, 0x13, 4)},
       {"hdcp-key.bin", "HDCP key of made-up bytes", madeUpCode(572, 5)},
+      {"edid-1080p.bin", "EDID table of a 1080p60 display, 256 bytes", edidTable(0, 256)},
+      {"edid-surround.bin", "EDID table of a 1080p60 display with 5.1 sound, 384 bytes", edidTable(2, 384)},
+      {"edid-2160p-hdr.bin", "EDID table of a 2160p60 display with HDR, 512 bytes", edidTable(5, 512)},
   };
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// Files to try the firmware and key buttons with; of use to the simulated
+/// Files to try the firmware, key and EDID buttons with; of use to the simulated
 /// device only.
 #pragma once
 

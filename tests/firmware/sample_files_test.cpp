@@ -39,8 +39,8 @@ class SampleFilesTest : public QObject {
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.errors, "");
     const QStringList files = QDir(samples_.path()).entryList(QDir::Files);
-    QCOMPARE(files, (QStringList{"capture-kvr-5b.img", "capture-kvr-7.img", "hdcp-key.bin", "main-family-2.bin",
-                                 "main-family-v.bin"}));
+    QCOMPARE(files, (QStringList{"capture-kvr-5b.img", "capture-kvr-7.img", "edid-1080p.bin", "edid-2160p-hdr.bin",
+                                 "edid-surround.bin", "hdcp-key.bin", "main-family-2.bin", "main-family-v.bin"}));
     for (const QString& file : files) {
       QVERIFY(run.output.contains(file.toUtf8()));
     }
@@ -75,6 +75,53 @@ class SampleFilesTest : public QObject {
     QCOMPARE(AT_Get_Customer_Ver(version.data()), 0);
     QCOMPARE(reinterpret_cast<const char*>(version.data()), "V1.04.00");
     QCOMPARE(burnHDCP(QFile::encodeName(samples_.filePath("hdcp-key.bin")).constData()), 0);
+  }
+
+  void anEdidSampleIsAWholeTable_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("size");
+    QTest::newRow("256 bytes") << "edid-1080p.bin" << 256;
+    QTest::newRow("384 bytes") << "edid-surround.bin" << 384;
+    QTest::newRow("512 bytes") << "edid-2160p-hdr.bin" << 512;
+  }
+
+  void anEdidSampleIsAWholeTable() {
+    QFETCH(QString, name);
+    QFETCH(int, size);
+    QFile file(samples_.filePath(name));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray table = file.readAll();
+    QCOMPARE(table.size(), size);
+    QVERIFY(table.startsWith(QByteArray("\x00\xFF\xFF\xFF\xFF\xFF\xFF\x00", 8)));
+    QCOMPARE(int{table[126]}, size / 128 - 1);
+    for (int block = 0; block < size; block += 128) {
+      unsigned sum = 0;
+      for (int i = 0; i < 128; ++i) {
+        sum += static_cast<unsigned char>(table[block + i]);
+      }
+      QCOMPARE(sum % 256, 0U);
+    }
+  }
+
+  void helpMakesNothing() {
+    const QDir here(QDir::currentPath());
+    const QStringList before = here.entryList(QDir::AllEntries | QDir::Hidden);
+    for (const char* option : {"--help", "-h"}) {
+      const ProgramRun run = makeSamples({option});
+      QCOMPARE(run.exitCode, 0);
+      QVERIFY(run.output.startsWith("usage: pellavox-samples DIRECTORY"));
+      QVERIFY(run.output.contains("edid-1080p.bin"));
+      QCOMPARE(run.errors, "");
+    }
+    for (const QStringList& arguments :
+         {QStringList{"--hlep"}, QStringList{"-x"}, QStringList{"--help", "there"}, QStringList{"one", "two"}}) {
+      const ProgramRun run = makeSamples(arguments);
+      QCOMPARE(run.exitCode, 2);
+      QCOMPARE(run.output, "");
+      QCOMPARE(run.errors.count('\n'), 1);
+      QVERIFY(run.errors.contains("usage: pellavox-samples DIRECTORY"));
+    }
+    QCOMPARE(here.entryList(QDir::AllEntries | QDir::Hidden), before);
   }
 
   void whatCannotBeDoneIsSaid() {
