@@ -1,23 +1,8 @@
-#include "app/main_window.h"
-#include "simulator/control/control.h"
-#include "tests/support/bus_log.h"
+#include "tests/firmware/ext_mcu_fixture.h"
 #include "tests/support/dialog_answers.h"
-#include "tests/support/posted_texts.h"
-#include "tests/support/sleeps.h"
-#include "tests/support/upgrade_reference.h"
-#include "tests/support/window_driver.h"
 
-#include <QElapsedTimer>
-#include <QPointer>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
-
-#include <atomic>
-#include <map>
-#include <memory>
-#include <random>
-#include <semaphore>
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
@@ -31,21 +16,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int kVersionOffset = 0x20;  // of the version byte in an image for the simulated MCU
-constexpr int kPatienceMs = 60'000;
-
-QByteArray randomImage(int size, unsigned seed) {
-  std::mt19937 random(seed);
-  QByteArray image(size, '\0');
-  for (char& byte : image) {
-    byte = static_cast<char>(random() & 0xFF);
-  }
-  return image;
-}
-
-QByteArray flashStart(int size) {
-  const std::vector<std::uint8_t> flash = simulator::mcuFlash();
-  return {reinterpret_cast<const char*>(flash.data()), std::min(size, static_cast<int>(flash.size()))};
-}
 
 // Lines that are not on the same place in both, for a readable failure.
 QString firstDifference(const QStringList& seen, const QStringList& expected) {
@@ -61,106 +31,16 @@ QString firstDifference(const QStringList& seen, const QStringList& expected) {
   return {};
 }
 
-// The window, connected to the simulated device, and what it does to it.
-class Workbench {
- public:
-  explicit Workbench(const QByteArray& mcu = "{}", const QByteArray& more = "") : user(window) {
-    const QByteArray scenario = "{\"externalMcu\": " + mcu + (more.isEmpty() ? "" : ", ") + more + "}";
-    const std::string error = simulator::loadScenario(scenario.toStdString());
-    if (!error.empty()) {
-      qFatal("%s", error.c_str());
-    }
-    texts = std::make_unique<PostedTexts>(user.widget<QLabel>("LB_Message"));
-  }
-
-  void useVirtualTime() {
-    simulator::useVirtualTime();
-    sleeps::replaceBy([this](std::chrono::milliseconds time) { log.pause(time); });
-  }
-
-  void connect() {
-    user.click("BN_Connect");
-    log.take();
-  }
-
-  QString writeFile(const QByteArray& content) {
-    QFile file(directory.filePath(QStringLiteral("image%1.bin").arg(++files)));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("%s", qPrintable(file.errorString()));
-    }
-    return file.fileName();
-  }
-
-  void load(const QByteArray& content, const QString& button = "BN_Browse_ExtMCU_QX") {
-    DialogAnswers answers;
-    answers.chooseFile(writeFile(content));
-    user.click(button);
-  }
-
-  /// @return the worker; null once it has deleted itself
-  QPointer<QThread> start(const QString& button = "BN_Apply_ExtMCU_QX") {
-    user.click(button);
-    return window.findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly).last();
-  }
-
-  static bool waitForEnd(const QPointer<QThread>& worker) {
-    return QTest::qWaitFor([&worker] { return worker.isNull(); }, kPatienceMs);
-  }
-
-  /// Runs an upgrade to its end.
-  QStringList upgrade() {
-    texts->clear();
-    if (!waitForEnd(start())) {
-      return {"the worker does not end"};
-    }
-    return texts->texts();
-  }
-
-  MainWindow window;
-  WindowDriver user;
-  std::unique_ptr<PostedTexts> texts;
-  BusLog log;
-  QTemporaryDir directory;
-  int files = 0;
-};
-
-// Holds the worker in a pause of its upgrade until the test lets it go.
-class Halt {
- public:
-  explicit Halt(int pause) {
-    simulator::useVirtualTime();
-    sleeps::replaceBy([this, pause, seen = std::make_shared<std::atomic<int>>(0)](auto time) {
-      if (++*seen == pause) {
-        reached_.release();
-        go_.acquire();
-      }
-      simulator::advanceTime(time);
-    });
-  }
-  bool waitUntilReached() {
-    return QTest::qWaitFor([this] { return reached_.try_acquire(); }, kPatienceMs);
-  }
-  void letGo() { go_.release(); }
-
- private:
-  std::binary_semaphore reached_{0};
-  std::binary_semaphore go_{0};
-};
-
-QString success() { return QStringLiteral("MCU Update Done...[Success]"); }
-
 }  // namespace
 
 Q_DECLARE_METATYPE(McuFault)
 
-class ExtMcuPageTest : public QObject {
+class ExtMcuPageTest : public ExtMcuFixture {
   Q_OBJECT
 
  private slots:
-  void cleanup() {
-    sleeps::replaceBy({});
-    simulator::reset();
-  }
+  void init() { startMcu(); }
+  void cleanup() { finish(); }
 
   void anUpgradeSendsTheImageAndTellsItsCourse_data() {
     QTest::addColumn<int>("family");
@@ -182,19 +62,19 @@ class ExtMcuPageTest : public QObject {
     QFETCH(int, size);
     QFETCH(bool, inApplication);
     const Family& chip = kFamilies[family];
-    Workbench bench(QByteArray(R"({"family": ")") + chip.code + R"(", "mode": ")" +
-                    (inApplication ? "application" : "bootLoader") + "\"}");
-    bench.useVirtualTime();
-    bench.connect();
+    startMcu(QByteArray(R"({"family": ")") + chip.code + R"(", "mode": ")" +
+             (inApplication ? "application" : "bootLoader") + "\"}");
+    logPauses();
+    connectDevice();
     const QByteArray image = randomImage(size, static_cast<unsigned>(size));
-    bench.load(image);
+    load(image);
 
     QTest::ignoreMessage(QtDebugMsg, "Run test");
     QTest::ignoreMessage(QtDebugMsg, "Update exit");
-    const QStringList texts = bench.upgrade();
+    const QStringList texts = upgrade();
     QCOMPARE(firstDifference(texts, upgrade_reference::texts(chip, image, inApplication)), QString());
-    QCOMPARE(bench.user.message(), success());
-    QCOMPARE(firstDifference(bench.log.take(), upgrade_reference::busLog(chip, image, inApplication)), QString());
+    QCOMPARE(user.message(), success());
+    QCOMPARE(firstDifference(log.take(), upgrade_reference::busLog(chip, image, inApplication)), QString());
 
     const QByteArray padded = upgrade_reference::padded(chip, image);
     QCOMPARE(flashStart(padded.size()), padded);
@@ -203,30 +83,29 @@ class ExtMcuPageTest : public QObject {
     QVERIFY(!simulator::mcuRunsApplication());
     simulator::advanceTime(2s);
     QVERIFY(simulator::mcuRunsApplication());
-    bench.user.choose("CB_DeviceType", "KVR-5B");
-    bench.user.click("BN_Connect");
-    bench.user.choose("CB_DeviceType", "KVR-7");
-    bench.user.click("BN_Connect");
+    user.choose("CB_DeviceType", "KVR-5B");
+    user.click("BN_Connect");
+    user.choose("CB_DeviceType", "KVR-7");
+    user.click("BN_Connect");
     const auto version = static_cast<unsigned char>(padded.at(kVersionOffset));
-    QCOMPARE(bench.user.text("lb_Main_VER_QX"), QStringLiteral("v%1.%2").arg(version / 16).arg(version % 16));
+    QCOMPARE(user.text("lb_Main_VER_QX"), QStringLiteral("v%1.%2").arg(version / 16).arg(version % 16));
   }
 
   void nothingReachesTheBusWithoutImageOrConnection() {
-    Workbench bench;
-    bench.useVirtualTime();
+    logPauses();
     // Without an image, connected or not.
-    QCOMPARE(bench.upgrade(), (QStringList{"Start...", "Error No file...[fail]"}));
-    bench.connect();
-    QCOMPARE(bench.upgrade(), (QStringList{"Start...", "Error No file...[fail]"}));
-    bench.load(QByteArray());
-    QCOMPARE(bench.upgrade(), (QStringList{"Start...", "Error No file...[fail]"}));
-    QCOMPARE(bench.log.take(), QStringList());
+    QCOMPARE(upgrade(), (QStringList{"Start...", "Error No file...[fail]"}));
+    connectDevice();
+    QCOMPARE(upgrade(), (QStringList{"Start...", "Error No file...[fail]"}));
+    load(QByteArray());
+    QCOMPARE(upgrade(), (QStringList{"Start...", "Error No file...[fail]"}));
+    QCOMPARE(log.take(), QStringList());
 
-    Workbench other;
-    other.useVirtualTime();
-    other.load("image");
-    QCOMPARE(other.upgrade(), QStringList{"Start..."});
-    QCOMPARE(other.log.take(), QStringList());
+    startMcu();
+    logPauses();
+    load("image");
+    QCOMPARE(upgrade(), QStringList{"Start..."});
+    QCOMPARE(log.take(), QStringList());
   }
 
   void anMcuThatIsNotKnownIsLeftAlone_data() {
@@ -239,13 +118,12 @@ class ExtMcuPageTest : public QObject {
 
   void anMcuThatIsNotKnownIsLeftAlone() {
     QFETCH(QByteArray, mcu);
-    Workbench bench(mcu);
-    bench.useVirtualTime();
-    bench.connect();
-    bench.load("image");
-    QCOMPARE(bench.upgrade(), QStringList{"Start..."});
-    QCOMPARE(bench.log.take(),
-             (QStringList{upgrade_reference::get("0x0D", "00"), upgrade_reference::get("0x43", "00")}));
+    startMcu(mcu);
+    logPauses();
+    connectDevice();
+    load("image");
+    QCOMPARE(upgrade(), QStringList{"Start..."});
+    QCOMPARE(log.take(), (QStringList{upgrade_reference::get("0x0D", "00"), upgrade_reference::get("0x43", "00")}));
   }
 
   // Of an image of two blocks; afterwards a plain upgrade of the same device
@@ -347,14 +225,13 @@ class ExtMcuPageTest : public QObject {
     QFETCH(QStringList, texts);
     QFETCH(bool, applicationLeft);
     QFETCH(bool, needsReplug);
-    Workbench bench;
-    bench.useVirtualTime();
-    bench.connect();
+    logPauses();
+    connectDevice();
     const QByteArray image = randomImage(2000, 7);
-    bench.load(image);
+    load(image);
     simulator::addMcuFault(fault);
 
-    const QStringList seen = bench.upgrade();
+    const QStringList seen = upgrade();
     QCOMPARE(firstDifference(seen, texts), QString());
     const QByteArray padded = upgrade_reference::padded(kFamilies[0], image);
     if (texts.last() == success()) {
@@ -368,7 +245,7 @@ class ExtMcuPageTest : public QObject {
       simulator::replug();
     }
     const bool inApplication = simulator::mcuRunsApplication();
-    const QStringList plain = bench.upgrade();
+    const QStringList plain = upgrade();
     QCOMPARE(firstDifference(plain, upgrade_reference::texts(kFamilies[0], image, inApplication)), QString());
     QCOMPARE(flashStart(padded.size()), padded);
   }
@@ -391,12 +268,11 @@ class ExtMcuPageTest : public QObject {
   void theTransferAtWhichTheBusFailsDecidesTheText() {
     QFETCH(unsigned, transfer);
     QFETCH(QString, lastText);
-    Workbench bench;
-    bench.useVirtualTime();
-    bench.connect();  // one transfer: the version
-    bench.load(randomImage(2000, 7));
+    logPauses();
+    connectDevice();  // one transfer: the version
+    load(randomImage(2000, 7));
     simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNotAcknowledged, transfer + 1, 0});
-    QCOMPARE(bench.upgrade().last(), lastText);
+    QCOMPARE(upgrade().last(), lastText);
   }
 
   void aFailedChecksumReadCountsAs0xFF_data() {
@@ -411,14 +287,14 @@ class ExtMcuPageTest : public QObject {
   void aFailedChecksumReadCountsAs0xFF() {
     QFETCH(int, firstByte);
     QFETCH(QString, lastText);
-    Workbench bench(R"({"mode": "bootLoader"})");
-    bench.useVirtualTime();
-    bench.connect();
-    bench.load(QByteArray(1, static_cast<char>(firstByte)));
+    startMcu(R"({"mode": "bootLoader"})");
+    logPauses();
+    connectDevice();
+    load(QByteArray(1, static_cast<char>(firstByte)));
     // Detection 1, starts 3 each, address 3, data 1, then its checksum; the
     // connection did not reach the boot loader.
     simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNotAcknowledged, 1 + 30 + 3 + 2});
-    QCOMPARE(bench.upgrade().last(), lastText);
+    QCOMPARE(upgrade().last(), lastText);
   }
 
   void aPowerCutLeavesTheBootLoaderAndTheNextUpgradeRecovers_data() {
@@ -435,19 +311,18 @@ class ExtMcuPageTest : public QObject {
     QFETCH(int, family);
     QFETCH(int, calls);
     const Family& chip = kFamilies[family];
-    Workbench bench(QByteArray(R"({"family": ")") + chip.code + "\"}",
-                    "\"unplugAfterCalls\": " + QByteArray::number(calls));
-    bench.useVirtualTime();
-    bench.connect();
+    startMcu(QByteArray(R"({"family": ")") + chip.code + "\"}", "\"unplugAfterCalls\": " + QByteArray::number(calls));
+    logPauses();
+    connectDevice();
     const QByteArray image = randomImage(5 * 1024, 3);
-    bench.load(image);
-    QVERIFY(bench.upgrade().last().contains("Error MCU"));
+    load(image);
+    QVERIFY(upgrade().last().contains("Error MCU"));
     QVERIFY(flashStart(image.size()) != image);
 
     simulator::replug();
     simulator::advanceTime(5s);
     QVERIFY(!simulator::mcuRunsApplication());
-    const QStringList plain = bench.upgrade();
+    const QStringList plain = upgrade();
     QCOMPARE(firstDifference(plain, upgrade_reference::texts(chip, image, false)), QString());
     QCOMPARE(flashStart(image.size()), image);
   }
@@ -460,49 +335,47 @@ class ExtMcuPageTest : public QObject {
 
   void bothSetsOfControlsDoTheSame() {
     QFETCH(QString, suffix);
-    Workbench bench;
-    bench.useVirtualTime();
-    bench.connect();
-    const QString path = bench.writeFile("image");
+    logPauses();
+    connectDevice();
+    const QString path = writeImage("image");
     DialogAnswers answers;
     answers.chooseFile(path);
-    bench.user.click("BN_Browse_ExtMCU" + suffix);
+    user.click("BN_Browse_ExtMCU" + suffix);
     QCOMPARE(answers.fileDialogs().size(), 1);
     const DialogAnswers::ShownFileDialog& dialog = answers.fileDialogs().first();
     QCOMPARE(dialog.title, "Load Ext MCU Firmware file");
     QCOMPARE(dialog.filters, QStringList{"*.bin"});
     QCOMPARE(dialog.mode, QFileDialog::AcceptOpen);
-    QCOMPARE(dialog.parent, &bench.window);
-    QCOMPARE(bench.user.widget<QLineEdit>("lineEdit_ExtMcu_Path").text(), path);
-    QCOMPARE(bench.user.widget<QLineEdit>("lineEdit_ExtMcu_Path_QX").text(), path);
+    QCOMPARE(dialog.parent, &window());
+    QCOMPARE(user.widget<QLineEdit>("lineEdit_ExtMcu_Path").text(), path);
+    QCOMPARE(user.widget<QLineEdit>("lineEdit_ExtMcu_Path_QX").text(), path);
 
-    QVERIFY(Workbench::waitForEnd(bench.start("BN_Apply_ExtMCU" + suffix)));
-    QCOMPARE(bench.user.message(), success());
+    QVERIFY(waitForWorker(startUpgrade("BN_Apply_ExtMCU" + suffix)));
+    QCOMPARE(user.message(), success());
     QCOMPARE(flashStart(5), "image");
   }
 
   void aCancelledOrFailedChoiceKeepsTheImage() {
-    Workbench bench;
-    bench.useVirtualTime();
-    bench.connect();
-    bench.load("first");
-    const auto& path = bench.user.widget<QLineEdit>("lineEdit_ExtMcu_Path_QX");
+    logPauses();
+    connectDevice();
+    load("first");
+    const auto& path = user.widget<QLineEdit>("lineEdit_ExtMcu_Path_QX");
     const QString first = path.text();
-    const QString message = bench.user.message();
+    const QString message = user.message();
     {
       DialogAnswers answers;
-      bench.user.click("BN_Browse_ExtMCU_QX");
+      user.click("BN_Browse_ExtMCU_QX");
       QCOMPARE(answers.fileDialogs().size(), 1);
       QCOMPARE(path.text(), first);
     }
 #if !defined(_WIN32)
     // A file that the dialog accepts but that cannot be opened.
-    const QString unreadable = bench.writeFile("other");
+    const QString unreadable = writeImage("other");
     QVERIFY(QFile::setPermissions(unreadable, QFileDevice::Permissions()));
     if (!QFile(unreadable).open(QIODevice::ReadOnly)) {  // it can for the superuser
       DialogAnswers answers;
       answers.chooseFile(unreadable);
-      bench.user.click("BN_Browse_ExtMCU_QX");
+      user.click("BN_Browse_ExtMCU_QX");
       QCOMPARE(path.text(), first);
     }
     // Neither has an end that a reader could wait for.
@@ -514,219 +387,28 @@ class ExtMcuPageTest : public QObject {
     for (const QString& file : {pipe, endless}) {
       DialogAnswers answers;
       answers.chooseFile(file);
-      bench.user.click("BN_Browse_ExtMCU_QX");
+      user.click("BN_Browse_ExtMCU_QX");
       QCOMPARE(path.text(), first);
     }
 #endif
-    QCOMPARE(bench.user.message(), message);
-    QCOMPARE(bench.upgrade().last(), success());
+    QCOMPARE(user.message(), message);
+    QCOMPARE(upgrade().last(), success());
     QCOMPARE(flashStart(5), "first");
 
-    bench.load("other");
-    QCOMPARE(bench.upgrade().last(), success());
+    load("other");
+    QCOMPARE(upgrade().last(), success());
     QCOMPARE(flashStart(5), "other");
   }
 
   void anImageLargerThanTheFlashIsRefusedByTheBootLoader() {
-    Workbench bench(R"({"family": "v"})");
-    bench.useVirtualTime();
-    bench.connect();
-    bench.load(QByteArray(64 * 1024 + 1, 'x'));
-    const QStringList texts = bench.upgrade();
+    startMcu(R"({"family": "v"})");
+    logPauses();
+    connectDevice();
+    load(QByteArray(64 * 1024 + 1, 'x'));
+    const QStringList texts = upgrade();
     // 0x00010000: 5A + A2 + 01.
     QCOMPARE(texts.last(), "9Error MCU Addr checksum...[2] 253");
     QVERIFY(!texts.contains(success()));
-  }
-
-  void anImageLoadedMeanwhileIsForTheNextUpgrade() {
-    Workbench bench;
-    Halt halt(20);
-    bench.connect();
-    const QByteArray first = randomImage(5000, 1);
-    const QByteArray second = randomImage(5000, 2);
-    bench.load(first);
-    const QPointer<QThread> worker = bench.start();
-    QVERIFY(halt.waitUntilReached());
-    bench.load(second);
-    halt.letGo();
-    QVERIFY(Workbench::waitForEnd(worker));
-    QCOMPARE(bench.user.message(), success());
-    QCOMPARE(flashStart(5000), first);
-
-    QCOMPARE(bench.upgrade().last(), success());
-    QCOMPARE(flashStart(5000), second);
-  }
-
-  void aSecondUpgradeStartedMeanwhileSendsItsOwnImage() {
-    Workbench bench(R"({"family": "v"})");
-    Halt halt(20);
-    bench.connect();
-    const QByteArray first = randomImage(5000, 1);
-    const QByteArray second = randomImage(5000, 2);
-    bench.load(first);
-    simulator::clearJournal();
-    bench.texts->clear();
-    const QPointer<QThread> worker = bench.start();
-    QVERIFY(halt.waitUntilReached());
-    std::map<std::thread::id, QByteArray> sent;
-    collectData(sent);
-    bench.load(second);
-    sleeps::replaceBy([](auto time) { simulator::advanceTime(time); });
-    const QPointer<QThread> other = bench.start();
-    QVERIFY(other != worker);
-    halt.letGo();
-    QVERIFY(Workbench::waitForEnd(worker));
-    QVERIFY(Workbench::waitForEnd(other));
-    collectData(sent);
-    QVERIFY(sent.size() <= 2);
-    for (const auto& [thread, content] : sent) {
-      QVERIFY(thread != std::this_thread::get_id());
-      QVERIFY(upgrade_reference::padded(kFamilies[1], first).startsWith(content) ||
-              upgrade_reference::padded(kFamilies[1], second).startsWith(content));
-    }
-    // Whatever the two left, one alone succeeds.
-    simulator::advanceTime(5s);
-    QCOMPARE(bench.upgrade().last(), success());
-    QCOMPARE(flashStart(5000), second);
-  }
-
-  void aDisconnectMeanwhileEndsTheUpgrade() {
-    Workbench bench;
-    Halt halt(20);
-    bench.connect();
-    const QByteArray image = randomImage(5000, 1);
-    bench.load(image);
-    const QPointer<QThread> worker = bench.start();
-    QVERIFY(halt.waitUntilReached());
-    bench.user.choose("CB_DeviceType", "KVR-5B");
-    bench.user.click("BN_Connect");
-    QCOMPARE(bench.user.message(), "set Port...[Fail]");
-    halt.letGo();
-    QVERIFY(Workbench::waitForEnd(worker));
-    QVERIFY(bench.texts->texts().last().contains("Error MCU"));
-
-    bench.user.choose("CB_DeviceType", "KVR-7");
-    bench.user.click("BN_Connect");
-    QCOMPARE(bench.user.message(), "Device Connected");
-    QCOMPARE(bench.upgrade().last(), success());
-    QCOMPARE(flashStart(5000), image);
-  }
-
-  void anUpgradeOutlivesItsWindow_data() {
-    QTest::addColumn<int>("pause");
-    for (const int pause : {1, 2, 10, 17, 20, 30}) {
-      QTest::addRow("closed in pause %d", pause) << pause;
-    }
-  }
-
-  void anUpgradeOutlivesItsWindow() {
-    QFETCH(int, pause);
-    auto bench = std::make_unique<Workbench>();
-    BusLog log;
-    std::binary_semaphore reached{0};
-    std::binary_semaphore go{0};
-    std::atomic<int> seen = 0;
-    simulator::useVirtualTime();
-    sleeps::replaceBy([&](auto time) {
-      if (++seen == pause) {
-        reached.release();
-        go.acquire();
-      }
-      log.pause(time);
-    });
-    bench->connect();
-    const QByteArray image = randomImage(5000, 1);
-    bench->load(image);
-    const QPointer<QThread> worker = bench->start();
-    QVERIFY(QTest::qWaitFor([&reached] { return reached.try_acquire(); }, kPatienceMs));
-    log.take();
-    bench.reset();
-    // The window's end neither waited, nor stopped the worker, nor called the library.
-    QVERIFY(!worker.isNull());
-    QVERIFY(worker->isRunning());
-    QVERIFY(worker->parent() == nullptr);
-    QCOMPARE(log.take(), QStringList());
-
-    go.release();
-    QVERIFY(worker->wait(kPatienceMs));
-    QCOMPARE(flashStart(5000), image);
-    // In the program it would end with the process.
-    delete worker;
-  }
-
-  void closingAtAnyMomentHurtsNoRunningUpgrade() {
-    std::mt19937 random(20);
-    for (int round = 0; round < 100; ++round) {
-      auto bench = std::make_unique<Workbench>(round % 2 ? R"({"family": "v"})" : "{}");
-      simulator::useVirtualTime();
-      sleeps::replaceBy([](auto time) { simulator::advanceTime(time); });
-      bench->connect();
-      const QByteArray image = randomImage(1 + static_cast<int>(random() % 3000), static_cast<unsigned>(round));
-      bench->load(image);
-      const QPointer<QThread> worker = bench->start();
-      // A moment somewhere in the upgrade, which takes some milliseconds here.
-      const auto moment = std::chrono::microseconds(random() % 6000);
-      std::this_thread::sleep_for(moment);
-      if (random() % 2 != 0U) {
-        QCoreApplication::processEvents();
-      }
-      bench.reset();
-      if (worker) {
-        QVERIFY(worker->wait(kPatienceMs));
-        delete worker;
-      }
-      QCOMPARE(flashStart(image.size()), image);
-    }
-  }
-
-  void theWindowStaysAliveDuringAnUpgrade() {
-    Workbench bench(R"({"family": "v"})", "\"latencyMs\": 0.2");
-    bench.connect();
-    bench.load(randomImage(2000, 1));
-    simulator::clearJournal();
-    std::atomic<int> sleepsOnWindow = 0;
-    sleeps::replaceBy([&, gui = std::this_thread::get_id()](auto time) {
-      sleepsOnWindow += std::this_thread::get_id() == gui;
-      std::this_thread::sleep_for(time);
-    });
-
-    QElapsedTimer sinceTick;
-    qint64 worstGap = 0;
-    int ticks = 0;
-    QTimer timer;
-    timer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-      worstGap = std::max(worstGap, sinceTick.restart());
-      ++ticks;
-    });
-    timer.start(10);
-    sinceTick.start();
-    const QPointer<QThread> worker = bench.start();
-    QVERIFY(Workbench::waitForEnd(worker));
-    timer.stop();
-    QCOMPARE(bench.user.message(), success());
-    qInfo("worst gap between two ticks of a 10 ms timer: %lld ms, %d ticks", worstGap, ticks);
-
-    // What could hold the window up, whatever the load of this machine.
-    QCOMPARE(sleepsOnWindow, 0);
-    QVERIFY(!simulator::journal().empty());
-    for (const simulator::JournalEntry& entry : simulator::journal()) {
-      QVERIFY(entry.thread != std::this_thread::get_id());
-    }
-    QVERIFY(ticks > 50);
-  }
-
- private:
-  // The payloads of the data packets in the journal, by thread.
-  static void collectData(std::map<std::thread::id, QByteArray>& sent) {
-    for (const simulator::JournalEntry& entry : simulator::journal()) {
-      const QString arguments = QString::fromStdString(entry.arguments);
-      const QString data = QStringLiteral("3, 0x43, 68, [00 5A A3 ");
-      if (arguments.startsWith(data)) {
-        sent[entry.thread] += QByteArray::fromHex(arguments.mid(data.size()).toLatin1()).left(64);
-      }
-    }
-    simulator::clearJournal();
   }
 };
 

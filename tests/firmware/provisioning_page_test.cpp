@@ -24,10 +24,11 @@ QByteArray madeUpKey() {
 class ProvisioningPageTest : public WindowTest {
   Q_OBJECT
 
- private slots:
+ public:
   // File names are UTF-8 wherever the test runs.
-  void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
+  static void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
+ private slots:
   void choosingAKeyFileBurnsIt() {
     connectDevice();
     const QString path = write("key.bin", madeUpKey());

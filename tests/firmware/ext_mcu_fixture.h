@@ -1,0 +1,79 @@
+#pragma once
+
+#include "simulator/control/control.h"
+#include "tests/support/bus_log.h"
+#include "tests/support/posted_texts.h"
+#include "tests/support/sleeps.h"
+#include "tests/support/upgrade_reference.h"
+#include "tests/support/window_fixture.h"
+
+#include <algorithm>
+#include <memory>
+#include <random>
+
+/// Base of tests that upgrade the external MCU through the window. Replaces
+/// QThread::msleep, so include this in one source of a test program only.
+class ExtMcuFixture : public WindowTest {
+ protected:
+  /// Starts over with this external MCU and whatever else of a scenario.
+  void startMcu(const QByteArray& mcu = "{}", const QByteArray& more = "") {
+    start("{\"externalMcu\": " + mcu + (more.isEmpty() ? "" : ", ") + more + "}");
+    texts_ = std::make_unique<PostedTexts>(user.widget<QLabel>("LB_Message"));
+    log.take();
+  }
+
+  void finish() {
+    sleeps::replaceBy({});
+    closeWindow();
+    simulator::reset();
+  }
+
+  /// Lets the workers' pauses pass in virtual time only, and logs them.
+  void logPauses() {
+    sleeps::replaceBy([this](std::chrono::milliseconds time) { log.pause(time); });
+  }
+
+  QString writeImage(const QByteArray& content) {
+    return files().write(QStringLiteral("image%1.bin").arg(++images_), content);
+  }
+
+  void load(const QByteArray& content) { chooseFile("BN_Browse_ExtMCU_QX", writeImage(content)); }
+
+  QPointer<QThread> startUpgrade(const QString& button = "BN_Apply_ExtMCU_QX") const { return startWorker(button); }
+
+  /// Runs an upgrade to its end.
+  /// @return its texts
+  QStringList upgrade() {
+    texts_->clear();
+    if (!waitForWorker(startUpgrade())) {
+      return {"the worker does not end"};
+    }
+    return texts_->texts();
+  }
+
+  PostedTexts& texts() const { return *texts_; }
+
+  static QString success() { return QStringLiteral("MCU Update Done...[Success]"); }
+
+  static QByteArray randomImage(int size, unsigned seed) {
+    std::mt19937 random(seed);
+    QByteArray image(size, '\0');
+    for (char& byte : image) {
+      byte = static_cast<char>(random() & 0xFF);
+    }
+    return image;
+  }
+
+  /// The beginning of the MCU's flash.
+  static QByteArray flashStart(int size) {
+    const std::vector<std::uint8_t> flash = simulator::mcuFlash();
+    return {reinterpret_cast<const char*>(flash.data()), std::min(size, static_cast<int>(flash.size()))};
+  }
+
+  /// Calls and pauses on the device's bus.
+  BusLog log;
+
+ private:
+  std::unique_ptr<PostedTexts> texts_;
+  int images_ = 0;
+};
