@@ -1,5 +1,6 @@
 #include "app/high_dpi.h"
 #include "app/main_window.h"
+#include "app/program_icon.h"
 
 #include <QApplication>
 
@@ -15,6 +16,7 @@ int main(int argc, char* argv[]) {
 #endif
   enableHighDpi();
   QApplication application(argc, argv);
+  setProgramIcon();
   MainWindow window;
   window.show();
   return QApplication::exec();

@@ -1,4 +1,4 @@
-# Run by CPack when a package's files stand in their folder: adds the bill of
+# Run by CPack and by packaging/linux/build-deb when a package's files stand in their folder: adds the bill of
 # materials and gives every file the commit's time, so that the same commit
 # makes the same package.
 set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
@@ -34,7 +34,7 @@ function(component name version licence purl)
   set(components ${components} "${entry}" PARENT_SCOPE)
 endfunction()
 
-component(Pellavox ${CPACK_PACKAGE_VERSION} MIT "" Pellavox.exe lib*/pellavox/Pellavox)
+component(Pellavox ${CPACK_PACKAGE_VERSION} MIT "" Pellavox.exe lib/pellavox*/Pellavox)
 component(simulated-device ${CPACK_PACKAGE_VERSION} MIT "" RTICE_SDK_x64.dll libRTICE_SDK_x64.so)
 component(qtbase "${CPACK_PELLAVOX_QT_VERSION}" "LGPL-3.0-only OR GPL-2.0-or-later"
   "pkg:generic/qtbase@${CPACK_PELLAVOX_QT_VERSION}" Qt5*.dll qwindows*.dll)

@@ -1,4 +1,4 @@
-# Read by CPack once for each package it makes: what differs between flavours.
+# Read by CPack once for each Windows package it makes: what differs between flavours.
 #   cpack -D CPACK_PELLAVOX_FLAVOUR=device|training
 if(NOT CPACK_PELLAVOX_FLAVOUR)
   set(CPACK_PELLAVOX_FLAVOUR training)
@@ -20,9 +20,7 @@ if(CPACK_PELLAVOX_FLAVOUR STREQUAL training)
   set(title "Pellavox Training")
 endif()
 
-if(CPACK_PELLAVOX_WINDOWS)
-  set(CPACK_PACKAGE_FILE_NAME pellavox-${CPACK_PACKAGE_VERSION}-windows-x64-${CPACK_PELLAVOX_FLAVOUR})
-endif()
+set(CPACK_PACKAGE_FILE_NAME pellavox-${CPACK_PACKAGE_VERSION}-windows-x64-${CPACK_PELLAVOX_FLAVOUR})
 
 if(CPACK_GENERATOR STREQUAL NSIS)
   string(APPEND CPACK_PACKAGE_FILE_NAME -setup)
@@ -42,17 +40,4 @@ if(CPACK_GENERATOR STREQUAL NSIS)
   set(CPACK_NSIS_MANIFEST_DPI_AWARE ON)
   set(CPACK_NSIS_CREATE_ICONS_EXTRA "CreateShortCut '$SMPROGRAMS\\$STARTMENU_FOLDER\\${title}.lnk' '$INSTDIR\\Pellavox.exe'")
   set(CPACK_NSIS_DELETE_ICONS_EXTRA "Delete '$SMPROGRAMS\\$MUI_TEMP\\${title}.lnk'")
-endif()
-
-if(CPACK_GENERATOR STREQUAL DEB)
-  set(CPACK_PACKAGE_NAME pellavox-training)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Orvenhal <pellavox@orvenhal.example>")
-  set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
-  set(CPACK_PACKAGE_DESCRIPTION "Pellavox connects to a USB HDMI capture device, shows what its receiver sees,
-and provisions it: firmware, keys, EDID, serial number. This package brings a
-simulated device in place of a real one, for learning and trying.")
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CPACK_PELLAVOX_BUILD_DIRECTORY}/bin)
-  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 endif()

@@ -6,6 +6,7 @@
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QGenericPlugin>
+#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -42,6 +43,7 @@ unsigned callsUnderWay() {
 //   choose NAME ROW    chooses a row of a combo box
 //   open PATH          names a file in the open file dialog and accepts it
 //   print NAME         prints "NAME=<text>" of a label
+//   icon               prints "icon=<sizes>" of the window's icon
 //   wait MS            lets that much time pass
 //   close              closes the window
 //   closeafter MS      goes on at once, and that much later closes the window,
@@ -115,6 +117,13 @@ class Probe : public QObject {
       dialog.findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Open)->click();
     } else if (verb == "print") {
       std::printf("%s=%s\n", qPrintable(name), qPrintable(window.findChild<QLabel*>(name)->text()));
+      std::fflush(stdout);
+    } else if (verb == "icon") {
+      std::printf("icon=");
+      for (const QSize size : window.windowIcon().availableSizes()) {
+        std::printf("%dx%d ", size.width(), size.height());
+      }
+      std::printf("\n");
       std::fflush(stdout);
     } else if (verb == "close") {
       window.close();

@@ -1,0 +1,58 @@
+# What the Debian packages hold: components "device" and "training", each complete
+# and with names of its own, so that both may be installed side by side.
+
+# flavour(component name title comment purpose)
+function(flavour component name title comment purpose)
+  set(made ${CMAKE_CURRENT_BINARY_DIR}/deb/${name})
+  set(suffix)
+  set(files ".I /usr/lib/pellavox/libRTICE_SDK_x64.so\nis the device library that came with your devices. It is not part of the package:\n\
+put it there, or name its folder in LD_LIBRARY_PATH, whose folders are searched\n\
+first. An empty element in it means the current directory.")
+  if(component STREQUAL training)
+    set(suffix ", training flavour")
+    set(files ".I /usr/share/${name}/scenarios\nholds other devices, signals and faults. The environment variable\n\
+.B RTICE_SIMULATOR_SCENARIO\nnames the one to use.\n.PP\n\
+.I /usr/share/${name}/samples\nholds firmware and key files to load. They are for the simulated device only.")
+  endif()
+
+  configure_file(linux/pellavox.desktop.in ${made}/com.orvenhal.${name}.desktop @ONLY)
+  configure_file(linux/pellavox.metainfo.xml.in ${made}/com.orvenhal.${name}.metainfo.xml @ONLY)
+  configure_file(linux/pellavox.1.in ${made}/${name}.1 @ONLY)
+
+  set(program_folder lib/${name})
+  set(document_folder share/doc/${name})
+  install(TARGETS Pellavox RUNTIME DESTINATION ${program_folder} COMPONENT ${component})
+  # The program finds the device library beside itself, also when started by
+  # this name.
+  file(CREATE_LINK ../${program_folder}/Pellavox ${made}/bin SYMBOLIC)
+  install(FILES ${made}/bin DESTINATION bin RENAME ${name} COMPONENT ${component})
+  install(FILES ${made}/com.orvenhal.${name}.desktop DESTINATION share/applications COMPONENT ${component})
+  install(FILES ${made}/com.orvenhal.${name}.metainfo.xml DESTINATION share/metainfo COMPONENT ${component})
+  install(FILES ${made}/${name}.1 DESTINATION share/man/man1 COMPONENT ${component})
+  install(FILES icons/pellavox.svg DESTINATION share/icons/hicolor/scalable/apps
+    RENAME com.orvenhal.${name}.svg COMPONENT ${component})
+  install(FILES linux/copyright linux/changelog DESTINATION ${document_folder} COMPONENT ${component})
+  foreach(document IN LISTS documents)
+    install(FILES ${CMAKE_SOURCE_DIR}/docs/${document}.md DESTINATION ${document_folder} COMPONENT ${component})
+  endforeach()
+
+  if(component STREQUAL device)
+    install(FILES linux/README.Debian DESTINATION ${document_folder} COMPONENT ${component})
+    return()
+  endif()
+  foreach(document IN LISTS training_documents)
+    install(FILES ${CMAKE_SOURCE_DIR}/docs/${document}.md DESTINATION ${document_folder} COMPONENT ${component})
+  endforeach()
+  install(TARGETS RTICE_SDK_x64 LIBRARY DESTINATION ${program_folder} COMPONENT ${component})
+  install(DIRECTORY ${CMAKE_SOURCE_DIR}/simulator/scenarios DESTINATION share/${name} COMPONENT ${component})
+  if(TARGET samples)
+    install(DIRECTORY ${samples} DESTINATION share/${name} COMPONENT ${component})
+  endif()
+endfunction()
+
+flavour(device pellavox "Pellavox"
+  "Look at and provision USB HDMI capture devices"
+  "This package is for real devices; their device library must be added.")
+flavour(training pellavox-training "Pellavox (training)"
+  "Look at and provision USB HDMI capture devices; this one is simulated"
+  "This package is for learning and trying: the device in it is simulated.")
