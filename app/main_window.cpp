@@ -1,7 +1,9 @@
 #include "app/main_window.h"
 
 #include "app/message_line.h"
+#include "app/plain_labels.h"
 #include "app/program_state.h"
+#include "app/value_label_accessibility.h"
 #include "ui_main_window.h"
 
 #include <QCoreApplication>
@@ -18,6 +20,8 @@ QTimer* makeOwnerlessTimer() { return new QTimer; }
 }  // namespace
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(std::make_unique<Ui_MainWindow>()) {
+  describeValueLabels();
+  new PlainLabels(this);
   ui->setupUi(this);
   messageLine = std::make_shared<MessageLine>(ui->LB_Message);
 

@@ -1,8 +1,8 @@
 /// @file
-/// Every read button of the window against a library that returns anything. For
-/// each reading operation in turn the input gives one byte (bit 7: another status
-/// than success, taken from the next four bytes; bits 0 to 6: how many bytes it
-/// writes) and then those bytes; what is missing is zero.
+/// Every read button of the window, which is on the screen, against a library
+/// that returns anything. For each reading operation in turn the input gives one
+/// byte (bit 7: another status than success, taken from the next four bytes; bits
+/// 0 to 6: how many bytes it writes) and then those bytes; what is missing is zero.
 #include "device/bytes.h"
 #include "device/operations.h"
 #include "fuzz/input.h"
@@ -20,6 +20,26 @@ namespace {
 
 constexpr const char* kReadButtons[] = {"BN_Info_Read", "BN_Video_Read", "BN_Audio_Read", "BN_SN_Read",
                                         "BN_EDID_Read", "BN_I2C_Read",   "BN_GPIO_Read"};
+
+/// The labels that show what the device says of itself.
+constexpr const char* kTexts[] = {"lb_FW_VER_QX", "label_UVC_NAME", "label_IManufacturer", "label_IProduct"};
+
+/// Whether a label paints its text letter by letter, whatever the text looks like.
+bool isPaintedPlain(const char* name) {
+  auto& label = fuzz::widget<QLabel>(name);
+  static auto* const plain = [&label] {
+    auto* const made = new QLabel(label.parentWidget());
+    made->setTextFormat(Qt::PlainText);
+    return made;
+  }();
+  plain->setParent(label.parentWidget());
+  plain->setGeometry(label.geometry());
+  plain->setIndent(label.indent());
+  plain->setText(label.text());
+  const bool isAlike = plain->grab().toImage() == label.grab().toImage();
+  plain->setParent(nullptr);
+  return isAlike;
+}
 
 /// Connects anew and presses every read button.
 void readEverything() {
@@ -43,11 +63,16 @@ void readEverything() {
   for (QAbstractButton* const button : readButtons) {
     button->click();
   }
+  QCoreApplication::processEvents();  // paints the page that is seen
+  for (const char* const name : kTexts) {
+    fuzz::require(isPaintedPlain(name), "a text of the device is painted as it stands");
+  }
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::window().show();
   simulator::reset();
   simulator::useVirtualTime();
   fuzz::Input input({data, size});

@@ -376,6 +376,8 @@ constexpr LongestText kLongestTexts[] = {
     {"Edit_VID", "5C19"},
     {"Edit_PID", "6B03"},
     {"lineEdit_SN", "DDDDDDDDDDDDDDDD"},
+    {"label_IManufacturer", "Example Video Systems and Capture Devices Manufacturing Co., Ltd"},
+    {"label_IProduct", "Example Video Systems and Capture Devices Manufacturing Co., Ltd"},
     {"lineEdit_I2C_Addr", "FF"},
     {"lineEdit_I2C_Reg", "DDDDDDDD"},
     {"lineEdit_I2C_Value", "DDDDDDDD"},
