@@ -1,6 +1,7 @@
 #include "device/ext_mcu_channel.h"
 
 #include "device/RTICE_SDK_x64.h"
+#include "device/answer.h"
 
 #include <array>
 #include <limits>
@@ -14,9 +15,28 @@ constexpr std::chrono::milliseconds kPollInterval{5};
 
 }  // namespace
 
+Result<> readI2c(std::uint8_t bus, std::uint8_t slave, std::span<const std::uint8_t> registerIndex,
+                 std::span<std::uint8_t> buffer) {
+  return resultOf(AT_System_Get_ExternalMCU_cmd(bus, slave, static_cast<unsigned int>(registerIndex.size()),
+                                                registerIndex.data(), static_cast<unsigned int>(buffer.size()),
+                                                buffer.data()));
+}
+
+Result<> writeI2c(std::uint8_t bus, std::uint8_t slave, std::span<const std::uint8_t> bytes) {
+  if (bytes.empty() || bytes.size() > std::numeric_limits<std::uint16_t>::max()) {
+    return failure(kNotCalled);
+  }
+  return resultOf(AT_System_Send_ExternalMCU_cmd(bus, slave, static_cast<std::uint16_t>(bytes.size()), bytes.data()));
+}
+
+Result<std::uint8_t> readRegister(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex) {
+  Answer<std::uint8_t> answer;
+  return readI2c(bus, slave, {&registerIndex, 1}, {&answer.value, 1}).map([&answer] { return answer.value; });
+}
+
 std::uint32_t readRegisterByte(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex) {
-  std::uint8_t value = 0;
-  return readRegisterBlock(bus, slave, registerIndex, {&value, 1}) ? value : kReadFailed;
+  const Result<std::uint8_t> value = readRegister(bus, slave, registerIndex);
+  return value ? *value : kReadFailed;
 }
 
 bool writeRegisterByte(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex, std::uint8_t value) {
@@ -25,15 +45,11 @@ bool writeRegisterByte(std::uint8_t bus, std::uint8_t slave, std::uint8_t regist
 
 bool readRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex,
                        std::span<std::uint8_t> buffer) {
-  return AT_System_Get_ExternalMCU_cmd(bus, slave, 1, &registerIndex, static_cast<unsigned int>(buffer.size()),
-                                       buffer.data()) == 0;
+  return readI2c(bus, slave, {&registerIndex, 1}, buffer).has_value();
 }
 
 bool writeRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::span<const std::uint8_t> buffer) {
-  if (buffer.empty() || buffer.size() > std::numeric_limits<std::uint16_t>::max()) {
-    return false;
-  }
-  return AT_System_Send_ExternalMCU_cmd(bus, slave, static_cast<std::uint16_t>(buffer.size()), buffer.data()) == 0;
+  return writeI2c(bus, slave, buffer).has_value();
 }
 
 bool packetChecksumMatches(std::uint8_t expected) {

@@ -1,14 +1,15 @@
 #pragma once
 
+#include "device/result.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <span>
 
-/// Registers of the slaves on the device's I2C bus, of which the external MCU
-/// is one, over the device library's two bus operations. Any thread; the
-/// calling thread waits for the bus and no lock is taken. A library status
-/// other than 0 is a failure, whatever its value.
+/// Register access to the slaves on the device's I2C bus, the external MCU among
+/// them, over the device library's two bus operations. Any thread; the calling
+/// thread waits for the bus and no lock is taken.
 namespace device {
 
 /// The bus index that the device library knows the I2C bus by.
@@ -30,7 +31,20 @@ inline constexpr std::uint8_t kBootStatusRegister = 0x01;
 /// Boot loader, read: checksum of the last packet as the boot loader computed it.
 inline constexpr std::uint8_t kBootChecksumRegister = 0x02;
 
-/// What a failed `readRegisterByte` gives: no byte, but 0xFF when cut to one.
+/// Writes a register index to a slave and reads as many bytes as `buffer` holds.
+/// After a failure the buffer's content is undefined.
+/// @param registerIndex most significant byte first
+Result<> readI2c(std::uint8_t bus, std::uint8_t slave, std::span<const std::uint8_t> registerIndex,
+                 std::span<std::uint8_t> buffer);
+
+/// Writes bytes to a slave, the register index first.
+/// @param bytes 1 to 65535; any other number is not sent (`kNotCalled`)
+Result<> writeI2c(std::uint8_t bus, std::uint8_t slave, std::span<const std::uint8_t> bytes);
+
+/// Reads one register.
+Result<std::uint8_t> readRegister(std::uint8_t bus, std::uint8_t slave, std::uint8_t registerIndex);
+
+/// Returned by `readRegisterByte` on failure; truncates to 0xFF.
 inline constexpr std::uint32_t kReadFailed = 0xFFFFFFFF;
 
 /// Reads one register; `kReadFailed` when the transfer failed.
@@ -53,7 +67,7 @@ bool writeRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::span<const st
 /// read counts as 0xFF, which is then taken for a match.
 bool packetChecksumMatches(std::uint8_t expected);
 
-/// Lets a time pass on the calling thread.
+/// Blocks the calling thread for the given time.
 using Pause = std::function<void(std::chrono::milliseconds)>;
 
 /// Polls the boot loader until it is ready for the next packet, 5 ms apart;

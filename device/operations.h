@@ -29,7 +29,7 @@ enum class Kind : std::uint8_t {
 };
 
 /// What the result of an operation says.
-enum class Result : std::uint8_t {
+enum class ResultMeaning : std::uint8_t {
   kStatus,      ///< 0 = success, anything else failure
   kTextLength,  ///< the length of a text in bytes; negative = failure
 };
@@ -57,12 +57,14 @@ struct OperationDescription {
   Operation id;
   std::string_view name;  ///< of the C function; NUL-terminated
   Kind kind;
-  Result result;
+  ResultMeaning result;
   std::size_t parameterCount;
   std::array<Parameter, kMaxParameters> parameterSlots;  ///< the first `parameterCount` are in use
 
   constexpr std::span<const Parameter> parameters() const { return std::span(parameterSlots).first(parameterCount); }
-  constexpr bool failed(std::int32_t status) const { return result == Result::kTextLength ? status < 0 : status != 0; }
+  constexpr bool failed(std::int32_t status) const {
+    return result == ResultMeaning::kTextLength ? status < 0 : status != 0;
+  }
 };
 
 namespace operation_table {
@@ -86,7 +88,7 @@ constexpr Parameter text(std::string_view name) { return {name, Direction::kText
 constexpr Parameter progress(std::string_view name) { return {name, Direction::kProgress}; }
 
 template <typename... Parameters>
-constexpr OperationDescription describe(Operation id, std::string_view name, Kind kind, Result result,
+constexpr OperationDescription describe(Operation id, std::string_view name, Kind kind, ResultMeaning result,
                                         Parameters... parameters) {
   static_assert(sizeof...(parameters) <= OperationDescription::kMaxParameters);
   return {id, name, kind, result, sizeof...(parameters), {parameters...}};
@@ -94,7 +96,7 @@ constexpr OperationDescription describe(Operation id, std::string_view name, Kin
 
 inline constexpr std::array kTable{
 #define OPERATION(name, kind, result, declaration, arguments, ...) \
-  describe(Operation::name, #name, Kind::kind, Result::result __VA_OPT__(, ) __VA_ARGS__),
+  describe(Operation::name, #name, Kind::kind, ResultMeaning::result __VA_OPT__(, ) __VA_ARGS__),
 #include "device/operations.inc"
 #undef OPERATION
 };

@@ -1,6 +1,8 @@
 #include "firmware/capture_image.h"
 
-#include <QFileDevice>
+#include "device/regular_file.h"
+
+#include <QFile>
 
 #include <algorithm>
 #include <array>
@@ -17,12 +19,11 @@ namespace firmware {
 namespace {
 
 struct Model {
-  std::uint32_t vid;
-  std::uint32_t pid;
+  device::UsbIds ids;
   const char* text;
 };
 
-constexpr std::array<Model, 2> kModels{{{0x5C19, 0x6B03, "KVR-7"}, {0x5C19, 0x6B02, "KVR-5"}}};
+constexpr std::array<Model, 2> kModels{{{{0x5C19, 0x6B03}, "KVR-7"}, {{0x5C19, 0x6B02}, "KVR-5"}}};
 
 // Large enough that system calls do not count, small enough to stay in the cache.
 constexpr std::size_t kPieceSize = std::size_t{256} * 1024;
@@ -42,9 +43,9 @@ bool skipHole([[maybe_unused]] QFileDevice& file) {
   return false;
 }
 
-// Compares all of a block, one letter of the text after the other and without
-// any branch: the compiler makes vector instructions of that, and an image full
-// of beginnings of the text takes no longer than any other.
+// Branch-free, one letter of the text after the other, so that the compiler can
+// vectorise it: an image full of beginnings of the text takes no longer than any
+// other.
 bool contains(std::string_view piece, std::string_view text) {
   std::array<char, 1024> differences{};
   for (std::size_t block = 0; block + text.size() <= piece.size(); block += differences.size()) {
@@ -65,10 +66,25 @@ bool contains(std::string_view piece, std::string_view text) {
 
 }  // namespace
 
-std::optional<QByteArray> modelText(std::uint32_t vid, std::uint32_t pid) {
-  const auto* const found = std::find_if(kModels.begin(), kModels.end(),
-                                         [&](const Model& model) { return model.vid == vid && model.pid == pid; });
+std::optional<QByteArray> modelText(const device::UsbIds& ids) {
+  const auto* const found =
+      std::find_if(kModels.begin(), kModels.end(), [&ids](const Model& model) { return model.ids == ids; });
   return found == kModels.end() ? std::nullopt : std::optional(QByteArray(found->text));
+}
+
+tl::expected<void, ImageRefusal> checkCaptureImage(const QString& path, const device::UsbIds& ids) {
+  const std::optional<QByteArray> model = modelText(ids);
+  if (!model) {
+    return tl::unexpected<ImageRefusal>(ImageRefusal::kUnknownModel);
+  }
+  QFile image(path);
+  if (!device::openRegularFile(image, QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+    return tl::unexpected<ImageRefusal>(ImageRefusal::kCannotOpen);
+  }
+  if (!containsText(image, *model)) {
+    return tl::unexpected<ImageRefusal>(ImageRefusal::kWrongModel);
+  }
+  return {};
 }
 
 bool containsText(QFileDevice& file, const QByteArray& text) {

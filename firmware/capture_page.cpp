@@ -36,7 +36,7 @@ void MainWindow::slotCapMcuUpdate() {
   if (vid.isEmpty() || pid.isEmpty()) {
     return;
   }
-  const auto model = firmware::modelText(vid.toUInt(nullptr, 16), pid.toUInt(nullptr, 16));
+  const auto model = firmware::modelText({vid.toUInt(nullptr, 16), pid.toUInt(nullptr, 16)});
   if (!model) {
     refuse(QStringLiteral("Unknow VID/PID"));
     return;

@@ -78,9 +78,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input({data, size});
   const std::uint8_t control = input.takeByte();
   const std::uint32_t pid = (control & 1) != 0 ? 0x6B02 : 0x6B03;
-  const auto text = firmware::modelText(0x5C19, pid);
+  const auto text = firmware::modelText({0x5C19, pid});
   fuzz::require(text.has_value(), "both models have a name");
-  fuzz::require(!firmware::modelText(pid, 0x5C19), "other ids have none");
+  fuzz::require(!firmware::modelText({pid, 0x5C19}), "other ids have none");
 
   const int way = control >> 1 & 15;
   const bool inFile = way < 4;

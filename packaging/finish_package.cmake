@@ -42,6 +42,9 @@ component(gcc-runtime "${CPACK_PELLAVOX_GCC_VERSION}" "GPL-3.0-or-later WITH GCC
   "pkg:deb/debian/gcc-mingw-w64-x86-64-posix-runtime@${CPACK_PELLAVOX_GCC_VERSION}" libgcc*.dll libstdc*.dll)
 component(winpthreads "${CPACK_PELLAVOX_MINGW_VERSION}" "MIT AND BSD-3-Clause"
   "pkg:deb/debian/mingw-w64-x86-64-dev@${CPACK_PELLAVOX_MINGW_VERSION}" libwinpthread-1.dll)
+# Headers only: compiled into the program.
+component(expected "${CPACK_PELLAVOX_EXPECTED_VERSION}" CC0-1.0
+  "pkg:deb/debian/libexpected-dev@${CPACK_PELLAVOX_EXPECTED_VERSION}" Pellavox.exe lib*/pellavox/Pellavox)
 if(CPACK_PELLAVOX_FLAVOUR STREQUAL training)
   # Headers only: compiled into the simulated device.
   component(nlohmann-json "${CPACK_PELLAVOX_JSON_VERSION}" MIT

@@ -74,8 +74,8 @@ class CaptureImageTest : public QObject {
     QFETCH(std::uint32_t, vid);
     QFETCH(std::uint32_t, pid);
     QFETCH(QByteArray, text);
-    QCOMPARE(firmware::modelText(vid, pid).value_or(QByteArray()), text);
-    QCOMPARE(firmware::modelText(vid, pid).has_value(), !text.isEmpty());
+    QCOMPARE(firmware::modelText({vid, pid}).value_or(QByteArray()), text);
+    QCOMPARE(firmware::modelText({vid, pid}).has_value(), !text.isEmpty());
   }
 
   void theTextIsFoundWhereverItIs_data() {

@@ -47,10 +47,10 @@ class SampleFilesTest : public QObject {
   }
 
   void aCaptureImageIsForItsOwnModelOnly() {
-    QVERIFY(contains(samples_.filePath("capture-kvr-7.img"), *firmware::modelText(0x5C19, 0x6B03)));
-    QVERIFY(!contains(samples_.filePath("capture-kvr-7.img"), *firmware::modelText(0x5C19, 0x6B02)));
-    QVERIFY(contains(samples_.filePath("capture-kvr-5b.img"), *firmware::modelText(0x5C19, 0x6B02)));
-    QVERIFY(!contains(samples_.filePath("capture-kvr-5b.img"), *firmware::modelText(0x5C19, 0x6B03)));
+    QVERIFY(contains(samples_.filePath("capture-kvr-7.img"), *firmware::modelText({0x5C19, 0x6B03})));
+    QVERIFY(!contains(samples_.filePath("capture-kvr-7.img"), *firmware::modelText({0x5C19, 0x6B02})));
+    QVERIFY(contains(samples_.filePath("capture-kvr-5b.img"), *firmware::modelText({0x5C19, 0x6B02})));
+    QVERIFY(!contains(samples_.filePath("capture-kvr-5b.img"), *firmware::modelText({0x5C19, 0x6B03})));
   }
 
   void theSimulatedDeviceTakesThem_data() {

@@ -124,7 +124,7 @@ class Copy:
         path.write_text(mutant.apply(original))
         try:
             module = mutant.file.split("/")[0]
-            if not run(["ninja", f"{module}/all", "pellavox_window", "pellavox_logic"], self.build, 600):
+            if not run(["ninja", f"{module}/all", "pellavox_window", "pellavox_calls"], self.build, 600):
                 return "refused"  # by the compiler
             # The tests of the same folder are the likeliest to notice.
             near = f"tests/{module}"
