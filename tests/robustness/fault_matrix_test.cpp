@@ -1,9 +1,9 @@
 #include "device/operations.h"
+#include "simulator/control/control.h"
 #include "tests/robustness/fault_matrix/control_runs.h"
 #include "tests/robustness/fault_matrix/upgrade_runs.h"
 #include "tests/support/sleeps.h"
 
-#include <QFile>
 #include <QLoggingCategory>
 #include <QSet>
 #include <QTest>
@@ -90,7 +90,7 @@ class FaultMatrixTest : public QObject {
     QLoggingCategory::setFilterRules("default.debug=false");
     sleeps::replaceBy([](std::chrono::milliseconds time) { simulator::advanceTime(time); });
     try {
-      for (const Control& control : controls()) {
+      for (const Control& control : control_table::controls()) {
         controls_.push_back(std::make_unique<ControlRuns>(control));
       }
       for (const char* const button : {"BN_Apply_ExtMCU", "BN_Apply_ExtMCU_QX"}) {
@@ -109,7 +109,8 @@ class FaultMatrixTest : public QObject {
         runs->checkHealthy();
       } catch (const std::runtime_error& breach) {
         ++breaches_;
-        QTest::qFail(qPrintable(QStringLiteral("%1: %2").arg(runs->control().name, breach.what())), __FILE__, __LINE__);
+        QTest::qFail(qPrintable(QStringLiteral("%1: %2").arg(runs->control().title(), breach.what())), __FILE__,
+                     __LINE__);
       }
     }
   }
@@ -119,6 +120,9 @@ class FaultMatrixTest : public QObject {
     QTest::addColumn<int>("place");
     QTest::addColumn<int>("fault");
     for (std::size_t i = 0; i < controls_.size(); ++i) {
+      if (controls_[i]->control().isUpgrade) {
+        continue;
+      }
       const QStringList& operations = controls_[i]->operations();
       for (int place = 0; place < operations.size(); ++place) {
         if (operations[place] == QLatin1String(controls_[i]->control().failsBefore)) {
@@ -131,7 +135,7 @@ class FaultMatrixTest : public QObject {
           if (!isChosen()) {
             continue;
           }
-          QTest::newRow(qPrintable(tableRow(controls_[i]->control().name, place, operations[place], faults[fault])))
+          QTest::newRow(qPrintable(tableRow(controls_[i]->control().title(), place, operations[place], faults[fault])))
               << static_cast<int>(i) << place << fault;
         }
       }

@@ -20,6 +20,7 @@ class ChosenFile {
     answers_.chooseFile(path);
 #else
     next() = path;
+    asked() = 0;
 #endif
   }
   Q_DISABLE_COPY_MOVE(ChosenFile)
@@ -30,12 +31,22 @@ class ChosenFile {
 #else
   ~ChosenFile() { next().clear(); }
 
-  static QString take() { return std::exchange(next(), QString()); }
+  static QString take() {
+    ++asked();
+    return std::exchange(next(), QString());
+  }
+
+  /// How often one was asked for since the last object was made.
+  static int timesAsked() { return asked(); }
 
  private:
   static QString& next() {
     static QString path;
     return path;
+  }
+  static int& asked() {
+    static int times = 0;
+    return times;
   }
 #endif
 };

@@ -5,7 +5,7 @@
 #include "tests/support/dialog_answers.h"
 #include "tests/support/main_window_test_access.h"
 
-#include <QTest>
+#include <QEventLoop>
 #include <QTimer>
 
 WindowFixture::WindowFixture(const QByteArray& scenario) { start(scenario); }
@@ -68,11 +68,23 @@ QPointer<QThread> WindowFixture::startWorker(const QString& button) const {
 }
 
 bool WindowFixture::waitForWorker(const QPointer<QThread>& worker) {
-  return QTest::qWaitFor([&worker] { return worker.isNull(); }, kPatienceMs);
+  if (worker.isNull()) {
+    return true;
+  }
+  QEventLoop untilItsEnd;
+  QObject::connect(worker, &QObject::destroyed, &untilItsEnd, &QEventLoop::quit);
+  QTimer::singleShot(kPatienceMs, &untilItsEnd, &QEventLoop::quit);
+  untilItsEnd.exec();
+  return worker.isNull();
 }
 
 bool WindowFixture::waitForWorkers() const {
-  return QTest::qWaitFor([this] { return workers().isEmpty(); }, kPatienceMs);
+  while (!workers().isEmpty()) {
+    if (!waitForWorker(workers().last())) {
+      return false;
+    }
+  }
+  return true;
 }
 
 void WindowFixture::closeWindow() {

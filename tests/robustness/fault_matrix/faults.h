@@ -1,27 +1,20 @@
 #pragma once
 
-#include "simulator/control/control.h"
-#include "tests/robustness/fault_matrix/control_table.h"
+#include "tests/robustness/control_table.h"
 
 #include <QString>
 #include <QVector>
 
-#include <algorithm>
 #include <chrono>
-#include <climits>
-#include <cmath>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace fault_matrix {
 
+using control_table::Call;
+
 inline constexpr std::chrono::seconds kDelay{2};
-// More than any operation takes, a restart included.
-inline constexpr std::chrono::seconds kUntilTheDeviceIsBack{5};
-// Cut by the simulated device to whatever buffer a call brings.
-inline constexpr std::size_t kLargestBuffer = 600;
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -39,114 +32,20 @@ struct Fault {
 using Kind = Fault::Kind;
 using Effect = Fault::Effect;
 
-/// Whether an operation writes to a buffer of the caller.
-inline bool reads(const QString& operation) { return operation.contains(QLatin1String("Get")); }
-
-/// Whether it fails without a device.
-inline bool needsDevice(const QString& operation) {
-  return operation != QLatin1String("initialize") && operation != QLatin1String("uninitialize");
-}
-
-inline QVector<Fault> statuses(const Call* call) {
-  QVector<Fault> faults;
-  for (const std::int32_t status : {1, -1, INT_MIN, INT_MAX}) {
-    // What a failing call leaves in the buffer must not be taken for an answer.
-    Fault fault{Kind::kAnswer, Effect::kFails, QStringLiteral("status %1").arg(status), status,
-                Bytes(kLargestBuffer, 0xFF)};
-    if (call != nullptr && call->returnsLength && status > 0) {
-      fault.effect = Effect::kText;
-      fault.text = QString(std::min(status, call->longestText), QChar(0xFF));
-    }
-    faults << fault;
-  }
-  return faults;
-}
-
-inline QVector<Fault> garbage(const Call& call) {
-  const Bytes endless(kLargestBuffer, 'y');
-  const auto letters = [](int count) { return QString(count, QChar('y')); };
-  QVector<Fault> faults;
-  if (call.returnsLength) {
-    for (const std::int32_t length : {-2, 0, 5, 64, 65, 100, 101, INT_MAX}) {
-      faults << Fault{Kind::kAnswer,
-                      length < 0 ? Effect::kFails : Effect::kText,
-                      QStringLiteral("length %1, text without end").arg(length),
-                      length,
-                      endless,
-                      {},
-                      letters(std::clamp(length, 0, call.longestText))};
-      faults << Fault{Kind::kAnswer, length < 0 ? Effect::kFails : Effect::kText,
-                      QStringLiteral("length %1, nothing written").arg(length), length};
-      faults.last().text = QLatin1String("");
-    }
-    return faults;
-  }
-  faults << Fault{Kind::kAnswer, Effect::kOnes, "all bytes 0xFF", 0, Bytes(kLargestBuffer, 0xFF)}
-         << Fault{Kind::kAnswer, Effect::kUntouched, "nothing written"};
-  if (call.textWidget != nullptr) {
-    faults << Fault{Kind::kAnswer, Effect::kText, "text without end", 0, endless, {}, letters(call.longestText)};
-    // The length that comes with a text is not used.
-    for (const std::uint32_t length : {0U, 4U, 100U, 101U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
-      faults << Fault{Kind::kAnswer,
-                      Effect::kText,
-                      QStringLiteral("length %1 beside a text of 5").arg(static_cast<std::int32_t>(length)),
-                      0,
-                      {'y', 'y', 'y', 'y', 'y', 0},
-                      length,
-                      letters(5)};
-    }
-  }
-  return faults;
-}
+/// Whether an operation fails without a device.
+bool needsDevice(const QString& operation);
 
 /// All that is done to one call of an operation.
 /// @param call null for one of which nothing is expected
-inline QVector<Fault> faultsOf(const QString& operation, const Call* call) {
-  QVector<Fault> faults = statuses(call);
-  if (call != nullptr && reads(operation)) {
-    faults += garbage(*call);
-  }
-  if (operation == QLatin1String("burnToFlash")) {
-    faults << Fault{Kind::kProgress, Effect::kDevice, "progress from NaN to infinity"};
-  }
-  return faults << Fault{Kind::kLate, Effect::kDevice, "takes 2 s"} << Fault{Kind::kGone, Effect::kFails, "unplugged"};
-}
+QVector<Fault> faultsOf(const QString& operation, const Call* call);
 
 /// How many calls of an operation the device has seen since it was made.
-inline unsigned callsSoFar(const QString& operation) {
-  unsigned count = 0;
-  for (const simulator::JournalEntry& entry : simulator::journal()) {
-    count += QString::fromStdString(entry.operation) == operation ? 1U : 0U;
-  }
-  return count;
-}
+unsigned callsSoFar(const QString& operation);
 
 /// Does it to the n-th call from now, counted from 1.
-inline void inject(const Fault& fault, const QString& operation, unsigned nth) {
-  const std::string name = operation.toStdString();
-  const unsigned call = callsSoFar(operation) + nth;
-  switch (fault.kind) {
-    case Kind::kNone:
-      break;
-    case Kind::kAnswer:
-      simulator::answerCall(name, call, fault.status, fault.answer, fault.length);
-      break;
-    case Kind::kLate:
-      simulator::delayCall(name, call, kDelay);
-      break;
-    case Kind::kGone:
-      simulator::unplugAtCall(name, call);
-      break;
-    case Kind::kProgress:
-      simulator::reportDuringBurns({NAN, -INFINITY, -1e30F, -1, 1e30F, INFINITY});
-      break;
-  }
-}
+void inject(const Fault& fault, const QString& operation, unsigned nth);
 
 /// Takes away what a fault leaves behind.
-inline void repair() {
-  simulator::replug();
-  simulator::advanceTime(kUntilTheDeviceIsBack);
-}
+void repair();
 
 }  // namespace fault_matrix

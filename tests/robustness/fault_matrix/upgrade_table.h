@@ -1,7 +1,7 @@
 #pragma once
 
 /// How an upgrade of the external MCU goes on when one of its calls goes wrong.
-/// Only data; upgrade_runs.h makes runs of it.
+/// Only data; upgrade_runs.cpp makes runs of it.
 namespace fault_matrix {
 
 /// What a call of the upgrade is for. Its calls, pauses and texts without a
@@ -51,67 +51,7 @@ struct StepRow {
   Reaction late;       ///< two seconds; one after a finished upgrade the MCU leaves its boot loader
 };
 
-inline constexpr char kResetText[] = "Error Reset MCU ...";
-inline constexpr char kSetBootText[] = "Error set boot mode ...";
-inline constexpr char kStatusText[] = "Error MCU status...[fail]";
-inline constexpr char kStartText[] = "%1Error MCU checksum...[1]";
-// The checksum of the packet with address 0.
-inline constexpr char kAddressText[] = "%1Error MCU Addr checksum...[2] 252";
-inline constexpr char kDataText[] = "Error MCU data checksum...[fail]";
-inline constexpr char kFinishText[] = "Error MCU Addr checksum...[3]";
-
-// Writes read nothing: their columns of answers do not count.
-inline constexpr StepRow kSteps[] = {
-    {Step::kFamily, {Course::kOtherPlace}, {Course::kOtherPlace}, {Course::kOtherPlace}, {Course::kOtherPlace}, {}},
-    {Step::kReset, {Course::kStops, kResetText}, {}, {}, {Course::kStops, kResetText}, {}},
-    {Step::kSetBoot, {Course::kStops, kSetBootText}, {}, {}, {Course::kStops, kSetBootText}, {}},
-    {Step::kPoll,
-     {Course::kPollsAgain},
-     {Course::kPollsAgain},
-     {Course::kPollsAgain},
-     {Course::kAllPolls, kStatusText},
-     {}},
-    {Step::kFirstStart, {Course::kNextAttempt, kStartText}, {}, {}, {Course::kAllAttempts, kStartText}, {}},
-    {Step::kStart, {Course::kGoesOn}, {}, {}, {Course::kAllAttempts, kStartText}, {}},
-    {Step::kStartChecksum,
-     {Course::kNextAttempt, kStartText},
-     {Course::kNextAttempt, kStartText},
-     {Course::kNextAttempt, kStartText},
-     {Course::kAllAttempts, kStartText},
-     {}},
-    {Step::kAddress, {Course::kSentAgain, kAddressText}, {}, {}, {Course::kAllAttempts, kAddressText}, {}},
-    {Step::kAddressChecksum,
-     {Course::kSentAgain, kAddressText},
-     {Course::kSentAgain, kAddressText},
-     {Course::kSentAgain, kAddressText},
-     {Course::kAllAttempts, kAddressText},
-     {}},
-    {Step::kData, {Course::kStops, kDataText}, {}, {}, {Course::kStops, kDataText}, {}},
-    {Step::kDataChecksum,
-     {Course::kStops, kDataText},
-     {Course::kStops, kDataText},
-     {Course::kStops, kDataText},
-     {Course::kStops, kDataText},
-     {}},
-    {Step::kDataFF, {Course::kStops, kDataText}, {}, {}, {Course::kAllPolls, kStatusText}, {}},
-    {Step::kDataFFChecksum,
-     {Course::kGoesOn},
-     {Course::kGoesOn},
-     {Course::kStops, kDataText},
-     {Course::kAllPolls, kStatusText},
-     {}},
-    {Step::kFinish,
-     {Course::kSentAgain, kFinishText},
-     {},
-     {},
-     {Course::kAllAttempts, kFinishText},
-     {Course::kAllAttempts, kFinishText}},
-    {Step::kFinishChecksum,
-     {Course::kSentAgain, kFinishText},
-     {Course::kSentAgain, kFinishText},
-     {Course::kSentAgain, kFinishText},
-     {Course::kAllAttempts, kFinishText},
-     {Course::kAllPolls, kStatusText}},
-};
+/// The row of a step.
+const StepRow& stepRow(Step step);
 
 }  // namespace fault_matrix

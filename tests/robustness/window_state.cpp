@@ -1,10 +1,9 @@
-#pragma once
+#include "tests/robustness/window_state.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMap>
 #include <QRadioButton>
 #include <QSignalBlocker>
 #include <QSlider>
@@ -12,14 +11,10 @@
 #include <QStatusBar>
 #include <QTabWidget>
 
-/// How the whole window stands: for each widget's name its text, "on" or "off",
-/// its number, or the chosen row's text ("" when none is chosen).
-using WindowState = QMap<QString, QString>;
+namespace {
 
-namespace window_state {
-
-/// A widget's state, or a null text for one that has none.
-inline QString stateOf(const QWidget& widget) {
+// A widget's state, or a null text for one that has none.
+QString stateOf(const QWidget& widget) {
   if (const auto* const label = qobject_cast<const QLabel*>(&widget)) {
     return label->text();
   }
@@ -47,23 +42,22 @@ inline QString stateOf(const QWidget& widget) {
   return {};
 }
 
-}  // namespace window_state
+}  // namespace
 
-inline WindowState takeState(const QWidget& window) {
+WindowState takeState(const QWidget& window) {
   WindowState all{{"window title", window.windowTitle()}};
   for (const QWidget* const widget : window.findChildren<QWidget*>()) {
     const QString name = widget->objectName();
     if (name.isEmpty() || name.startsWith(QLatin1String("qt_"))) {
       continue;  // Qt's own part of another widget
     }
-    const QString state = window_state::stateOf(*widget);
+    const QString state = stateOf(*widget);
     all[name] = widget->isEnabledTo(&window) ? state : state + QLatin1String(" (disabled)");
   }
   return all;
 }
 
-/// Puts a widget into a state without anybody being told.
-inline void setState(QWidget& widget, const QString& state) {
+void setState(QWidget& widget, const QString& state) {
   const QSignalBlocker quiet(widget);
   if (auto* const label = qobject_cast<QLabel*>(&widget)) {
     if (label->text() != state) {
@@ -85,8 +79,7 @@ inline void setState(QWidget& widget, const QString& state) {
   }
 }
 
-/// Where two states differ, one line each.
-inline QString differences(const WindowState& seen, const WindowState& expected) {
+QString differences(const WindowState& seen, const WindowState& expected) {
   QStringList lines;
   QStringList names = seen.keys() + expected.keys();
   names.removeDuplicates();
