@@ -1,5 +1,7 @@
 #include "simulator/device/audio.h"
 
+#include "simulator/device/state_bytes.h"
+
 namespace simulator {
 namespace {
 
@@ -22,6 +24,18 @@ void Audio::configure(const Section& scenario) {
         static_cast<std::int16_t>(audio->integer("headphoneGain", -32768, 32767).value_or(settings_.headphoneGain));
     settings_.muted = audio->boolean("muted").value_or(settings_.muted);
   }
+}
+
+void Audio::store(StateWriter& writer) const {
+  writer.number(static_cast<std::uint16_t>(settings_.receiverGain));
+  writer.number(static_cast<std::uint16_t>(settings_.headphoneGain));
+  writer.flag(settings_.muted);
+}
+
+void Audio::restore(StateReader& reader) {
+  settings_.receiverGain = static_cast<std::int16_t>(reader.number<std::uint16_t>());
+  settings_.headphoneGain = static_cast<std::int16_t>(reader.number<std::uint16_t>());
+  settings_.muted = reader.flag();
 }
 
 std::uint8_t Audio::format(const Signal& signal) const {

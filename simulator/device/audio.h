@@ -9,12 +9,19 @@
 
 namespace simulator {
 
+class StateReader;
+class StateWriter;
+
 /// The audio path: codes of the incoming audio, two gains and the headphone mute.
 class Audio {
  public:
   static constexpr std::array<std::string_view, 1> kKeys{"audio"};
   void configure(const Section& scenario);
   void restoreDefaults() { settings_ = Settings(); }
+
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
 
   /// Codes of AT_Audio_Get_HdmiRX_AudioFormat and ..._AudioSamplingRate: the
   /// signal's own, or the scenario's where the signal has audio at all.

@@ -1,6 +1,7 @@
 #include "simulator/device/capture_flash.h"
 
 #include "simulator/device/identity.h"
+#include "simulator/device/state_bytes.h"
 #include "simulator/device/status.h"
 
 #include <algorithm>
@@ -36,6 +37,35 @@ void CaptureFlash::configure(const Section& scenario) {
   }
 }
 
+void CaptureFlash::store(StateWriter& writer) const {
+  writer.flag(hasFirmware_);
+  writer.text(version_);
+  writer.number(static_cast<std::uint32_t>(content_.size()));
+}
+
+void CaptureFlash::restore(StateReader& reader) {
+  hasFirmware_ = reader.flag();
+  version_ = reader.text(kMaxVersion);
+  content_.resize(reader.number<std::uint32_t>(kCapacity), kErased);
+}
+
+CaptureFlash::Range CaptureFlash::takeChanged() {
+  const std::size_t first = std::min(changed_.first, content_.size());
+  const Range changed{first, std::min(changed_.size, content_.size() - first)};
+  changed_ = {0, 0};
+  return changed;
+}
+
+void CaptureFlash::noteChange(std::size_t first, std::size_t size) {
+  if (changed_.size == 0) {
+    changed_ = {first, size};
+    return;
+  }
+  const std::size_t end = std::max(changed_.first + changed_.size, first + size);
+  changed_.first = std::min(changed_.first, first);
+  changed_.size = end - changed_.first;
+}
+
 std::optional<unsigned> CaptureFlash::beginBurn(std::vector<std::uint8_t> image) {
   if (running_) {
     return std::nullopt;
@@ -58,12 +88,14 @@ std::int32_t CaptureFlash::step(unsigned burn, Liar& liar) {
   }
   if (isErasing()) {
     std::fill_n(content_.begin() + static_cast<std::ptrdiff_t>(erased_), kSectorSize, kErased);
+    noteChange(erased_, kSectorSize);
     erased_ += kSectorSize;
   } else if (!isDone()) {
     const std::size_t size = std::min(kPieceSize, image_.size() - written_);
     if (!liar.swallows()) {
       const auto piece = liar.arriving(std::span(image_).subspan(written_, size));
       std::copy(piece.begin(), piece.end(), content_.begin() + static_cast<std::ptrdiff_t>(written_));
+      noteChange(written_, size);
     }
     written_ += size;
   }

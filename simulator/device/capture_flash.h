@@ -7,10 +7,14 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace simulator {
+
+class StateReader;
+class StateWriter;
 
 /// The capture chip's firmware flash. A burn erases as many sectors as the image
 /// needs, then writes the image piece by piece. From its beginning on the chip has
@@ -31,6 +35,17 @@ class CaptureFlash {
   const std::string& version() const { return version_; }
   /// From the flash's start to the end of the last image's last sector.
   const std::vector<std::uint8_t>& content() const { return content_; }
+
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
+  std::span<std::uint8_t> memory() { return content_; }
+  struct Range {
+    std::size_t first;
+    std::size_t size;
+  };
+  /// What of the content has been written since the last call, and perhaps more.
+  Range takeChanged();
 
   /// Makes the chip ready for an image of 1 to kCapacity bytes.
   /// @return the burn's number; nothing while another burn is running
@@ -55,9 +70,11 @@ class CaptureFlash {
   void powerCycle() { running_.reset(); }
 
  private:
+  void noteChange(std::size_t first, std::size_t size);
   bool isErasing() const { return erased_ < content_.size(); }
 
   std::vector<std::uint8_t> content_;
+  Range changed_{0, 0};
   std::string version_ = "V1.03.07";
   bool hasFirmware_ = true;
 

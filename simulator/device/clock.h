@@ -13,6 +13,13 @@ class Clock {
   /// Stops the clock; from here only `advance` moves it.
   void stop();
   bool isStopped() const { return stopped_; }
+  /// Stops the clock for good: the device has always finished what it was at
+  /// when the next call comes in.
+  void skipWaiting() {
+    stop();
+    skipsWaiting_ = true;
+  }
+  bool skipsWaiting() const { return skipsWaiting_; }
   void advance(std::chrono::nanoseconds by) { offset_ += by; }
 
   /// How long work of a nominal duration takes at the device's speed factor.
@@ -25,6 +32,7 @@ class Clock {
   std::chrono::nanoseconds offset_{};
   double speedFactor_ = 1;
   bool stopped_ = false;
+  bool skipsWaiting_ = false;
 };
 
 }  // namespace simulator

@@ -1,5 +1,8 @@
 #include "simulator/device/device.h"
 
+#include "simulator/device/state_bytes.h"
+
+#include <algorithm>
 #include <string_view>
 
 namespace simulator {
@@ -60,6 +63,39 @@ void Device::powerCycle() {
   gpio.powerCycle();
   flash.powerCycle();
   mcu.powerOn();
+}
+
+void Device::finishWork() {
+  if (clock.skipsWaiting()) {
+    const auto ready = std::max({awayUntil_, mcu.readyAt(), boardEeprom.readyAt(), calibrationEeprom.readyAt()});
+    clock.advance(std::max(ready - clock.now(), std::chrono::nanoseconds::zero()));
+  }
+}
+
+std::string Device::modelAndFamily() const {
+  const std::uint8_t family = mcu.familyCode();
+  return identity.model() + " with MCU family " +
+         (family > 0x20 && family < 0x7F ? std::string(1, static_cast<char>(family)) : std::to_string(family));
+}
+
+void Device::storeSettings(StateWriter& writer) const {
+  receiver.store(writer);
+  transmitter.store(writer);
+  audio.store(writer);
+  edid.storeSettings(writer);
+  gpio.store(writer);
+  sensor.store(writer);
+  writer.time(awayUntil_);
+}
+
+void Device::restoreSettings(StateReader& reader) {
+  receiver.restore(reader);
+  transmitter.restore(reader);
+  audio.restore(reader);
+  edid.restoreSettings(reader);
+  gpio.restore(reader);
+  sensor.restore(reader);
+  awayUntil_ = reader.time();
 }
 
 void Device::restoreDefaults() {

@@ -15,6 +15,7 @@
 #include "simulator/device/temperature_sensor.h"
 #include "simulator/device/transmitter.h"
 
+#include <string>
 #include <utility>
 
 namespace simulator {
@@ -45,6 +46,18 @@ class Device {
   /// at the device's speed factor.
   void spend(std::chrono::nanoseconds nominal) { spent_ += clock.scaled(nominal); }
   std::chrono::nanoseconds takeSpentTime() { return std::exchange(spent_, {}); }
+
+  /// Under a clock that skips waiting: advances it to the end of what the device
+  /// is doing.
+  void finishWork();
+
+  /// "KVR-7 with MCU family 2": what decides which state fits the device.
+  std::string modelAndFamily() const;
+  /// Everything that can be set, and what the device is doing; the parts with
+  /// memories store themselves.
+  void storeSettings(StateWriter& writer) const;
+  /// @throws StateError
+  void restoreSettings(StateReader& reader);
 
   static constexpr std::chrono::milliseconds kRestartTime{1500};
 

@@ -1,6 +1,7 @@
 #include "simulator/device/edid_store.h"
 
 #include "simulator/device/edid_tables.h"
+#include "simulator/device/state_bytes.h"
 
 #include <algorithm>
 
@@ -22,6 +23,34 @@ void EdidStore::configure(const Section& scenario) {
 void EdidStore::restoreDefaults() {
   mode_ = kFromFlash;
   defaultSlot_ = 0;
+}
+
+void EdidStore::storeSettings(StateWriter& writer) const {
+  writer.number(static_cast<std::uint8_t>(mode_));
+  writer.number(defaultSlot_);
+}
+
+void EdidStore::storeSlot(std::size_t index, StateWriter& writer) const {
+  writer.flag(written_[index].has_value());
+  if (const auto& table = written_[index]) {
+    writer.raw(*table);
+  }
+}
+
+void EdidStore::restoreSettings(StateReader& reader) {
+  mode_ = static_cast<Mode>(reader.number<std::uint8_t>(kModes - 1));
+  defaultSlot_ = reader.number<std::uint8_t>(kSlots - 1);
+}
+
+void EdidStore::restoreSlot(std::size_t index, StateReader& reader) {
+  if (index >= kSlots) {
+    throw StateError();
+  }
+  written_[index].reset();
+  if (reader.flag()) {
+    const auto table = reader.raw(kTableSize);
+    std::copy(table.begin(), table.end(), written_[index].emplace().begin());
+  }
 }
 
 std::vector<std::uint8_t> EdidStore::slotTable(std::uint8_t index, std::size_t size) const {

@@ -11,6 +11,9 @@
 
 namespace simulator {
 
+class StateReader;
+class StateWriter;
+
 /// The EDID tables: seven flash slots, the attached sink's, and which of them
 /// the receiver offers to its source. All sizes are 256, 384 or 512 bytes.
 ///
@@ -28,6 +31,12 @@ class EdidStore {
   void configure(const Section& scenario);
   /// The settings; the slots keep what was written to them.
   void restoreDefaults();
+
+  void storeSettings(StateWriter& writer) const;
+  void storeSlot(std::size_t index, StateWriter& writer) const;
+  /// @throws StateError
+  void restoreSettings(StateReader& reader);
+  void restoreSlot(std::size_t index, StateReader& reader);
 
   Mode mode() const { return mode_; }
   void setMode(Mode mode) { mode_ = mode; }

@@ -32,7 +32,9 @@ class Eeprom : public I2cTarget {
   /// Puts bytes into the memory as production does; what does not fit is dropped.
   void program(std::size_t address, std::span<const std::uint8_t> bytes);
   std::span<const std::uint8_t> content() const { return memory_; }
+  std::span<std::uint8_t> memory() { return memory_; }
   std::uint8_t busAddress() const { return busAddress_; }
+  std::chrono::nanoseconds readyAt() const { return busyUntil_; }
   void powerCycle() { pointer_ = 0; }
 
   bool answersAt(std::uint8_t address) const override;

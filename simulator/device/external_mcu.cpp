@@ -185,16 +185,19 @@ bool ExternalMcu::runsApplication() const {
 
 // The application starts by the clock, not by a transfer; this notes it at the
 // next one.
-void ExternalMcu::settle() {
-  if (inBootLoader_ && runsApplication()) {
+void ExternalMcu::settle(std::uint8_t address) {
+  if (inBootLoader_ && (runsApplication() || address == kApplicationAddress)) {
     inBootLoader_ = false;
   }
   lastTransfer_ = clock_.now();
 }
 
 bool ExternalMcu::answersAt(std::uint8_t address) const {
+  // On a clock that skips waiting, whoever asks for the application has waited for it.
+  const bool hasWaited =
+      clock_.skipsWaiting() && state_ == State::kFinished && !isBusy() && address == kApplicationAddress;
   return !silent_ && clock_.now() >= awayUntil_ &&
-         address == (runsApplication() ? kApplicationAddress : kBootLoaderAddress);
+         address == (hasWaited || runsApplication() ? kApplicationAddress : kBootLoaderAddress);
 }
 
 const McuFault* ExternalMcu::faultOf(McuFault::At at) {
@@ -207,8 +210,8 @@ const McuFault* ExternalMcu::faultOf(McuFault::At at) {
   return nullptr;
 }
 
-bool ExternalMcu::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
-  settle();
+bool ExternalMcu::write(std::uint8_t address, std::span<const std::uint8_t> bytes) {
+  settle(address);
   const McuFault* const fault = faultOf(McuFault::At::kTransfer);
   if (bytes.empty() || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
     return false;
@@ -217,8 +220,8 @@ bool ExternalMcu::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
   return acknowledged && !fault;
 }
 
-bool ExternalMcu::read(std::uint8_t, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) {
-  settle();
+bool ExternalMcu::read(std::uint8_t address, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) {
+  settle(address);
   const McuFault* const fault = faultOf(McuFault::At::kTransfer);
   if (index.size() != 1 || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
     return false;

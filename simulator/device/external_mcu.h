@@ -5,14 +5,19 @@
 #include "simulator/device/i2c_bus.h"
 #include "simulator/scenario/scenario_tree.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace simulator {
+
+class StateReader;
+class StateWriter;
 
 /// The external MCU: its application answers at 0x0D, its boot loader at 0x43.
 ///
@@ -48,6 +53,11 @@ class ExternalMcu : public I2cTarget {
   void addFault(const McuFault& fault) { faults_.push_back(fault); }
   void clearFaults() { faults_.clear(); }
 
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
+  std::span<std::uint8_t> memory() { return flash_; }
+
   bool answersAt(std::uint8_t address) const override;
   bool write(std::uint8_t address, std::span<const std::uint8_t> bytes) override;
   bool read(std::uint8_t address, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) override;
@@ -57,6 +67,9 @@ class ExternalMcu : public I2cTarget {
   void powerOn();
 
   bool runsApplication() const;
+  std::uint8_t familyCode() const { return familyCode_; }
+  /// When whatever it does now is done, on the device's clock.
+  std::chrono::nanoseconds readyAt() const { return std::max(awayUntil_, workEnd_); }
   /// The flash from the family's first address on, without the boot loader's part.
   const std::vector<std::uint8_t>& flash() const { return flash_; }
   /// How long the boot loader has been at work since the device was made.
@@ -78,7 +91,7 @@ class ExternalMcu : public I2cTarget {
   void setFamily(std::uint8_t code);
   void installFactoryFirmware();
   void enterBootLoader();
-  void settle();
+  void settle(std::uint8_t address);
   bool isBusy() const;
   void work(std::chrono::nanoseconds nominal);
   std::uint8_t bootLoaderRegister(std::uint8_t index);

@@ -5,6 +5,9 @@
 
 namespace simulator {
 
+class StateReader;
+class StateWriter;
+
 /// The capture chip's pins: group 0 = ISO, 1 = MISC, 14 pins each.
 class Gpio {
  public:
@@ -15,6 +18,9 @@ class Gpio {
   std::uint8_t* pin(std::uint8_t group, std::uint8_t index) {
     return group < kGroups && index < kPins ? &pins_[group][index] : nullptr;
   }
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
   void powerCycle() { pins_ = {}; }
   void restoreDefaults() { pins_ = {}; }
 

@@ -19,7 +19,8 @@ constexpr std::size_t kMaxUsbString = 126;
 void Identity::configure(const Section& scenario) {
   if (const auto index = scenario.choice("model", kModelNames)) {
     productId_ = kModels[*index].productId;
-    product_ = kModels[*index].name;
+    model_ = kModels[*index].name;
+    product_ = model_;
     uvcName_ = product_ + " Video";
   }
   if (const auto identity = scenario.section("identity", kIdentityKeys)) {

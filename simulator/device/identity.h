@@ -19,6 +19,8 @@ class Identity {
   void configure(const Section& scenario);
 
   std::uint32_t vendorId() const { return 0x5C19; }
+  /// Name of the model, whatever the device calls itself.
+  const std::string& model() const { return model_; }
   std::uint32_t productId() const { return productId_; }
   const std::string& uvcName() const { return uvcName_; }
   const std::string& manufacturer() const { return manufacturer_; }
@@ -26,6 +28,7 @@ class Identity {
 
  private:
   std::uint32_t productId_ = 0x6B03;
+  std::string model_ = "KVR-7";
   std::string product_ = "KVR-7";
   std::string uvcName_ = "KVR-7 Video";
   std::string manufacturer_ = "Orvenhal";

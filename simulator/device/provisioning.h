@@ -9,6 +9,9 @@
 
 namespace simulator {
 
+class StateReader;
+class StateWriter;
+
 /// What production writes into the device once: serial number and HDCP key.
 /// Neither a restart nor the factory defaults touch it.
 class Provisioning {
@@ -18,6 +21,10 @@ class Provisioning {
   static constexpr std::chrono::milliseconds kKeyTime{300};
 
   void configure(const Section& scenario);
+
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
 
   const std::string& serialNumber() const { return serialNumber_; }
   void setSerialNumber(std::string serialNumber) { serialNumber_ = std::move(serialNumber); }

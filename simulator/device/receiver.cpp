@@ -1,6 +1,7 @@
 #include "simulator/device/receiver.h"
 
 #include "simulator/device/little_endian.h"
+#include "simulator/device/state_bytes.h"
 
 namespace simulator {
 namespace {
@@ -68,6 +69,16 @@ bool Receiver::carries(Source source, const Signal& signal) {
 void Receiver::restoreDefaults() {
   source_ = kHdmi;
   hotPlug_ = true;
+}
+
+void Receiver::store(StateWriter& writer) const {
+  writer.number(static_cast<std::uint8_t>(source_));
+  writer.flag(hotPlug_);
+}
+
+void Receiver::restore(StateReader& reader) {
+  source_ = static_cast<Source>(reader.number<std::uint8_t>(kDp));
+  hotPlug_ = reader.flag();
 }
 
 const Signal& Receiver::signal() const {

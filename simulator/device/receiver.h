@@ -8,6 +8,9 @@
 
 namespace simulator {
 
+class StateReader;
+class StateWriter;
+
 /// The HDMI/DP receiver: what arrives at each input, which input is chosen and
 /// whether the HDMI source is told that we are here.
 class Receiver {
@@ -17,6 +20,10 @@ class Receiver {
   void restoreDefaults();
   /// Back to the state after power-on; the chosen input is kept.
   void powerCycle() { hotPlug_ = true; }
+
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
 
   enum Source : std::uint8_t { kHdmi = 0, kDp = 1 };
   Source source() const { return source_; }

@@ -23,6 +23,8 @@ constexpr std::int32_t kBusy = -11;            ///< a burn is already running
 constexpr std::int32_t kBadScenario = -12;     ///< the scenario file could not be used
 constexpr std::int32_t kNoSink = -13;          ///< nothing is attached to the transmitter
 constexpr std::int32_t kFlashFault = -14;      ///< the capture flash cannot be erased or written
+constexpr std::int32_t kStateInUse = -15;      ///< another process has the device's state file
+constexpr std::int32_t kBadState = -16;        ///< the state file could not be used
 constexpr std::int32_t kInjected = -100;       ///< an injected fault that names no status
 
 }  // namespace simulator

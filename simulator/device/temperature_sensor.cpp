@@ -1,6 +1,20 @@
 #include "simulator/device/temperature_sensor.h"
 
+#include "simulator/device/state_bytes.h"
+
 namespace simulator {
+
+void TemperatureSensor::store(StateWriter& writer) const {
+  for (const std::uint16_t value : registers_) {
+    writer.number(value);
+  }
+}
+
+void TemperatureSensor::restore(StateReader& reader) {
+  for (std::uint16_t& value : registers_) {
+    value = reader.number<std::uint16_t>();
+  }
+}
 
 bool TemperatureSensor::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
   if (bytes.empty() || bytes[0] >= registers_.size()) {

@@ -7,6 +7,9 @@
 
 namespace simulator {
 
+class StateReader;
+class StateWriter;
+
 /// A board temperature sensor with four 16-bit registers, most significant byte
 /// first, chosen by a pointer byte: 0 = temperature in 1/256 degrees Celsius
 /// (read only), 1 = configuration, 2 = low limit, 3 = high limit.
@@ -14,6 +17,9 @@ class TemperatureSensor : public I2cTarget {
  public:
   static constexpr std::uint8_t kAddress = 0x48;
 
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
   void powerCycle() { *this = TemperatureSensor(); }
 
   bool answersAt(std::uint8_t address) const override { return address == kAddress; }

@@ -1,5 +1,7 @@
 #include "simulator/device/transmitter.h"
 
+#include "simulator/device/state_bytes.h"
+
 namespace simulator {
 namespace {
 
@@ -12,6 +14,10 @@ void Transmitter::configure(const Section& scenario) {
     sinkPresent_ = sink->boolean("present").value_or(sinkPresent_);
   }
 }
+
+void Transmitter::store(StateWriter& writer) const { writer.flag(hdcpOn_); }
+
+void Transmitter::restore(StateReader& reader) { hdcpOn_ = reader.flag(); }
 
 Hdcp Transmitter::hdcp(Hdcp incoming) const {
   if (!hdcpOn_) {

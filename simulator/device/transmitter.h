@@ -7,12 +7,19 @@
 
 namespace simulator {
 
+class StateReader;
+class StateWriter;
+
 /// The HDMI transmitter (loop-through) and the sink attached to it.
 class Transmitter {
  public:
   static constexpr std::array<std::string_view, 1> kKeys{"sink"};
   void configure(const Section& scenario);
   void restoreDefaults() { hdcpOn_ = true; }
+
+  void store(StateWriter& writer) const;
+  /// @throws StateError
+  void restore(StateReader& reader);
 
   bool sinkPresent() const { return sinkPresent_; }
   void setSinkPresent(bool present) { sinkPresent_ = present; }

@@ -10,7 +10,8 @@ using simulator::Library;
 using simulator::Session;
 
 int32_t initialize() {
-  return Library::instance().sessionCall({__func__}, [](Session& session, Device&) { return session.initialize(); });
+  return Library::instance().sessionCall({.operation = __func__, .beginsSession = true},
+                                         [](Session& session, Device&) { return session.initialize(); });
 }
 
 int32_t setDevice(uint32_t reserved1, uint32_t reserved2, uint32_t vid, uint32_t pid) {

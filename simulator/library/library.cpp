@@ -37,18 +37,21 @@ Library& Library::instance() {
 
 Library::Library() : device_(std::make_shared<Device>()) {
   const std::filesystem::path path = scenarioPathFromEnvironment();
-  if (path.empty()) {
-    return;
-  }
   try {
-    install(readScenarioFile(path));
+    if (!path.empty()) {
+      install(readScenarioFile(path));
+    }
   } catch (const std::runtime_error& error) {
     std::fprintf(stderr, "%s\n", error.what());
     scenarioFailed_ = true;
   }
+  if (std::filesystem::path state = statePathFromEnvironment(); !state.empty()) {
+    plan_.stateFile = std::move(state);
+  }
 }
 
 void Library::install(Scenario scenario) {
+  memory_.reset();
   device_ = std::move(scenario.device);
   plan_ = std::move(scenario.plan);
   session_ = Session();
@@ -56,6 +59,36 @@ void Library::install(Scenario scenario) {
   journal_.clear();
   burnControl_.reset();
   scenarioFailed_ = false;
+}
+
+std::int32_t Library::recall() {
+  if (memory_ || plan_.stateFile.empty()) {
+    return kOk;
+  }
+  const std::chrono::nanoseconds before = device_->clock.now();
+  try {
+    memory_.emplace(plan_.stateFile, *device_);
+  } catch (const StateFileError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return error.status();
+  }
+  if (plan_.unplugAfter) {
+    *plan_.unplugAfter += device_->clock.now() - before;
+  }
+  return kOk;
+}
+
+void Library::remember() {
+  if (!memory_) {
+    return;
+  }
+  try {
+    memory_->save(*device_);
+  } catch (const StateFileError& error) {
+    // Said once; the next session asks for the file anew.
+    std::fprintf(stderr, "%s\n", error.what());
+    memory_.reset();
+  }
 }
 
 void Library::unplugWhenDue() {
@@ -86,6 +119,7 @@ Library::Entered Library::enter(Call call, Needs needs) {
                   0};
   entered.start = device_->clock.now();
   entered.number = calls_++;
+  device_->finishWork();
   unplugWhenDue();
   const FaultPlan::Fault* const fault = plan_.faults.nextCall(call.operation);
   if (fault) {
@@ -162,6 +196,7 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
       Device& device = *entered.device;
       status = device.liar.transfer(entered.number, output, [&] { return body(device); });
       spent = entered.device->takeSpentTime();
+      remember();
     }
   }
   pass(entered.device, spent);
@@ -171,12 +206,14 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
 std::int32_t Library::sessionCall(Call call, const std::function<std::int32_t(Session&, Device&)>& body) {
   const UnderWay underWay(callsUnderWay_);
   const std::scoped_lock oneCall(oneCall_);
+  const bool beginsSession = call.beginsSession;
   const bool endsSession = call.endsSession;
   Entered entered = enter(std::move(call), Needs::kNothing);
   {
     const std::scoped_lock lock(state_);
     if (!entered.status) {
-      entered.status = scenarioFailed_ ? kBadScenario : body(session_, *device_);
+      const std::int32_t recalled = beginsSession && !scenarioFailed_ ? recall() : kOk;
+      entered.status = scenarioFailed_ ? kBadScenario : recalled != kOk ? recalled : body(session_, *device_);
     } else if (endsSession) {
       session_.loseEnd();
     }
@@ -204,7 +241,9 @@ std::int32_t Library::LongCall::step(const std::function<std::int32_t(Device&)>&
   if (const auto refused = library_.refusal(device_, Needs::kPort)) {
     return *refused;
   }
-  return device_->liar.begin(number_) ? step(*device_) : kNoAnswer;
+  const std::int32_t status = device_->liar.begin(number_) ? step(*device_) : kNoAnswer;
+  library_.remember();
+  return status;
 }
 
 void Library::LongCall::cleanUp(const std::function<void(Device&)>& action) {
@@ -258,6 +297,7 @@ void Library::addFault(FaultPlan::Fault fault) {
 void Library::withDevice(const std::function<void(Device&)>& action) {
   const std::scoped_lock lock(state_);
   action(*device_);
+  remember();
 }
 
 }  // namespace simulator

@@ -3,6 +3,7 @@
 #include "simulator/control/control.h"
 #include "simulator/device/burn_control.h"
 #include "simulator/device/device.h"
+#include "simulator/library/device_memory.h"
 #include "simulator/library/run_plan.h"
 #include "simulator/library/session.h"
 
@@ -35,6 +36,7 @@ class Library {
     std::string arguments = {};           ///< for the journal
     std::span<std::uint8_t> output = {};  ///< the caller's buffer, which an injected answer may fill
     std::uint32_t* length = nullptr;      ///< the caller's length, which an injected answer may set
+    bool beginsSession = false;           ///< whether the device's state is to be there from now on
     bool endsSession = false;             ///< whether the caller takes the session for ended afterwards
   };
 
@@ -77,6 +79,10 @@ class Library {
   enum class Needs { kNothing, kPort };
   Entered enter(Call call, Needs needs);
   void unplugWhenDue();
+  /// Takes the device's state from its file, when it has one and was not asked yet.
+  std::int32_t recall();
+  /// Writes what has changed of the device to its state file.
+  void remember();
   /// Why the device cannot be reached, if it cannot.
   std::optional<std::int32_t> refusal(const DevicePointer& device, Needs needs);
   std::int32_t leave(Entered& entered, std::int32_t status);
@@ -91,6 +97,7 @@ class Library {
   BurnControl burnControl_;
   DevicePointer device_;
   RunPlan plan_;
+  std::optional<DeviceMemory> memory_;
   Session session_;
   std::uint64_t calls_ = 0;
   std::deque<JournalEntry> journal_;

@@ -5,6 +5,9 @@
 namespace simulator {
 namespace {
 
+constexpr std::array<std::string_view, 2> kClocks{"real", "virtual"};
+constexpr std::size_t kMaxDescription = 200;
+constexpr std::size_t kMaxPath = 4096;
 constexpr double kMaxMilliseconds = 1e9;
 
 std::chrono::nanoseconds fromMilliseconds(double milliseconds) {
@@ -14,6 +17,8 @@ std::chrono::nanoseconds fromMilliseconds(double milliseconds) {
 }  // namespace
 
 void RunPlan::configure(const Section& scenario) {
+  scenario.text("description", kMaxDescription);  // for whoever chooses a scenario
+  skipsWaiting = scenario.choice("clock", kClocks) == 1U;
   speedFactor = scenario.number("speedFactor", 0.001, 1e6).value_or(speedFactor);
   if (const auto milliseconds = scenario.number("latencyMs", 0, 60'000)) {
     latency = fromMilliseconds(*milliseconds);
@@ -26,6 +31,9 @@ void RunPlan::configure(const Section& scenario) {
   }
   if (const auto number = scenario.integer("seed", 0, std::numeric_limits<std::int64_t>::max())) {
     seed = static_cast<std::uint64_t>(*number);
+  }
+  if (const auto path = scenario.text("stateFile", kMaxPath)) {
+    stateFile = std::u8string(path->begin(), path->end());
   }
   faults.configure(scenario);
 }

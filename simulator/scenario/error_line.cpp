@@ -84,4 +84,9 @@ std::string errorLine(std::string_view text) {
   return line;
 }
 
+std::string errorLine(const std::filesystem::path& file, std::string_view text) {
+  const std::u8string name = file.u8string();
+  return errorLine(std::string(name.begin(), name.end()).append(": ").append(text));
+}
+
 }  // namespace simulator

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -10,5 +11,7 @@ namespace simulator {
 /// paragraph separators, zero-width and bidirectional characters, and bytes that
 /// are not UTF-8. Texts over 2000 bytes end in "...".
 std::string errorLine(std::string_view text);
+/// "FILE: text" as such a line.
+std::string errorLine(const std::filesystem::path& file, std::string_view text);
 
 }  // namespace simulator

@@ -37,7 +37,17 @@ std::string nameOf(const std::filesystem::path& path) {
 }
 
 [[noreturn]] void failFile(const std::filesystem::path& path, const std::string& text) {
-  throw std::runtime_error(errorLine(nameOf(path) + ": " + text));
+  throw std::runtime_error(errorLine(path, text));
+}
+
+/// What a variable says; empty when it is unset.
+std::filesystem::path pathFromEnvironment([[maybe_unused]] const char* name, [[maybe_unused]] const wchar_t* wideName) {
+#if defined(_WIN32)
+  const wchar_t* const path = _wgetenv(wideName);
+#else
+  const char* const path = std::getenv(name);
+#endif
+  return path ? std::filesystem::path(path) : std::filesystem::path();
 }
 
 }  // namespace
@@ -50,6 +60,9 @@ Scenario readScenario(std::string_view json, const std::string& name) {
     Scenario scenario;
     scenario.plan.configure(root);
     scenario.device->clock.setSpeedFactor(scenario.plan.speedFactor);
+    if (scenario.plan.skipsWaiting) {
+      scenario.device->clock.skipWaiting();
+    }
     scenario.device->configure(root);
     return scenario;
   } catch (const ScenarioError& error) {
@@ -77,12 +90,11 @@ Scenario readScenarioFile(const std::filesystem::path& path) {
 }
 
 std::filesystem::path scenarioPathFromEnvironment() {
-#if defined(_WIN32)
-  const wchar_t* const path = _wgetenv(L"RTICE_SIMULATOR_SCENARIO");
-#else
-  const char* const path = std::getenv("RTICE_SIMULATOR_SCENARIO");
-#endif
-  return path ? std::filesystem::path(path) : std::filesystem::path();
+  return pathFromEnvironment("RTICE_SIMULATOR_SCENARIO", L"RTICE_SIMULATOR_SCENARIO");
+}
+
+std::filesystem::path statePathFromEnvironment() {
+  return pathFromEnvironment("RTICE_SIMULATOR_STATE", L"RTICE_SIMULATOR_STATE");
 }
 
 }  // namespace simulator

@@ -26,5 +26,7 @@ Scenario readScenarioFile(const std::filesystem::path& path);
 
 /// The file that RTICE_SIMULATOR_SCENARIO names; empty when it is unset or empty.
 std::filesystem::path scenarioPathFromEnvironment();
+/// The file that RTICE_SIMULATOR_STATE names; empty when it is unset or empty.
+std::filesystem::path statePathFromEnvironment();
 
 }  // namespace simulator

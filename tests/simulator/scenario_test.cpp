@@ -11,8 +11,9 @@
 namespace {
 
 const QString kTopKeys =
-    "model, identity, signal, inputs, sink, audio, edid, externalMcu, captureFlash, speedFactor, latencyMs, "
-    "unplugAfterCalls, unplugAfterMs, seed, faults";
+    "model, identity, signal, inputs, sink, audio, edid, externalMcu, captureFlash, description, clock, "
+    "speedFactor, "
+    "latencyMs, unplugAfterCalls, unplugAfterMs, seed, stateFile, faults";
 const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
 const QString kMcuKeys = "family, version, mode, faults";
 
