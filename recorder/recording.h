@@ -1,0 +1,114 @@
+#pragma once
+
+#include "recorder/line_text.h"
+
+#include <tl/expected.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <istream>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// Reads recordings. Nothing that stands in a file can do more than be refused.
+namespace recorder {
+
+/// Why a recording cannot be used.
+struct RecordingError {
+  std::string file;
+  std::size_t line = 0;  ///< from 1; 0 = the file as a whole
+  std::string reason;    ///< one printable line
+
+  /// "FILE:LINE: reason"
+  std::string text() const;
+};
+
+/// Where something stands in a recording.
+struct LinePlace {
+  unsigned part = 1;
+  std::size_t line = 0;
+};
+
+struct CallLine {
+  CallPlace place;
+  CallImage image;
+  std::int64_t took = 0;
+};
+struct BeginLine {
+  CallPlace place;
+  CallImage image;
+};
+/// Its image's inputs are those of the line that began the call.
+struct EndLine {
+  std::uint64_t number = 0;
+  CallImage image;
+  std::int64_t took = 0;
+};
+struct ProgressLine {
+  CallPlace place;
+  float percent = 0;
+};
+struct FooterLine {
+  bool last = false;
+};
+using Line = std::variant<Header, CallLine, BeginLine, EndLine, ProgressLine, FooterLine>;
+
+/// What was found by going through a recording.
+struct Walk {
+  unsigned parts = 0;
+  std::uint64_t lines = 0;
+  std::uint64_t ended = 0;              ///< calls that ended
+  std::vector<std::uint64_t> underWay;  ///< changing calls that began and did not end
+  bool complete = false;                ///< whether the last line is there
+  std::string lastFile;
+  std::size_t lastLine = 0;  ///< of that file
+};
+
+using Visit = std::function<void(LinePlace, Line&&)>;
+
+/// Goes through all parts of a recording line by line, in constant memory, and
+/// holds each line against all before it.
+tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& file, const Visit& visit);
+
+/// The same for a recording of one part.
+/// @param name what errors call it
+tl::expected<Walk, RecordingError> walkRecording(std::istream& stream, const std::string& name, const Visit& visit);
+
+/// One call, put together from its lines.
+struct RecordedCall {
+  CallPlace place;
+  CallImage image;
+  std::int64_t took = 0;
+  LinePlace line;                       ///< where it begins
+  std::optional<std::uint64_t> ending;  ///< it was the n-th call to end, from 1; empty: it did not
+};
+
+struct RecordedProgress {
+  CallPlace place;
+  float percent = 0;
+  LinePlace line;
+};
+
+/// A whole recording.
+struct Recording {
+  std::filesystem::path file;
+  Header header;
+  std::vector<RecordedCall> calls;         ///< by number
+  std::vector<RecordedProgress> progress;  ///< in the order in which they came
+  Walk walk;
+
+  /// "FILE:LINE"
+  std::string textOf(LinePlace place) const;
+};
+
+tl::expected<Recording, RecordingError> readRecording(const std::filesystem::path& file);
+tl::expected<Recording, RecordingError> readRecording(std::istream& stream, const std::string& name);
+
+/// A path as UTF-8.
+std::string utf8Of(const std::filesystem::path& path);
+
+}  // namespace recorder
