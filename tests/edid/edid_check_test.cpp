@@ -1,0 +1,252 @@
+#include "edid/edid_check.h"
+
+#include "tests/edid/sample_displays.h"
+#include "tests/edid/sample_timings.h"
+
+#include <QSet>
+#include <QTest>
+
+#include <algorithm>
+
+using edid::Check;
+using edid_test::SampleDisplay;
+using edid_test::Table;
+
+namespace {
+
+bool refusedFor(const Table& table, Check check, std::size_t offset) {
+  const auto findings = edid::checkTable(table);
+  return std::any_of(findings.begin(), findings.end(), [&](const edid::Finding& finding) {
+    return finding.check == check && finding.offset == offset && finding.block == offset / 128 && finding.refuses &&
+           !finding.text.empty();
+  });
+}
+
+bool accepted(const Table& table) { return edid::isAccepted(edid::checkTable(table)); }
+
+Table withByte(Table table, std::size_t offset, unsigned value) {
+  table.at(offset) = static_cast<std::uint8_t>(value);
+  edid_test::setChecksums(table);
+  return table;
+}
+
+Table sample(const char* kind) {
+  for (const SampleDisplay& display : edid_test::sampleDisplays()) {
+    if (QByteArray(kind) == display.kind) {
+      return display.table;
+    }
+  }
+  qFatal("no sample display '%s'", kind);
+}
+
+}  // namespace
+
+/// What is refused, with its place, over the EDIDs of sample displays.
+class EdidCheckTest : public QObject {
+  Q_OBJECT
+
+  const std::vector<SampleDisplay> displays_ = edid_test::sampleDisplays();
+
+ private slots:
+  void thereAreEnoughDisplaysAndTheyDiffer() {
+    QSet<QByteArray> tables;
+    for (const SampleDisplay& display : displays_) {
+      tables << QByteArray(reinterpret_cast<const char*>(display.table.data()), static_cast<int>(display.table.size()));
+    }
+    QVERIFY(tables.size() >= 20);
+    QCOMPARE(tables.size(), static_cast<int>(displays_.size()));
+  }
+
+  void everyDisplayIsWithoutFinding() {
+    for (const SampleDisplay& display : displays_) {
+      for (const edid::Finding& finding : edid::checkTable(display.table)) {
+        QFAIL(qPrintable(QStringLiteral("%1: %2").arg(display.kind, finding.text.c_str())));
+      }
+    }
+  }
+
+  void everyDamagedBitIsRefused() {
+    int refused = 0;
+    for (const SampleDisplay& display : displays_) {
+      Table table = display.table;
+      for (std::size_t bit = 0; bit < table.size() * 8; ++bit) {
+        const auto mask = static_cast<std::uint8_t>(1U << bit % 8);
+        table[bit / 8] ^= mask;
+        QVERIFY2(!accepted(table), qPrintable(QStringLiteral("%1, bit %2").arg(display.kind).arg(bit)));
+        table[bit / 8] ^= mask;
+        ++refused;
+      }
+    }
+    QVERIFY(refused > 28 * 1024);
+  }
+
+  void everyDamagedHeaderBitIsRefusedEvenWithRightChecksums() {
+    for (const SampleDisplay& display : displays_) {
+      for (std::size_t bit = 0; bit < 64; ++bit) {
+        const Table table = withByte(display.table, bit / 8, display.table[bit / 8] ^ 1U << bit % 8);
+        QVERIFY2(refusedFor(table, Check::kHeader, bit / 8), display.kind);
+      }
+    }
+  }
+
+  void everyWrongExtensionCountIsRefusedEvenWithRightChecksums() {
+    for (const SampleDisplay& display : displays_) {
+      for (unsigned count = 0; count < 256; ++count) {
+        const Table table = withByte(display.table, 126, count);
+        const bool right = count == display.table.size() / 128 - 1;
+        QCOMPARE(refusedFor(table, Check::kCount, 126), !right);
+      }
+    }
+  }
+
+  void everyWrongChecksumIsRefusedAndRepaired() {
+    for (const SampleDisplay& display : displays_) {
+      for (std::size_t at = 127; at < display.table.size(); at += 128) {
+        const std::uint8_t right = display.table[at];
+        for (unsigned value = 0; value < 256; ++value) {
+          Table table = display.table;
+          table[at] = static_cast<std::uint8_t>(value);
+          QCOMPARE(refusedFor(table, Check::kChecksum, at), value != right);
+          const auto changes = edid::fixChecksums(table);
+          QCOMPARE(changes.size(), value != right ? std::size_t{1} : std::size_t{0});
+          QVERIFY(table == display.table);
+          if (!changes.empty()) {
+            QCOMPARE(changes[0].offset, at);
+            QCOMPARE(+changes[0].before, static_cast<int>(value));
+            QCOMPARE(+changes[0].after, +right);
+          }
+        }
+      }
+    }
+  }
+
+  void theSectionChecksumOfDisplayIdCounts() {
+    const Table right = sample("4K monitor, DisplayPort, with DisplayID");
+    const std::size_t at = 128U + 5U + right[130];
+    const Table wrong = withByte(right, at, right[at] ^ 0x40U);
+    QVERIFY(refusedFor(wrong, Check::kChecksum, at));
+    Table repaired = wrong;
+    const auto changes = edid::fixChecksums(repaired);
+    QCOMPARE(changes.size(), std::size_t{2});
+    QCOMPARE(changes[0].offset, at);
+    QCOMPARE(changes[1].offset, std::size_t{255});
+    QVERIFY(repaired == right);
+  }
+
+  void onlyWholeBlocksAreAccepted() {
+    const Table whole = sample("1080p monitor, HDMI");
+    for (std::size_t size = 0; size < 256; ++size) {
+      Table cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+      const bool wholeBlocks = size != 0 && size % 128 == 0;
+      QCOMPARE(refusedFor(cut, Check::kLength, size / 128 * 128), !wholeBlocks);
+      QVERIFY(!accepted(cut));
+      const std::size_t blocks = size / 128;
+      QVERIFY(edid::fixChecksums(cut).empty());
+      QCOMPARE(cut.size() / 128, blocks);
+    }
+  }
+
+  void whatErasedFlashLeavesBehindIsRefused() {
+    for (const std::uint8_t rest : {std::uint8_t{0x00}, std::uint8_t{0xFF}}) {
+      Table table = sample("5:4 monitor, DVI");
+      table.resize(512, rest);
+      QVERIFY(refusedFor(table, Check::kCount, 126));
+    }
+  }
+
+  void aFaultIsRefusedAtItsPlace_data() {
+    QTest::addColumn<int>("check");
+    QTest::addColumn<int>("offset");
+    QTest::addColumn<QByteArray>("table");
+    const auto row = [](const char* name, Check check, std::size_t offset, const Table& table) {
+      QTest::newRow(name) << static_cast<int>(check) << static_cast<int>(offset)
+                          << QByteArray(reinterpret_cast<const char*>(table.data()), static_cast<int>(table.size()));
+    };
+    const Table hdmi = sample("1080p monitor, HDMI");
+    const Table mapped = sample("block map and two CTA-861 extensions");
+    const Table displayId = sample("4K monitor, DisplayPort, with DisplayID");
+    row("structure version 2", Check::kVersion, 18, withByte(hdmi, 18, 2));
+    row("CTA-861 revision 0", Check::kVersion, 129, withByte(hdmi, 129, 0));
+    row("more native timings than timings", Check::kCount, 131, withByte(hdmi, 131, 0xF3));
+    row("extension tag 0", Check::kTag, 128, withByte(hdmi, 128, 0));
+    row("extension tag 3", Check::kTag, 128, withByte(hdmi, 128, 3));
+    row("timings in the CTA-861 header", Check::kOffset, 130, withByte(hdmi, 130, 3));
+    row("timings outside the CTA-861 block", Check::kOffset, 130, withByte(hdmi, 130, 128));
+    row("data block across the timings' offset", Check::kOffset, 128 + 12, withByte(hdmi, 130, 15));
+    row("data block beyond the data's end", Check::kOffset, 128 + 4, withByte(hdmi, 132, 0x5F));
+    row("map with a wrong tag", Check::kMap, 129, withByte(mapped, 129, 0x70));
+    row("map with a block too many", Check::kMap, 131, withByte(mapped, 131, 0x02));
+    row("map with a block too few", Check::kMap, 130, withByte(mapped, 130, 0x00));
+    row("map as the last block", Check::kMap, 384, withByte(mapped, 384, 0xF0));
+    row("DisplayID section longer than the block", Check::kOffset, 130, withByte(displayId, 130, 122));
+    row("DisplayID data block longer than the section", Check::kOffset, 133, withByte(displayId, 135, 121));
+    // 1080p60: 280 pixels blanking, 45 lines.
+    row("clock below 10 MHz", Check::kTiming, 54, withByte(withByte(hdmi, 54, 0xE7), 55, 0x03));
+    row("no pixels", Check::kTiming, 54, withByte(withByte(hdmi, 56, 0), 58, 0x01));
+    row("no lines", Check::kTiming, 54, withByte(withByte(hdmi, 59, 0), 61, 0x00));
+    row("no horizontal blanking", Check::kTiming, 54, withByte(withByte(hdmi, 57, 0), 58, 0x70));
+    row("no vertical blanking", Check::kTiming, 54, withByte(hdmi, 60, 0));
+    row("no horizontal sync", Check::kTiming, 54, withByte(hdmi, 63, 0));
+    row("no vertical sync", Check::kTiming, 54, withByte(hdmi, 64, 0x40));
+    row("no horizontal front porch", Check::kTiming, 54, withByte(hdmi, 62, 0));
+    row("no vertical front porch", Check::kTiming, 54, withByte(hdmi, 64, 0x05));
+    row("no horizontal back porch", Check::kTiming, 54, withByte(hdmi, 63, 280 - 88));
+    row("no vertical back porch", Check::kTiming, 54, withByte(hdmi, 60, 9));
+    row("first descriptor without timing", Check::kTiming, 54, withByte(withByte(hdmi, 54, 0), 55, 0));
+    row("a CTA-861 timing without lines", Check::kTiming, 128U + hdmi[130],
+        withByte(withByte(hdmi, 128U + hdmi[130] + 5U, 0), 128U + hdmi[130] + 7U, 0));
+  }
+
+  void aFaultIsRefusedAtItsPlace() {
+    QFETCH(int, check);
+    QFETCH(int, offset);
+    QFETCH(QByteArray, table);
+    QVERIFY(refusedFor(Table(table.begin(), table.end()), static_cast<Check>(check), static_cast<std::size_t>(offset)));
+  }
+
+  void whatDisplaysLiveWithIsToldButNotRefused() {
+    const Table mapped = sample("block map and two CTA-861 extensions");
+    Table table(mapped.begin(), mapped.begin() + 128);
+    table.insert(table.end(), mapped.begin() + 256, mapped.end());
+    const auto findings = edid::checkTable(withByte(table, 126, 2));
+    QCOMPARE(findings.size(), std::size_t{1});
+    QCOMPARE(findings[0].check, Check::kMap);
+    QVERIFY(!findings[0].refuses);
+    QVERIFY(edid::isAccepted(findings));
+  }
+
+  void aMapCoversUpTo126BlocksAndTheNextMapTheRest() {
+    // 1.4 base, map, 126 blocks, a second map in block 128, one block behind it.
+    Table table = sample("16:10 monitor, DisplayPort, no extension");
+    const Table cta = edid_test::CtaBuilder(0).block();
+    const auto map = [](std::size_t blocks) {
+      Table bytes(128);
+      bytes[0] = 0xF0;
+      std::fill_n(bytes.begin() + 1, blocks, std::uint8_t{0x02});
+      return bytes;
+    };
+    const auto append = [&](const Table& block) { table.insert(table.end(), block.begin(), block.end()); };
+    append(map(126));
+    for (int block = 2; block < 128; ++block) {
+      append(cta);
+    }
+    append(map(1));
+    append(cta);
+    QVERIFY(accepted(withByte(table, 126, 129)));
+    QVERIFY(refusedFor(withByte(withByte(table, 126, 129), 128 * 128 + 1, 0), Check::kMap, 128 * 128 + 1));
+  }
+
+  void checksHaveNamesOfTheirOwn() {
+    QSet<QByteArray> names;
+    for (const Check check : edid::allChecks()) {
+      const std::string_view name = edid::nameOf(check);
+      names << QByteArray(name.data(), static_cast<int>(name.size()));
+    }
+    QCOMPARE(names,
+             (QSet<QByteArray>{"length", "header", "version", "count", "checksum", "tag", "map", "offset", "timing"}));
+    QVERIFY(edid::nameOf(Check::kTiming) == "timing" && edid::nameOf(Check::kMap) == "map");
+  }
+};
+
+QTEST_GUILESS_MAIN(EdidCheckTest)
+#include "edid_check_test.moc"
