@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QStringList>
+
+#include <span>
+
+/// What the form must be: its widgets, their places and texts.
+
+struct WidgetRow {
+  const char* name;
+  const char* className;
+  const char* parent;
+  const char* text;  // nullptr: a widget without a caption or an initial text
+};
+/// All widgets of the form, in the order they are created.
+extern const std::span<const WidgetRow> kWidgets;
+
+struct PageRow {
+  const char* name;
+  const char* caption;
+};
+extern const std::span<const PageRow> kPages;
+
+/// A place that is fixed; the size is given where it is fixed, too.
+struct PlaceRow {
+  const char* name = nullptr;
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+};
+extern const std::span<const PlaceRow> kPlaces;
+
+struct LengthRow {
+  const char* name;
+  int length;
+};
+extern const std::span<const LengthRow> kMaximumLengths;
+
+struct LongestText {
+  const char* name;
+  const char* text;
+};
+/// The widest text that each widget ever has to show.
+extern const std::span<const LongestText> kLongestTexts;
+
+/// These stand outside their page, or run past its edge, on purpose.
+extern const QStringList kOutsideTheirPage;
