@@ -1,7 +1,8 @@
 #include "edid/edid_file.h"
 
+#include "tests/support/test_files.h"
+
 #include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <array>
@@ -15,13 +16,11 @@
 class EdidFileTest : public QObject {
   Q_OBJECT
 
-  QTemporaryDir directory_;
+  TestFiles directory_;
 
-  QString path(const char* name) const { return directory_.filePath(QLatin1String(name)); }
+  QString path(const char* name) const { return directory_.path(QLatin1String(name)); }
 
  private slots:
-  void initTestCase() { QVERIFY(directory_.isValid()); }
-
   void atMostTheFirst512BytesAreRead_data() {
     QTest::addColumn<int>("size");
     for (const int size : {0, 1, 100, 256, 511, 512, 513, 600, 100'000}) {
@@ -35,24 +34,20 @@ class EdidFileTest : public QObject {
     for (int i = 0; i < size; ++i) {
       content[i] = static_cast<char>(i * 3);
     }
-    QFile file(path("table.bin"));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == size);
-    file.close();
-    QVERIFY(edid::readTable(file.fileName()) == content.left(512));
+    QVERIFY(edid::readTable(directory_.write("table.bin", content)) == content.left(512));
   }
 
   // Sparse, so that only its length is huge.
   void aHugeFileCostsNoMoreThanItsBeginning() {
-    QFile file(path("huge.bin"));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("begin") == 5 && file.resize(Q_INT64_C(1) << 38));
-    file.close();
+    QFile file(directory_.write("huge.bin", "begin"));
+    QVERIFY(file.resize(Q_INT64_C(1) << 38));
     QVERIFY(edid::readTable(file.fileName()) == QByteArray("begin") + QByteArray(507, '\0'));
     QVERIFY(file.remove());
   }
 
   void whatIsNoReadableFileGivesNoTable() {
     QVERIFY(!edid::readTable(path("missing.bin")));
-    QVERIFY(!edid::readTable(directory_.path()));
+    QVERIFY(!edid::readTable(directory_.folder()));
     QVERIFY(!edid::readTable(QString()));
 #if defined(Q_OS_LINUX)
     // Opens, but its beginning cannot be read.
@@ -75,8 +70,7 @@ class EdidFileTest : public QObject {
     QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
     QVERIFY(edid::writeTable(file, table));
     file.close();
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray(reinterpret_cast<const char*>(table.data()), 512));
+    QCOMPARE(contentOf(file.fileName()), QByteArray(reinterpret_cast<const char*>(table.data()), 512));
   }
 
 #if defined(Q_OS_UNIX)

@@ -185,7 +185,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
     // In real time.
     QCOMPARE(simulator::loadScenario(R"({"externalMcu": {"family": "v"}, "latencyMs": 0.2})"), std::string());
     connectDevice();
-    load(randomImage(2000, 1));
+    load(randomImage(500, 1));
     simulator::clearJournal();
     std::atomic<int> sleepsOnWindow = 0;
     sleeps::replaceBy([&, gui = std::this_thread::get_id()](auto time) {

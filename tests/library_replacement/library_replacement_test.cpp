@@ -1,5 +1,6 @@
 #include "device/operations.h"
 #include "tests/support/program_run.h"
+#include "tests/support/test_files.h"
 
 #include <QDir>
 #include <QFile>
@@ -139,10 +140,7 @@ class LibraryReplacementTest : public QObject {
   void aFileThatIsNoLibraryIsRefused() {
     const QTemporaryDir directory;
     const QString program = programWithoutLibrary(QDir(directory.path()));
-    QFile library(directory.filePath(kLibraryName));
-    QVERIFY(library.open(QIODevice::WriteOnly));
-    library.write(QByteArray(4096, 'x'));
-    library.close();
+    writeFile(directory.filePath(kLibraryName), QByteArray(4096, 'x'));
 
     const ProgramRun run = refusedRun(program);
     QVERIFY(run.exitCode != 0);
@@ -164,10 +162,7 @@ class LibraryReplacementTest : public QObject {
     QFETCH(QString, operation);
     const QTemporaryDir directory;
     const QString program = programWithoutLibrary(QDir(directory.path()));
-    QFile library(directory.filePath(kLibraryName));
-    QVERIFY(library.open(QIODevice::WriteOnly));
-    library.write(libraryWithout(operation.toLatin1()));
-    library.close();
+    writeFile(directory.filePath(kLibraryName), libraryWithout(operation.toLatin1()));
 
     const ProgramRun run = refusedRun(program);
     QVERIFY2(run.ended, run.errors);

@@ -1,4 +1,5 @@
 #include "tests/support/program_run.h"
+#include "tests/support/test_files.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -15,6 +16,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -86,27 +88,20 @@ constexpr std::array kJobs{
     Job{"reboot", R"({"latencyMs": 150})", "click BN_Connect;CLOSE;wait 20;click BN_Apply_Reboot", 210, 170, true},
 };
 
-void writeFile(const QString& path, int size) {
-  QFile file(path);
+/// An image for the first model.
+QByteArray imageOf(int size) {
   QByteArray content(size, 'x');
-  content.replace(size / 2, 5, "KVR-7");
-  if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-    qFatal("%s cannot be written", qPrintable(path));
-  }
+  return content.replace(size / 2, 5, "KVR-7");
 }
 
 void writeFiles(const QDir& directory) {
-  writeFile(directory.filePath("short.bin"), 128);
-  writeFile(directory.filePath("mcu.bin"), 1024);
-  writeFile(directory.filePath("long.bin"), 64 * 1024);
-  writeFile(directory.filePath("short.img"), 100'000);
-  writeFile(directory.filePath("medium.img"), 300'000);
-  writeFile(directory.filePath("long.img"), 16 * 1024 * 1024);
+  for (const auto& [name, size] :
+       {std::pair("short.bin", 128), std::pair("mcu.bin", 1024), std::pair("long.bin", 64 * 1024),
+        std::pair("short.img", 100'000), std::pair("medium.img", 300'000), std::pair("long.img", 16 * 1024 * 1024)}) {
+    writeFile(directory.filePath(name), imageOf(size));
+  }
   for (std::size_t i = 0; i < kJobs.size(); ++i) {
-    QFile scenario(directory.filePath(QStringLiteral("%1.json").arg(i)));
-    if (!scenario.open(QIODevice::WriteOnly) || scenario.write(kJobs[i].scenario) < 0) {
-      qFatal("%s cannot be written", qPrintable(scenario.fileName()));
-    }
+    writeFile(directory.filePath(QStringLiteral("%1.json").arg(i)), kJobs[i].scenario);
   }
 }
 

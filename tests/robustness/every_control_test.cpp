@@ -2,16 +2,10 @@
 #include "simulator/control/control.h"
 #include "tests/robustness/control_fixture.h"
 #include "tests/robustness/expectation.h"
+#include "tests/support/window_controls.h"
 
-#include <QAbstractButton>
-#include <QAbstractSlider>
-#include <QAbstractSpinBox>
-#include <QComboBox>
-#include <QLineEdit>
 #include <QMap>
-#include <QMenuBar>
 #include <QSet>
-#include <QTabBar>
 #include <QTest>
 
 #include <stdexcept>
@@ -32,23 +26,6 @@ Outcome work(const Control& control) {
     simulator::failCall(control.failsBefore, fault_matrix::callsSoFar(control.failsBefore) + 1, -1);
   }
   return fixture.act(control.actions);
-}
-
-/// Whether an operator can do something with a widget.
-bool isControl(const QWidget& widget) {
-  const bool hasUse =
-      qobject_cast<const QAbstractButton*>(&widget) != nullptr || qobject_cast<const QComboBox*>(&widget) != nullptr ||
-      qobject_cast<const QAbstractSlider*>(&widget) != nullptr ||
-      qobject_cast<const QAbstractSpinBox*>(&widget) != nullptr || qobject_cast<const QLineEdit*>(&widget) != nullptr ||
-      qobject_cast<const QTabBar*>(&widget) != nullptr;
-  // Qt's own parts of a widget (a spin box's field, a combo box's list) are none.
-  const QWidget* ancestor = widget.parentWidget();
-  while (ancestor != nullptr && qobject_cast<const QComboBox*>(ancestor) == nullptr &&
-         qobject_cast<const QAbstractSpinBox*>(ancestor) == nullptr &&
-         qobject_cast<const QTabBar*>(ancestor) == nullptr && qobject_cast<const QMenuBar*>(ancestor) == nullptr) {
-    ancestor = ancestor->parentWidget();
-  }
-  return hasUse && ancestor == nullptr;
 }
 
 }  // namespace

@@ -20,9 +20,9 @@
 #include <string_view>
 #include <vector>
 
+using lying::LyingJobs;
 using lying::Outcome;
 using lying::Verdict;
-using lying::Workplace;
 
 namespace {
 
@@ -67,10 +67,10 @@ int work(std::uint32_t seed, Place place, std::uint32_t count) {
       std::abort();
     }
   });
-  Workplace workplace;
-  const std::size_t jobs = Workplace::jobNames().size();
-  for (const std::uint32_t end = place.number + count; place.number < end; place = place.next(jobs)) {
-    const Verdict verdict = workplace.run(place.job, seed, place.number);
+  LyingJobs jobs;
+  const std::size_t kinds = LyingJobs::jobNames().size();
+  for (const std::uint32_t end = place.number + count; place.number < end; place = place.next(kinds)) {
+    const Verdict verdict = jobs.run(place.job, seed, place.number);
     std::printf("%u %zu %s %s\n", place.number, place.job, columnOf(verdict.outcome).word, verdict.reason.c_str());
     std::fflush(stdout);
   }
@@ -195,7 +195,7 @@ class Run {
 
   std::uint32_t seed_;
   std::uint32_t count_;
-  std::vector<std::string> names_ = Workplace::jobNames();
+  std::vector<std::string> names_ = LyingJobs::jobNames();
   std::vector<Tally> tallies_{names_.size()};
 };
 

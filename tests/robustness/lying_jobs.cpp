@@ -1,6 +1,5 @@
 #include "tests/robustness/lying_jobs.h"
 
-#include "app/main_window.h"
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/control/control.h"
 #include "tests/robustness/upgrade_rules.h"
@@ -9,14 +8,12 @@
 #include "tests/support/seeded_random.h"
 #include "tests/support/sleeps.h"
 #include "tests/support/upgrade_images.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QCheckBox>
-#include <QEventLoop>
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QSpinBox>
-#include <QTemporaryDir>
 
 #include <algorithm>
 #include <array>
@@ -195,14 +192,8 @@ constexpr const char* kWidthButtons[] = {"RB_I2C_Read_1B", "RB_I2C_Read_2B", "RB
 
 }  // namespace
 
-class Workplace::Bench {
+class LyingJobs::JobWindow : private WindowFixture {
  public:
-  Bench() {
-    if (!directory_.isValid()) {
-      throw std::runtime_error("no temporary directory");
-    }
-  }
-
   Verdict upgradeFamily2(SeededRandom& random) { return upgrade(random, "2", 1024); }
   Verdict upgradeFamilyV(SeededRandom& random) { return upgrade(random, "v", 128); }
 
@@ -231,7 +222,7 @@ class Workplace::Bench {
         random.chance(70) ? random.oneOf<std::size_t>({128, 256, 384, 512}) : 1 + random.below(700);
     Bytes table = randomBytes(size, random);
     const auto slot = static_cast<std::uint8_t>(random.below(kEdidSlots));
-    user_.choose("CB_FlashEDID_List_2", QString::number(slot));
+    user.choose("CB_FlashEDID_List_2", QString::number(slot));
     const Seen seen =
         whileLying(makeLies(random, 1), [&] { chooseFile("BN_Apply_WriteFlashEDID", "edid.bin", table); });
     Memory asked = before_;
@@ -240,7 +231,7 @@ class Workplace::Bench {
     asked.edid[slot] = table;
     return judgeWrite(seen,
                       {"AT_EDID_Flash_Set_table", "Write flash EDID table...[Done]", "Write flash EDID table...[fail]"},
-                      user_.message(), asked);
+                      user.message(), asked);
   }
 
   Verdict setEdidMode(SeededRandom& random) {
@@ -260,7 +251,7 @@ class Workplace::Bench {
     const Seen seen = whileLying(makeLies(random, 1), [&] { chooseFile("BN_Browse_Key", "key.bin", key); });
     Memory asked = before_;
     asked.hdcpKey = key;
-    return judgeWrite(seen, {"burnHDCP", "Burn HDCP...[OK]", "Burn HDCP...[Fail]"}, user_.message(), asked);
+    return judgeWrite(seen, {"burnHDCP", "Burn HDCP...[OK]", "Burn HDCP...[Fail]"}, user.message(), asked);
   }
 
   Verdict setSerialNumber(SeededRandom& random) {
@@ -269,14 +260,14 @@ class Workplace::Bench {
     for (std::uint32_t i = 1 + random.below(16); i > 0; --i) {  // what the field holds
       text += random.chance(90) ? QChar(static_cast<ushort>(0x21 + random.below(0x5E))) : QChar(0xE4);
     }
-    user_.widget<QLineEdit>("lineEdit_SN").setText(text);
-    const Seen seen = whileLying(makeLies(random, 1), [this] { user_.click("BN_SN_Set"); });
+    user.widget<QLineEdit>("lineEdit_SN").setText(text);
+    const Seen seen = whileLying(makeLies(random, 1), [this] { user.click("BN_SN_Set"); });
     Memory asked = before_;
     const std::string utf8 = text.toStdString();
     asked.serialNumber.assign(utf8.begin(), utf8.end());
     asked.serialNumber.resize(100);
     return judgeWrite(seen, {"AT_USB_Set_SerialNum", "Set Serial Number...[OK]", "Set Serial Number...[fail]"},
-                      user_.message(), asked);
+                      user.message(), asked);
   }
 
   Verdict writeRegisterOf1ByteAddress(SeededRandom& random) {
@@ -315,8 +306,8 @@ class Workplace::Bench {
       default:
         fillRegister(kSensor, {static_cast<std::uint8_t>(random.below(kSensorRegisters))}, {});
     }
-    user_.click(kWidthButtons[random.below(4)]);
-    user_.choose("CB_GPIO_INDEX", QStringLiteral("GPIO%1").arg(random.below(14)));
+    user.click(kWidthButtons[random.below(4)]);
+    user.choose("CB_GPIO_INDEX", QStringLiteral("GPIO%1").arg(random.below(14)));
     failuresAreTold_ = true;
     const QStringList truth = readEverything();
     const QString serialNumber = fieldText("lineEdit_SN");
@@ -364,15 +355,14 @@ class Workplace::Bench {
                                               {"BN_Apply_Read_DDC_EDID", "Read DDC EDID...[fail]"}});
     const auto size = random.oneOf({256, 384, 512});
     openDevice();
-    user_.click(QStringLiteral("RB_TX_EDID_%1").arg(size));
-    user_.choose("CB_FlashEDID_List", QString::number(random.below(kEdidSlots)));
+    user.click(QStringLiteral("RB_TX_EDID_%1").arg(size));
+    user.choose("CB_FlashEDID_List", QString::number(random.below(kEdidSlots)));
     const auto save = [this, &source] {
-      const QString path = directory_.filePath("saved.bin");
+      const QString path = files().path("saved.bin");
       QFile::remove(path);
       const ChosenFile chosen(path);
-      user_.click(source.button);
-      QFile file(path);
-      return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+      user.click(source.button);
+      return contentOf(path);
     };
     const QByteArray truth = save();
     QByteArray saved;
@@ -386,7 +376,7 @@ class Workplace::Bench {
     const bool failed = seen.journal.back().result != 0;
     const Bytes& told = seen.transfers.front().bytes;
     const QByteArray expected(reinterpret_cast<const char*>(told.data()), static_cast<int>(told.size()));
-    if (saved != expected || user_.message() != (failed ? source.failure : QString())) {
+    if (saved != expected || user.message() != (failed ? source.failure : QString())) {
       return {Outcome::kBreach, "what is saved or said is not what the library returned"};
     }
     return weigh(seen, !failed, !failed && saved == truth, reasonOfRead(seen));
@@ -394,18 +384,14 @@ class Workplace::Bench {
 
  private:
   /// A device in its default state, and the window connected to it.
-  void openDevice(const std::string& scenario = "{}") {
-    const std::string error = simulator::loadScenario(scenario);
-    if (!error.empty()) {
-      throw std::logic_error(error);
-    }
-    simulator::useVirtualTime();
+  void openDevice(const QByteArray& scenario = "{}") {
+    loadDevice(scenario);
     // The window would keep the session that it believes to have.
-    user_.choose("CB_DeviceType", "KVR-5B");
-    user_.click("BN_Connect");
-    user_.choose("CB_DeviceType", "KVR-7");
-    user_.click("BN_Connect");
-    if (user_.message() != "Device Connected") {
+    user.choose("CB_DeviceType", "KVR-5B");
+    user.click("BN_Connect");
+    user.choose("CB_DeviceType", "KVR-7");
+    user.click("BN_Connect");
+    if (user.message() != "Device Connected") {
       throw std::logic_error("the window does not connect");
     }
     simulator::advanceTime(10ms);
@@ -413,7 +399,7 @@ class Workplace::Bench {
 
   Seen whileLying(const Lies& lies, const std::function<void()>& act) {
     before_ = readMemory();
-    user_.widget<QLabel>("LB_Message").clear();
+    user.widget<QLabel>("LB_Message").clear();
     posted_.clear();
     Seen seen;
     seen.firstCall = simulator::journal().size();
@@ -427,32 +413,22 @@ class Workplace::Bench {
     return seen;
   }
 
-  void chooseFile(const QString& button, const QString& name, const Bytes& content) {
-    QFile file(directory_.filePath(name));
-    const auto size = static_cast<qint64>(content.size());
-    if (!file.open(QIODevice::WriteOnly) || file.write(reinterpret_cast<const char*>(content.data()), size) != size) {
-      throw std::runtime_error("cannot write " + file.fileName().toStdString());
-    }
-    file.close();
-    const ChosenFile chosen(file.fileName());
-    user_.click(button);
+  void chooseFile(const QString& button, const QString& name, const Bytes& content) const {
+    const ChosenFile chosen(files().write(
+        name, QByteArray(reinterpret_cast<const char*>(content.data()), static_cast<int>(content.size()))));
+    user.click(button);
   }
 
   /// Starts a worker and lets the window live on until it has ended.
-  void startAndWait(const QString& button) {
-    user_.click(button);
-    const auto workers = window_.findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly);
-    if (workers.isEmpty()) {
-      throw std::logic_error("no worker was started");
+  void startAndWait(const QString& button) const {
+    if (!waitForWorker(startWorker(button))) {
+      throw std::runtime_error("the worker does not end");
     }
-    QEventLoop loop;
-    QObject::connect(workers.last(), &QObject::destroyed, &loop, &QEventLoop::quit);
-    loop.exec();
   }
 
   QString lastPosted() const { return posted_.texts().isEmpty() ? QString() : posted_.texts().last(); }
 
-  Verdict upgrade(SeededRandom& random, const std::string& family, std::size_t blockSize) {
+  Verdict upgrade(SeededRandom& random, const QByteArray& family, std::size_t blockSize) {
     const bool inApplication = random.chance(80);
     openDevice(R"({"externalMcu": {"family": ")" + family + R"(", "mode": ")" +
                (inApplication ? "application" : "bootLoader") + "\"}}");
@@ -501,16 +477,16 @@ class Workplace::Bench {
   Verdict chooseOther(SeededRandom& random, const QString& comboBox, std::uint8_t Memory::*setting,
                       const Rules& rules) {
     openDevice();
-    auto& box = user_.widget<QComboBox>(comboBox);
+    auto& box = user.widget<QComboBox>(comboBox);
     // Neither what the box shows nor what the device has.
     int row = static_cast<int>(random.below(static_cast<std::uint32_t>(box.count())));
     while (row == box.currentIndex() || row == 0) {
       row = (row + 1) % box.count();
     }
-    const Seen seen = whileLying(makeLies(random, 1), [&] { user_.choose(comboBox, box.itemText(row)); });
+    const Seen seen = whileLying(makeLies(random, 1), [&] { user.choose(comboBox, box.itemText(row)); });
     Memory asked = before_;
     asked.*setting = static_cast<std::uint8_t>(row);
-    return judgeWrite(seen, rules, user_.message(), asked);
+    return judgeWrite(seen, rules, user.message(), asked);
   }
 
   Verdict writeEeprom(SeededRandom& random, std::uint8_t address, const Bytes& index) {
@@ -531,19 +507,19 @@ class Workplace::Bench {
   }
 
   void fillRegister(std::uint8_t address, const Bytes& index, const Bytes& value) {
-    user_.widget<QLineEdit>("lineEdit_I2C_Addr").setText(QString::number(address * 2, 16));
-    user_.widget<QLineEdit>("lineEdit_I2C_Reg").setText(hexText(index));
-    user_.widget<QLineEdit>("lineEdit_I2C_Value").setText(hexText(value));
+    user.widget<QLineEdit>("lineEdit_I2C_Addr").setText(QString::number(address * 2, 16));
+    user.widget<QLineEdit>("lineEdit_I2C_Reg").setText(hexText(index));
+    user.widget<QLineEdit>("lineEdit_I2C_Value").setText(hexText(value));
   }
 
   Verdict writeRegister(SeededRandom& random, std::uint8_t address, const Bytes& index, const Bytes& value,
                         const Memory& asked) {
     fillRegister(address, index, value);
-    const Seen seen = whileLying(makeLies(random, 1), [this] { user_.click("BN_I2C_Write"); });
-    return judgeWrite(seen, {"AT_System_Send_ExternalMCU_cmd", "I2C Write Done", "I2C Error"}, user_.message(), asked);
+    const Seen seen = whileLying(makeLies(random, 1), [this] { user.click("BN_I2C_Write"); });
+    return judgeWrite(seen, {"AT_System_Send_ExternalMCU_cmd", "I2C Write Done", "I2C Error"}, user.message(), asked);
   }
 
-  QString fieldText(const QString& lineEdit) const { return user_.widget<QLineEdit>(lineEdit).text(); }
+  QString fieldText(const QString& lineEdit) const { return user.widget<QLineEdit>(lineEdit).text(); }
 
   /// What a field must show after a read: `before` when it failed.
   static QString shownBytes(const Seen& seen, const std::string& operation, const QString& before,
@@ -562,50 +538,47 @@ class Workplace::Bench {
   QStringList readEverything() {
     QStringList shown;
     for (const char* const button : kReadButtons) {
-      user_.widget<QLabel>("LB_Message").clear();
+      user.widget<QLabel>("LB_Message").clear();
       const std::size_t callsBefore = simulator::journal().size();
-      user_.click(button);
+      user.click(button);
       const std::vector<JournalEntry> calls = simulator::journal();
       const auto first = calls.begin() + static_cast<std::ptrdiff_t>(callsBefore);
       const bool failed = std::any_of(first, calls.end(), [](const JournalEntry& entry) {
         return entry.result != 0 && entry.operation.find("_Set_") == std::string::npos;
       });
       // Whatever could not be read has its text, and only that.
-      failuresAreTold_ &= failed == user_.message().contains(QRegularExpression("fail|Error"));
-      shown << user_.message();
+      failuresAreTold_ &= failed == user.message().contains(QRegularExpression("fail|Error"));
+      shown << user.message();
     }
-    for (const auto* label : window_.findChildren<QLabel*>()) {
+    for (const auto* label : window().findChildren<QLabel*>()) {
       shown << label->text();
     }
-    for (const auto* field : window_.findChildren<QLineEdit*>()) {
+    for (const auto* field : window().findChildren<QLineEdit*>()) {
       shown << field->text();
     }
-    for (const auto* button : window_.findChildren<QAbstractButton*>()) {
+    for (const auto* button : window().findChildren<QAbstractButton*>()) {
       shown << QString::number(button->isChecked() ? 1 : 0);
     }
-    for (const auto* box : window_.findChildren<QComboBox*>()) {
+    for (const auto* box : window().findChildren<QComboBox*>()) {
       shown << QString::number(box->currentIndex());
     }
-    for (const auto* box : window_.findChildren<QSpinBox*>()) {
+    for (const auto* box : window().findChildren<QSpinBox*>()) {
       shown << QString::number(box->value());
     }
-    for (const auto* slider : window_.findChildren<QAbstractSlider*>()) {
+    for (const auto* slider : window().findChildren<QAbstractSlider*>()) {
       shown << QString::number(slider->value());
     }
     return shown;
   }
 
-  QTemporaryDir directory_;
-  MainWindow window_;
-  WindowDriver user_{window_};
-  PostedTexts posted_{user_.widget<QLabel>("LB_Message")};
+  PostedTexts posted_{user.widget<QLabel>("LB_Message")};
   Memory before_;
   bool failuresAreTold_ = true;
 };
 
 // The reads have a window of their own: no burn's timer rewrites its message
 // line, and the guards that they leave behind swallow no change of a setting.
-Workplace::Workplace() : bench_(std::make_unique<Bench>()), readBench_(std::make_unique<Bench>()) {
+LyingJobs::LyingJobs() : window_(std::make_unique<JobWindow>()), readWindow_(std::make_unique<JobWindow>()) {
   sleeps::replaceBy([](std::chrono::milliseconds time) {
     simulator::advanceTime(time);
     if (simulator::now() > kForEver) {
@@ -614,32 +587,32 @@ Workplace::Workplace() : bench_(std::make_unique<Bench>()), readBench_(std::make
   });
 }
 
-Workplace::~Workplace() { sleeps::replaceBy({}); }
+LyingJobs::~LyingJobs() { sleeps::replaceBy({}); }
 
-struct Workplace::Job {
+struct LyingJobs::Job {
   const char* name;
-  Verdict (Bench::*run)(SeededRandom&);
+  Verdict (JobWindow::*run)(SeededRandom&);
   bool reads = false;
 };
 
-const std::vector<Workplace::Job>& Workplace::jobs() {
-  static const std::vector<Job> all{{"MCU upgrade, family 2", &Bench::upgradeFamily2},
-                                    {"MCU upgrade, family v", &Bench::upgradeFamilyV},
-                                    {"capture burn", &Bench::burnCapture},
-                                    {"EDID table write", &Bench::writeEdid},
-                                    {"EDID mode", &Bench::setEdidMode},
-                                    {"EDID default slot", &Bench::setEdidSlot},
-                                    {"HDCP key", &Bench::burnKey},
-                                    {"serial number", &Bench::setSerialNumber},
-                                    {"I2C write, 1-byte address", &Bench::writeRegisterOf1ByteAddress},
-                                    {"I2C write, 2-byte address", &Bench::writeRegisterOf2ByteAddress},
-                                    {"I2C write, 16-bit register", &Bench::writeSensor},
-                                    {"EDID table read", &Bench::saveEdid, true},
-                                    {"all read buttons", &Bench::readAll, true}};
+const std::vector<LyingJobs::Job>& LyingJobs::jobs() {
+  static const std::vector<Job> all{{"MCU upgrade, family 2", &JobWindow::upgradeFamily2},
+                                    {"MCU upgrade, family v", &JobWindow::upgradeFamilyV},
+                                    {"capture burn", &JobWindow::burnCapture},
+                                    {"EDID table write", &JobWindow::writeEdid},
+                                    {"EDID mode", &JobWindow::setEdidMode},
+                                    {"EDID default slot", &JobWindow::setEdidSlot},
+                                    {"HDCP key", &JobWindow::burnKey},
+                                    {"serial number", &JobWindow::setSerialNumber},
+                                    {"I2C write, 1-byte address", &JobWindow::writeRegisterOf1ByteAddress},
+                                    {"I2C write, 2-byte address", &JobWindow::writeRegisterOf2ByteAddress},
+                                    {"I2C write, 16-bit register", &JobWindow::writeSensor},
+                                    {"EDID table read", &JobWindow::saveEdid, true},
+                                    {"all read buttons", &JobWindow::readAll, true}};
   return all;
 }
 
-std::vector<std::string> Workplace::jobNames() {
+std::vector<std::string> LyingJobs::jobNames() {
   std::vector<std::string> names;
   for (const Job& job : jobs()) {
     names.emplace_back(job.name);
@@ -647,10 +620,10 @@ std::vector<std::string> Workplace::jobNames() {
   return names;
 }
 
-Verdict Workplace::run(std::size_t job, std::uint32_t seed, std::uint32_t number) {
+Verdict LyingJobs::run(std::size_t job, std::uint32_t seed, std::uint32_t number) {
   SeededRandom random{seed, number, static_cast<std::uint32_t>(job)};
   const Job& chosen = jobs().at(job);
-  return ((chosen.reads ? *readBench_ : *bench_).*chosen.run)(random);
+  return ((chosen.reads ? *readWindow_ : *window_).*chosen.run)(random);
 }
 
 }  // namespace lying

@@ -29,12 +29,12 @@ struct Verdict {
 
 /// The program's window and a simulated device. One in a process, and only while
 /// there is an application object.
-class Workplace {
+class LyingJobs {
  public:
-  Workplace();
-  Workplace(const Workplace&) = delete;
-  Workplace& operator=(const Workplace&) = delete;
-  ~Workplace();
+  LyingJobs();
+  LyingJobs(const LyingJobs&) = delete;
+  LyingJobs& operator=(const LyingJobs&) = delete;
+  ~LyingJobs();
 
   static std::vector<std::string> jobNames();
 
@@ -42,12 +42,12 @@ class Workplace {
   Verdict run(std::size_t job, std::uint32_t seed, std::uint32_t number);
 
  private:
-  class Bench;
+  class JobWindow;
   struct Job;
   static const std::vector<Job>& jobs();
 
-  std::unique_ptr<Bench> bench_;
-  std::unique_ptr<Bench> readBench_;
+  std::unique_ptr<JobWindow> window_;
+  std::unique_ptr<JobWindow> readWindow_;
 };
 
 }  // namespace lying

@@ -1,22 +1,20 @@
-#include "app/main_window.h"
 #include "device/operations.h"
 #include "simulator/control/control.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/sleeps.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_controls.h"
+#include "tests/support/window_fixture.h"
 
 #include <QAbstractSlider>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QMenuBar>
 #include <QMouseEvent>
 #include <QPixmapCache>
 #include <QSet>
 #include <QSpinBox>
 #include <QTabBar>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <array>
@@ -43,7 +41,7 @@ using simulator::Input;
 namespace {
 
 constexpr unsigned kFirstMeasure = 1000;
-constexpr unsigned kStory = 250;  // operations with one device
+constexpr unsigned kOperationsPerDevice = 250;
 constexpr int kMostWorkers = 4;
 constexpr long kMaxGrowthKiB = 1024;
 // Sanitizers have memory of their own, and keep what was freed.
@@ -105,13 +103,13 @@ long residentKiB() {
 }
 
 /// Works one window with whatever a user and a device may do.
-class Soak {
+class Soak : private WindowFixture {
  public:
   explicit Soak(unsigned seed) : random_(seed) {
     writeFiles();
     findControls();
     sleeps::replaceBy([](std::chrono::milliseconds time) { simulator::advanceTime(time); });
-    window_.show();
+    window().show();
     newDevice();
   }
 
@@ -124,7 +122,7 @@ class Soak {
 
   /// @return which kind it was
   std::size_t operate() {
-    if (++operations_ % kStory == 0) {
+    if (++operations_ % kOperationsPerDevice == 0) {
       newDevice();
     }
     unsigned left = below(100);
@@ -141,13 +139,12 @@ class Soak {
   /// whose undo keeps each key since a text was set.
   Measure measure() {
     settle();
-    simulator::reset();
-    simulator::useVirtualTime();
+    loadDevice();
     Measure measure;
     measure.operations = operations_;
     measure.undoKiB = heapKiB();
     for (const QString& name : fields_) {
-      user_.widget<QLineEdit>(name).setText(QString());
+      user.widget<QLineEdit>(name).setText(QString());
     }
     measure.heapKiB = heapKiB();
     measure.undoKiB -= measure.heapKiB;
@@ -158,7 +155,7 @@ class Soak {
     measure.files = entriesOf("/proc/self/fd");
     measure.threads = entriesOf("/proc/self/task");
     measure.windows = QApplication::topLevelWidgets().size();
-    measure.objects = window_.findChildren<QObject*>().size() + QApplication::allWidgets().size();
+    measure.objects = window().findChildren<QObject*>().size() + QApplication::allWidgets().size();
     return measure;
   }
 
@@ -166,14 +163,13 @@ class Soak {
   /// this in one turn of the event loop.
   bool answers() {
     settle();
-    simulator::reset();
-    simulator::useVirtualTime();
+    loadDevice();
     connectAs("KVR-5B");
     connectAs("KVR-7");
-    user_.widget<QTabBar>("qt_tabwidget_tabbar").setCurrentIndex(0);
+    user.widget<QTabBar>("qt_tabwidget_tabbar").setCurrentIndex(0);
     for (const auto& [signal, width] : {std::pair("720p60", "1280"), std::pair("2160p30", "3840")}) {
       simulator::feedSignal(Input::kHdmi, signal);
-      auto& button = user_.widget<QAbstractButton>("BN_Info_Read");
+      auto& button = user.widget<QAbstractButton>("BN_Info_Read");
       for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
         QCoreApplication::postEvent(
             &button,
@@ -181,7 +177,7 @@ class Soak {
                             type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier));
       }
       QCoreApplication::processEvents();
-      if (user_.text("label_HActive") != width) {
+      if (user.text("label_HActive") != width) {
         return false;
       }
     }
@@ -202,19 +198,11 @@ class Soak {
   }
 
   void findControls() {
-    for (const QWidget* widget : window_.findChildren<QWidget*>()) {
-      // Qt's own parts of a widget (a spin box's field, a combo box's list) are none.
-      bool isPart = false;
-      for (const QWidget* ancestor = widget->parentWidget(); ancestor != nullptr; ancestor = ancestor->parentWidget()) {
-        isPart = isPart || qobject_cast<const QComboBox*>(ancestor) != nullptr ||
-                 qobject_cast<const QAbstractSpinBox*>(ancestor) != nullptr ||
-                 qobject_cast<const QTabBar*>(ancestor) != nullptr ||
-                 qobject_cast<const QMenuBar*>(ancestor) != nullptr;
-      }
-      const QString name = widget->objectName();
-      if (isPart) {
+    for (const QWidget* widget : window().findChildren<QWidget*>()) {
+      if (!isControl(*widget)) {
         continue;
       }
+      const QString name = widget->objectName();
       if (qobject_cast<const QAbstractButton*>(widget) != nullptr) {
         // Those that ask for a file or start a worker have kinds of their own.
         if (kFileButtons.contains(name) || kWorkerButtons.contains(name)) {
@@ -224,24 +212,16 @@ class Soak {
         }
       } else if (qobject_cast<const QLineEdit*>(widget) != nullptr) {
         fields_ << name;
-      } else if (qobject_cast<const QComboBox*>(widget) != nullptr ||
-                 qobject_cast<const QAbstractSlider*>(widget) != nullptr ||
-                 qobject_cast<const QAbstractSpinBox*>(widget) != nullptr ||
-                 qobject_cast<const QTabBar*>(widget) != nullptr) {
+      } else {
         choices_ << name;
       }
     }
   }
 
-  QString file(const QString& name) const { return directory_.filePath(name); }
-
   void writeFiles() const {
     const auto write = [this](const QString& name, QByteArray content, const char* text = "") {
       content.replace(content.size() / 2, static_cast<int>(qstrlen(text)), text);
-      QFile written(file(name));
-      if (!written.open(QIODevice::WriteOnly) || written.write(content) != content.size()) {
-        qFatal("%s", qPrintable(written.errorString()));
-      }
+      files().write(name, content);
     };
     write("empty.bin", QByteArray());
     write("empty.img", QByteArray());
@@ -251,12 +231,12 @@ class Soak {
     write("kvr-7.img", QByteArray(100'000, 'x'), "KVR-7");
     write("kvr-5.img", QByteArray(9'000, 'x'), "KVR-5B V1.04.00");
     write("other.img", QByteArray(9'000, 'x'));
-    QDir(directory_.path()).mkdir("folder.bin");
+    QDir(files().folder()).mkdir("folder.bin");
   }
 
   void connectAs(const QString& type) {
-    user_.choose("CB_DeviceType", type);
-    user_.click("BN_Connect");
+    user.choose("CB_DeviceType", type);
+    user.click("BN_Connect");
     used_ << "BN_Connect";
   }
 
@@ -264,11 +244,7 @@ class Soak {
   void newDevice() {
     settle();
     const char* scenario = oneOf(kDevices);
-    const std::string error = simulator::loadScenario(scenario);
-    if (!error.empty()) {
-      throw std::logic_error(error);
-    }
-    simulator::useVirtualTime();
+    loadDevice(scenario);
     if (chance(10)) {
       simulator::reportDuringBurns({std::nanf(""), -3, 1e30F, 55, std::numeric_limits<float>::infinity()});
     }
@@ -279,12 +255,10 @@ class Soak {
     }
   }
 
-  QList<QThread*> workers() const { return window_.findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly); }
-
   void settle() {
     simulator::releaseBurns();
     const int running = workers().size();
-    isStuck_ = isStuck_ || !QTest::qWaitFor([this] { return workers().isEmpty(); }, 60'000);
+    isStuck_ = isStuck_ || !waitForWorkers();
     endedWorkers_ += static_cast<unsigned>(running);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCoreApplication::processEvents();
@@ -293,13 +267,13 @@ class Soak {
   void pressButton() {
     const QString name = oneOf(buttons_);
     used_ << name;
-    user_.click(name);
+    user.click(name);
   }
 
   void changeChoice() {
     const QString name = oneOf(choices_);
     used_ << name;
-    auto* const widget = window_.findChild<QWidget*>(name);
+    auto* const widget = window().findChild<QWidget*>(name);
     if (auto* const box = qobject_cast<QComboBox*>(widget)) {
       box->setCurrentIndex(static_cast<int>(below(static_cast<std::size_t>(box->count()))));
     } else if (auto* const slider = qobject_cast<QAbstractSlider*>(widget)) {
@@ -316,7 +290,7 @@ class Soak {
   void typeText() {
     const QString name = oneOf(fields_);
     used_ << name;
-    auto& field = user_.widget<QLineEdit>(name);
+    auto& field = user.widget<QLineEdit>(name);
     const QString text = QString::fromUtf8(oneOf(kInputs));
     if (chance(70)) {
       field.selectAll();
@@ -330,7 +304,7 @@ class Soak {
     }
   }
 
-  void connectDevice() { connectAs(chance(75) ? "KVR-7" : "KVR-5B"); }
+  void pressConnect() { connectAs(chance(75) ? "KVR-7" : "KVR-5B"); }
 
   void pullOrPlug() {
     if (chance(40)) {
@@ -367,13 +341,13 @@ class Soak {
     }
   }
 
-  void chooseFile(const QString& button, const QString& path) {
+  void answerDialog(const QString& button, const QString& path) {
     used_ << button;
     DialogAnswers answers;
     if (!path.isEmpty()) {
       answers.chooseFile(path);
     }
-    user_.click(button);
+    user.click(button);
   }
 
   QString someFile(bool isImage) {
@@ -381,22 +355,22 @@ class Soak {
     static const QStringList others{"1.bin",    "127.bin",   "256.bin",  "1025.bin",
                                     "6000.bin", "empty.bin", "gone.bin", "folder.bin"};
     // Now and then the user cancels.
-    return chance(10) ? QString() : file(oneOf(isImage ? images : others));
+    return chance(10) ? QString() : files().path(oneOf(isImage ? images : others));
   }
 
   void loadFile() {
     const QString button = oneOf(QStringList{"BN_Browse_Key", "BN_Browse_ExtMCU", "BN_Browse_ExtMCU_QX",
                                              "BN_Browse_Cap", "BN_Browse_Cap_QX", "BN_Apply_WriteFlashEDID"});
-    chooseFile(button, someFile(button.startsWith("BN_Browse_Cap")));
+    answerDialog(button, someFile(button.startsWith("BN_Browse_Cap")));
   }
 
   void saveFile() {
     const QString button =
         oneOf(QStringList{"BN_Apply_ReadTxEDID", "BN_Apply_ReadFlashEDID", "BN_Apply_Read_DDC_EDID"});
     const unsigned which = below(10);
-    chooseFile(button, which == 0   ? QString()
-                       : which == 1 ? QStringLiteral("/proc/cannot-be-made.bin")
-                                    : file(QStringLiteral("saved%1.bin").arg(which)));
+    answerDialog(button, which == 0   ? QString()
+                         : which == 1 ? QStringLiteral("/proc/cannot-be-made.bin")
+                                      : files().path(QStringLiteral("saved%1.bin").arg(which)));
   }
 
   // Sometimes beside others, sometimes alone to its end.
@@ -407,7 +381,7 @@ class Soak {
     used_ << button;
     {
       const DialogAnswers answers;  // of the boxes that say why not
-      user_.click(button);
+      user.click(button);
     }
     if (chance(50)) {
       settle();
@@ -427,9 +401,6 @@ class Soak {
   static const QStringList kWorkerButtons;
 
   std::mt19937 random_;
-  QTemporaryDir directory_;
-  MainWindow window_;
-  WindowDriver user_{window_};
   QStringList buttons_;
   QStringList choices_;
   QStringList fields_;
@@ -450,7 +421,7 @@ const std::array<Soak::Kind, 12> Soak::kKinds{{
     {"button pressed", 34, &Soak::pressButton},
     {"list, slider, box or tab moved", 15, &Soak::changeChoice},
     {"text typed", 14, &Soak::typeText},
-    {"Connect", 5, &Soak::connectDevice},
+    {"Connect", 5, &Soak::pressConnect},
     {"plug pulled or put in", 5, &Soak::pullOrPlug},
     {"signal or sink changed", 6, &Soak::changeSignal},
     {"time passed", 5, &Soak::passTime},

@@ -8,10 +8,12 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <utility>
+
 /// Answers the modal dialogs that open while it lives, as a user would, and
 /// keeps what they showed: in a message box it presses OK (or Yes where there
 /// is no OK), in a file dialog it types the next name it was given and accepts,
-/// or cancels when there is none left.
+/// or cancels when there is none left. Of several, the one made last answers.
 ///
 ///     DialogAnswers answers;
 ///     answers.chooseFile(path);
@@ -34,7 +36,8 @@ class DialogAnswers {
     const QObject* parent;
   };
 
-  DialogAnswers() { watch(); }
+  DialogAnswers() : previous_(std::exchange(last(), this)) { watch(); }
+  ~DialogAnswers() { last() = previous_; }
   Q_DISABLE_COPY_MOVE(DialogAnswers)
 
   /// Names the file for the next file dialog that has none yet.
@@ -46,13 +49,18 @@ class DialogAnswers {
   const QVector<ShownFileDialog>& fileDialogs() const { return fileDialogs_; }
 
  private:
+  static DialogAnswers*& last() {
+    static DialogAnswers* theLast = nullptr;
+    return theLast;
+  }
+
   // Armed anew before each answer: an answer may open the next dialog, whose
   // event loop then runs inside it.
   void watch() {
     QTimer::singleShot(1, &context_, [this] {
       watch();
       QWidget* const dialog = QApplication::activeModalWidget();
-      if (dialog == nullptr || !dialog->isVisible()) {
+      if (last() != this || dialog == nullptr || !dialog->isVisible()) {
         return;
       }
       if (auto* const box = qobject_cast<QMessageBox*>(dialog)) {
@@ -94,6 +102,7 @@ class DialogAnswers {
         ->click();
   }
 
+  DialogAnswers* previous_;
   QObject context_;  // ends the watching
   QStringList files_;
   QVector<ShownMessage> messages_;

@@ -2,9 +2,12 @@
 
 #include "app/program_state.h"
 #include "simulator/control/control.h"
+#include "tests/support/chosen_file.h"
 #include "tests/support/dialog_answers.h"
 #include "tests/support/main_window_test_access.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -47,10 +50,10 @@ const TestFiles& WindowFixture::files() const {
 }
 
 int WindowFixture::chooseFile(const QString& button, const QString& path) const {
-  DialogAnswers answers;
-  answers.chooseFile(path);
+  const DialogAnswers messageBoxes;
+  const ChosenFile file(path);
   user.click(button);
-  return answers.fileDialogs().size();
+  return file.timesAsked();
 }
 
 QList<QThread*> WindowFixture::workers() const {
@@ -68,13 +71,15 @@ QPointer<QThread> WindowFixture::startWorker(const QString& button) const {
 }
 
 bool WindowFixture::waitForWorker(const QPointer<QThread>& worker) {
-  if (worker.isNull()) {
-    return true;
+  const QDeadlineTimer deadline(kPatienceMs);
+  QTimer wakeUp;  // to look at the deadline
+  wakeUp.start(100);
+  // An event loop of its own would not delete what was to be deleted before.
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  while (!worker.isNull() && !deadline.hasExpired()) {
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   }
-  QEventLoop untilItsEnd;
-  QObject::connect(worker, &QObject::destroyed, &untilItsEnd, &QEventLoop::quit);
-  QTimer::singleShot(kPatienceMs, &untilItsEnd, &QEventLoop::quit);
-  untilItsEnd.exec();
   return worker.isNull();
 }
 

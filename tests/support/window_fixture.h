@@ -13,8 +13,8 @@
 #include <memory>
 #include <optional>
 
-/// A window on the simulated device, ready to be driven. Holds the process's one
-/// device, so use one fixture at a time. GUI thread only.
+/// A window on the simulated device, ready to be driven. A process has one device,
+/// which all its fixtures share. GUI thread only.
 class WindowFixture {
  public:
   /// How long a wait may take, in milliseconds, before it counts as failed.
@@ -41,7 +41,7 @@ class WindowFixture {
   const TestFiles& files() const;
 
   /// Presses a button that asks for a file and chooses this one.
-  /// @return how many file dialogs opened
+  /// @return how often it asked
   int chooseFile(const QString& button, const QString& path) const;
 
   /// Workers that have not deleted themselves yet.
