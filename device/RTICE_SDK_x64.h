@@ -22,6 +22,8 @@
 #if defined(_WIN32)
 #if defined(RTICE_SDK_X64_BUILD)
 #define RTICE_SDK_API __declspec(dllexport)
+#elif defined(RTICE_SDK_X64_FORWARDED)
+#define RTICE_SDK_API
 #else
 #define RTICE_SDK_API __declspec(dllimport)
 #endif
