@@ -18,3 +18,4 @@ endfunction()
 
 header_library(nlohmann_json::nlohmann_json nlohmann_json nlohmann 3.10)
 header_library(tl::expected tl-expected tl)
+header_library(CLI11::CLI11 CLI11 CLI 2.1)

@@ -1,0 +1,101 @@
+#include "cli/console.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QStringList>
+
+#include <cstdio>
+#include <thread>
+
+#ifdef _WIN32
+#include <windows.h>
+// After windows.h.
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#else
+#include <csignal>
+#include <unistd.h>
+#endif
+
+namespace cli {
+namespace {
+
+#ifdef _WIN32
+constexpr const char* kLibraryName = "RTICE_SDK_x64.dll";
+bool isTerminal(FILE* file) { return _isatty(_fileno(file)) != 0; }
+#else
+constexpr const char* kLibraryName = "libRTICE_SDK_x64.so";
+bool isTerminal(FILE* file) { return isatty(fileno(file)) != 0; }
+#endif
+
+bool writeWhole(FILE* file, const QByteArray& bytes) {
+  const auto size = static_cast<std::size_t>(bytes.size());
+  return std::fwrite(bytes.constData(), 1, size, file) == size && std::fflush(file) == 0;
+}
+
+std::optional<QString> typedLine() {
+  QByteArray line;
+  for (int letter = std::getc(stdin); letter != '\n'; letter = std::getc(stdin)) {
+    if (letter == EOF) {
+      return line.isEmpty() ? std::nullopt : std::optional(QString::fromLocal8Bit(line));
+    }
+    line += static_cast<char>(letter);
+  }
+  return QString::fromLocal8Bit(line);
+}
+
+QByteArray wholeInput() {
+  QFile input;
+  return input.open(stdin, QIODevice::ReadOnly) ? input.readAll() : QByteArray();
+}
+
+}  // namespace
+
+Console processConsole() {
+#ifdef _WIN32
+  SetConsoleOutputCP(CP_UTF8);
+  _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
+  _setmode(_fileno(stdin), _O_BINARY);
+#else
+  // A reader that went away shows as a failed write.
+  std::signal(SIGPIPE, SIG_IGN);
+#endif
+  Console console;
+  console.out = [](const QByteArray& bytes) { return writeWhole(stdout, bytes); };
+  console.err = [](const QByteArray& bytes) { writeWhole(stderr, bytes); };
+  console.readLine = typedLine;
+  console.readAll = wholeInput;
+  console.showsErrorsAtTerminal = isTerminal(stderr);
+  console.asksAtTerminal = console.showsErrorsAtTerminal && isTerminal(stdin);
+  console.usesColour = qEnvironmentVariableIsEmpty("NO_COLOR");
+  console.pause = [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); };
+  console.now = [] { return std::chrono::steady_clock::now(); };
+  console.library = QDir(QCoreApplication::applicationDirPath()).filePath(QLatin1String(kLibraryName));
+  console.lockFolder = QDir::tempPath();
+  return console;
+}
+
+QStringList processArguments(int argc, char** argv) {
+  QStringList arguments;
+#ifdef _WIN32
+  // What `argv` holds is in the system's code page, which lacks most letters.
+  static_cast<void>(argv);
+  int count = argc;
+  if (wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count); wide != nullptr) {
+    for (int i = 1; i < count; ++i) {
+      arguments << QString::fromWCharArray(wide[i]);
+    }
+    LocalFree(wide);
+  }
+#else
+  for (int i = 1; i < argc; ++i) {
+    arguments << QFile::decodeName(argv[i]);
+  }
+#endif
+  return arguments;
+}
+
+}  // namespace cli

@@ -1,0 +1,118 @@
+#include "cli/device_session.h"
+
+#include "cli/call_log.h"
+#include "cli/failure.h"
+#include "gate/gate.h"
+#include "session/connection.h"
+
+#include <QDir>
+
+namespace cli {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kTryAgainAfter = 100ms;
+
+QString hexId(std::uint32_t id) { return QStringLiteral("%1").arg(id, 4, 16, QLatin1Char('0')).toUpper(); }
+
+QString idText(const device::UsbIds& ids) { return hexId(ids.vid) + ':' + hexId(ids.pid); }
+
+Failure notOpened(const session::OpenFailure& reason, const Globals& options) {
+  static constexpr const char* kSteps[] = {"initialize", "setDevice", "openPort"};
+  Failure failure(ExitCode::kNoDevice,
+                  QStringLiteral("cannot open %1 (%2): %3 returned status %4")
+                      .arg(options.model, idText(options.ids), kSteps[static_cast<std::size_t>(reason.step)])
+                      .arg(reason.status));
+  failure.details.set("step", kSteps[static_cast<std::size_t>(reason.step)]);
+  failure.details.set("status", reason.status);
+  return failure;
+}
+
+}  // namespace
+
+void loadLibrary(Run& run) {
+  const QString file = run.options().library.isEmpty() ? run.console().library : run.options().library;
+  const auto loaded = gate::load(std::filesystem::path(file.toStdU16String()));
+  if (!loaded) {
+    Failure failure(ExitCode::kLibrary, QString::fromStdString(loaded.error().text()));
+    failure.details.set("file", file);
+    failure.details.set("operation",
+                        loaded.error().operation.empty() ? Value() : Value(loaded.error().operation.c_str()));
+    throw failure;
+  }
+  gate::refuseChanges(run.options().dryRun);
+  observeCalls(run);
+}
+
+QString lockFile(const Run& run) {
+  return QDir(run.console().lockFolder)
+      .filePath(QStringLiteral("pellavox-%1.lock").arg(idText(run.options().ids).replace(':', '-')));
+}
+
+DeviceSession::DeviceSession(Run& run) : run_(run), deadline_(run.console().now() + run.options().wait.value_or(0ms)) {
+  run.stopIfInterrupted();
+  loadLibrary(run);
+  lock();
+  open();
+}
+
+DeviceSession::~DeviceSession() {
+  if (isOpen_) {
+    session::closeSession();
+    session::releaseLibrary();
+  }
+  gate::observe({});
+  gate::refuseChanges(false);
+}
+
+void DeviceSession::lock() {
+  lock_ = std::make_unique<QLockFile>(lockFile(run_));
+  // A lock is stale when its owner is gone, however old it is.
+  lock_->setStaleLockTime(0);
+  while (!lock_->tryLock(0)) {
+    qint64 process = 0;
+    QString host;
+    QString program;
+    const bool isKnown = lock_->getLockInfo(&process, &host, &program);
+    if (!isKnown && lock_->error() != QLockFile::LockFailedError) {
+      throw Failure(ExitCode::kFailed, QStringLiteral("cannot make the lock %1").arg(lockFile(run_)));
+    }
+    if (run_.console().now() >= deadline_) {
+      Failure failure(ExitCode::kInUse,
+                      QStringLiteral("%1 is in use by %2 (process %3)")
+                          .arg(run_.options().model, program.isEmpty() ? QString("another program") : program)
+                          .arg(process));
+      failure.details.set("process", process);
+      failure.details.set("program", program);
+      throw failure;
+    }
+    run_.stopIfInterrupted();
+    run_.console().pause(kTryAgainAfter);
+  }
+}
+
+void DeviceSession::open() {
+  while (true) {
+    const auto opened = session::openSession(run_.options().ids);
+    if (opened) {
+      isOpen_ = true;
+      return;
+    }
+    if (opened.error().step == session::OpenStep::kInitialize || run_.console().now() >= deadline_) {
+      throw notOpened(opened.error(), run_.options());
+    }
+    run_.stopIfInterrupted();
+    run_.console().pause(kTryAgainAfter);
+  }
+}
+
+void DeviceSession::reopen(std::chrono::milliseconds within) {
+  session::closeSession();
+  session::releaseLibrary();
+  isOpen_ = false;
+  deadline_ = run_.console().now() + within;
+  open();
+}
+
+}  // namespace cli

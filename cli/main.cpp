@@ -1,0 +1,11 @@
+#include "cli/interruption.h"
+#include "cli/program.h"
+
+#include <QCoreApplication>
+
+int main(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationName("pellavox-cli");
+  cli::interruption::watch();
+  return static_cast<int>(cli::run(cli::processArguments(argc, argv), cli::processConsole()));
+}

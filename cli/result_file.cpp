@@ -1,0 +1,33 @@
+#include "cli/result_file.h"
+
+#include "cli/failure.h"
+#include "device/regular_file.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+namespace cli {
+
+void writeResultFile(const QString& path, const QByteArray& content) {
+  QSaveFile file(path);
+  if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
+    throw Failure(ExitCode::kFailed, QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+  }
+}
+
+QByteArray readInputFile(const QString& path, qint64 most) {
+  QFile file(path);
+  if (!device::openRegularFile(file, QIODevice::ReadOnly)) {
+    throw Failure(ExitCode::kRefused, QStringLiteral("cannot read %1").arg(path));
+  }
+  if (file.size() > most) {
+    throw Failure(ExitCode::kRefused, QStringLiteral("%1 is larger than %2 bytes").arg(path).arg(most));
+  }
+  QByteArray content = file.readAll();
+  if (file.error() != QFileDevice::NoError) {
+    throw Failure(ExitCode::kRefused, QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+  }
+  return content;
+}
+
+}  // namespace cli

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace cli {
+
+/// Writes a whole file, or leaves what was there.
+/// @throws Failure (failed)
+void writeResultFile(const QString& path, const QByteArray& content);
+
+/// Reads a whole file that an argument names.
+/// @throws Failure (refused) unless it is a regular file that can be read whole,
+///         and not larger than `most` bytes
+QByteArray readInputFile(const QString& path, qint64 most = 64 * 1024 * 1024);
+
+}  // namespace cli

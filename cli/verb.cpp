@@ -1,0 +1,11 @@
+#include "cli/verb.h"
+
+namespace cli {
+
+std::vector<Command> verbs() {
+  return {infoVerb(), rxVerb(),    videoVerb(),  audioVerb(),      captureVerb(), serialVerb(),
+          hdcpVerb(), i2cVerb(),   gpioVerb(),   restoreVerb(),    rebootVerb(),  snapshotVerb(),
+          diffVerb(), watchVerb(), doctorVerb(), completionVerb(), manualVerb()};
+}
+
+}  // namespace cli

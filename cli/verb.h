@@ -1,0 +1,45 @@
+#pragma once
+
+#include "cli/command.h"
+
+#include <vector>
+
+/// The verbs of the program. To add one:
+///
+/// 1. Write cli/verbs/NAME.cpp with a function `Command nameVerb()`. Its actions
+///    are plain sequences: `const DeviceSession session(run);` opens the device
+///    and closes it on every way out; calls of the feature folders read it;
+///    a `Document` collects what came back and `run.finish(document)` prints it,
+///    for people or as JSON. What sets a value fills a `Change` and calls
+///    `apply`: that reads before, asks, writes and reads back. What cannot go on
+///    throws a `Failure` with the exit code.
+/// 2. Declare it below, add it to `verbs()` in cli/verb.cpp, and its file to
+///    cli/CMakeLists.txt.
+/// 3. Describe its JSON in cli/schemas/NAME.json, and add its command lines to
+///    tests/cli/verbs_test.cpp and docs/command-line.md.
+///
+/// Help, man page and shell completions follow by themselves.
+namespace cli {
+
+Command audioVerb();
+Command captureVerb();
+Command completionVerb();
+Command diffVerb();
+Command doctorVerb();
+Command gpioVerb();
+Command hdcpVerb();
+Command i2cVerb();
+Command infoVerb();
+Command manualVerb();
+Command rebootVerb();
+Command restoreVerb();
+Command rxVerb();
+Command serialVerb();
+Command snapshotVerb();
+Command videoVerb();
+Command watchVerb();
+
+/// All verbs, in the order in which help lists them.
+std::vector<Command> verbs();
+
+}  // namespace cli

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "cli/interruption.h"
+#include "cli/program.h"
+#include "cli/value.h"
+#include "simulator/control/control.h"
+
+#include <QTemporaryDir>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+/// Runs command lines in this process, with the simulated device behind the gate
+/// and in virtual time.
+class CliBench {
+ public:
+  /// What came of one command line.
+  struct Result {
+    int code = -1;
+    QByteArray out;
+    QByteArray err;
+
+    /// The JSON document on standard output.
+    cli::Value document() const {
+      QString error;
+      cli::Value value = cli::Value::fromJson(out, &error);
+      return error.isEmpty() ? value : cli::Value();
+    }
+  };
+
+  CliBench() { renew(); }
+
+  /// A fresh device.
+  void renew() {
+    simulator::reset();
+    simulator::useVirtualTime();
+    cli::interruption::request(false);
+    answers.clear();
+    input.clear();
+    isTerminal = false;
+  }
+
+  Result run(const QStringList& arguments) {
+    Result result;
+    cli::Console console;
+    console.out = [&result](const QByteArray& bytes) {
+      result.out += bytes;
+      return true;
+    };
+    console.err = [&result](const QByteArray& bytes) { result.err += bytes; };
+    console.readLine = [this]() -> std::optional<QString> {
+      if (answers.isEmpty()) {
+        return std::nullopt;
+      }
+      return answers.takeFirst();
+    };
+    console.readAll = [this] { return input; };
+    console.asksAtTerminal = isTerminal;
+    console.showsErrorsAtTerminal = isTerminal;
+    console.pause = [](std::chrono::milliseconds time) { simulator::advanceTime(time); };
+    console.now = [] { return std::chrono::steady_clock::time_point(simulator::now()); };
+    console.library = DEVICE_LIBRARY;
+    console.lockFolder = folder_.path();
+    result.code = static_cast<int>(cli::run(arguments, console));
+    return result;
+  }
+
+  /// The same, its words separated by blanks.
+  Result run(const char* arguments) { return run(QString(arguments).split(' ')); }
+
+  QString path(const QString& name) const { return folder_.filePath(name); }
+
+  QString write(const QString& name, const QByteArray& content) const {
+    QFile file(path(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+      qFatal("cannot write %s", qPrintable(file.fileName()));
+    }
+    return file.fileName();
+  }
+
+  QStringList answers;  ///< typed at the terminal
+  QByteArray input;     ///< on standard input
+  bool isTerminal = false;
+
+ private:
+  QTemporaryDir folder_;
+};
+
+/// How often an operation has been called.
+inline int callsOf(const std::string& operation) {
+  int count = 0;
+  for (const simulator::JournalEntry& entry : simulator::journal()) {
+    count += entry.operation == operation ? 1 : 0;
+  }
+  return count;
+}

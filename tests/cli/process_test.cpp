@@ -1,0 +1,138 @@
+#include "cli/value.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#ifndef _WIN32
+#include <csignal>
+#endif
+
+namespace {
+
+struct Ended {
+  int code = -1;
+  QByteArray out;
+  QByteArray err;
+};
+
+Ended runProgram(const QStringList& arguments, const QByteArray& input = {}) {
+  QProcess process;
+  process.start(PROGRAM, arguments);
+  process.write(input);
+  process.closeWriteChannel();
+  Ended ended;
+  if (process.waitForFinished(30'000) && process.exitStatus() == QProcess::NormalExit) {
+    ended.code = process.exitCode();
+  }
+  ended.out = process.readAllStandardOutput();
+  ended.err = process.readAllStandardError();
+  return ended;
+}
+
+}  // namespace
+
+/// The program as users start it: a process, with the simulated device beside it.
+class ProcessTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void eachVerbsTextGoesToStandardOutput_data() {
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("err");
+    const auto row = [](const char* line, int code, const char* out, const char* err) {
+      QTest::newRow(line) << line << code << out << err;
+    };
+    row("info", 0, "Capture firmware:  V1\\.03\\.07\nMain firmware:     v1\\.2\nUVC name:          KVR-7 Video\n",
+        "^$");
+    row("rx", 0, "Active: +1920 x 1080\n(.*\n)*Colour space: +RGB\n", "^$");
+    row("video", 0, "Input source: +HDMI\nSink at transmitter: +yes\nUVC output: +1920 x 1080 pixels, 60\\.00 frames/s",
+        "^$");
+    row("video source dp", 0, "Input source: +\"?dp\"?\nChanged: +yes\n", "^$");
+    row("video hpd off", 0, "Receiver hot-plug: +off\n(.*\n)*Evidence: +reported by the device only", "^$");
+    row("audio", 0, "Format: +PCM\nSampling rate: +48K\n", "^$");
+    row("audio gain 7", 0, "Receiver gain: +7\nChanged: +yes\nBefore: +0\nEvidence: +read back", "^$");
+    row("audio hp-gain -8", 0, "Headphone gain: +-8\n", "^$");
+    row("audio mute on", 0, "Headphone muted: +yes\n", "^$");
+    row("serial", 0, "^Serial number:  OV7A00001234\n$", "^$");
+    row("serial get", 0, "^Serial number:  OV7A00001234\n$", "^$");
+    row("-y serial set LINE-42", 0, "Serial number: +LINE-42\n", "^$");
+    row("serial set LINE-42", 10, "^$", "^pellavox-cli: .*LINE-42.*-y\n$");
+    row("hdcp", 0, "Receiver: +HDCP1", "^$");
+    row("hdcp tx off", 0, "Transmitter HDCP: +off\n", "^$");
+    row("gpio get 3", 0, "^ISO 3:  0\n$", "^$");
+    row("gpio list --group misc", 0, "MISC 13: +0\n$", "^$");
+    row("-y gpio set 3 0x10", 0, "ISO 3: +16\n", "^$");
+    row("i2c get 50 0 4", 0, "^([0-9A-F]{2} ?){4}\n$", "^$");
+    row("i2c get 20 0", 1, "^$", "^pellavox-cli: no answer from 0x20 \\(status -8\\)\n$");
+    row("i2c get A0 0", 5, "^$", "8-bit");
+    row("i2c dump A8 100-11F --addr8", 0, "^0100  .*\n0110  .*\n$", "^$");
+    row("i2c scan", 0, "^0x0D .*\n0x48 .*\n0x50 .*\n0x54 .*\n$", "^$");
+    row("-y i2c set 48 1 60 80", 0, "60 80\n", "^$");
+    row("-y restore", 0, "Factory defaults: +restored\n", "^$");
+    row("-y reboot", 0, "Restarted: +yes\n", "^$");
+    row("snapshot", 0, "Identity\n(.*\n)*Pins\n", "^$");
+    row("doctor", 0, "Connected: +yes\n", "^$");
+    row("--library /no/such/file.so info", 4, "^$", "^pellavox-cli: .*file\\.so.*\n$");
+    row("-d KVR-5B info", 3, "^$", "^pellavox-cli: cannot open KVR-5B \\(5C19:6B02\\).*\n$");
+    row("--wait=nan info", 2, "^$", "^pellavox-cli: .*nan.*\n$");
+    row("nonsense", 2, "^$", "^pellavox-cli: .*\n$");
+    row("--help", 0, "serial", "^$");
+    row("manual", 0, "^\\.TH PELLAVOX", "^$");
+    row("completion bash", 0, "complete -F", "^$");
+    row("completion zsh", 0, "#compdef", "^$");
+    row("completion fish", 0, "complete -c pellavox-cli", "^$");
+    row("completion powershell", 0, "Register-ArgumentCompleter", "^$");
+  }
+  void eachVerbsTextGoesToStandardOutput() {
+    QFETCH(QString, line);
+    QFETCH(int, code);
+    QFETCH(QString, out);
+    QFETCH(QString, err);
+    const Ended ended = runProgram(line.split(' '));
+    QVERIFY2(ended.code == code, (QByteArray::number(ended.code) + ' ' + ended.out + ended.err).constData());
+    QVERIFY2(QRegularExpression(out).match(ended.out).hasMatch(), ended.out.constData());
+    QVERIFY2(QRegularExpression(err).match(ended.err).hasMatch(), ended.err.constData());
+  }
+
+  void argumentsBeyondAsciiArriveWhole() {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QString::fromUtf8("Gerät \xe6\xb5\x8b.json"));
+    QCOMPARE(runProgram({"snapshot", path}).code, 0);
+    QVERIFY(QFile::exists(path));
+    const Ended same = runProgram({"diff", path});
+    QCOMPARE(same.code, 0);
+    QCOMPARE(same.out, QByteArray("no difference\n"));
+  }
+
+  void aQuestionReadsTheTerminalOnly() {
+    const Ended ended = runProgram({"serial", "set", "A"}, "y\n");
+    QCOMPARE(ended.code, 10);
+  }
+
+#ifndef _WIN32
+  void interruptingAWatchEndsItWell() {
+    QProcess process;
+    process.start(PROGRAM, {"-j", "watch", "audio", "--interval", "0.05"});
+    QVERIFY(process.waitForReadyRead(30'000));
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    QVERIFY(process.waitForFinished(30'000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    for (const QByteArray& line : process.readAllStandardOutput().split('\n')) {
+      QString error;
+      if (!line.isEmpty()) {
+        QCOMPARE(cli::Value::fromJson(line, &error)["schema"].text(), QString("pellavox-cli/audio"));
+      }
+    }
+  }
+#endif
+};
+
+QTEST_GUILESS_MAIN(ProcessTest)
+#include "process_test.moc"
