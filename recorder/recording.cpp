@@ -145,15 +145,16 @@ class Collector {
         recording_.header = std::move(*header);
       }
     } else if (auto* call = std::get_if<CallLine>(&line)) {
-      recording_.calls.push_back({call->place, std::move(call->image), call->took, place, ++ended_});
+      recording_.calls.push_back({call->place, std::move(call->image), call->took, place, place, ++ended_});
     } else if (auto* begin = std::get_if<BeginLine>(&line)) {
       underWay_[begin->place.number] = recording_.calls.size();
-      recording_.calls.push_back({begin->place, std::move(begin->image), 0, place, std::nullopt});
+      recording_.calls.push_back({begin->place, std::move(begin->image), 0, place, {}, std::nullopt});
     } else if (auto* end = std::get_if<EndLine>(&line)) {
       RecordedCall& begun = recording_.calls[underWay_.at(end->number)];
       underWay_.erase(end->number);
       begun.image.result = end->image.result;
       begun.took = end->took;
+      begun.endLine = place;
       begun.ending = ++ended_;
     } else if (auto* progress = std::get_if<ProgressLine>(&line)) {
       recording_.progress.push_back({progress->place, progress->percent, place});

@@ -84,6 +84,7 @@ struct RecordedCall {
   CallImage image;
   std::int64_t took = 0;
   LinePlace line;                       ///< where it begins
+  LinePlace endLine;                    ///< where it ends, if it does
   std::optional<std::uint64_t> ending;  ///< it was the n-th call to end, from 1; empty: it did not
 };
 
