@@ -3,7 +3,6 @@
 #include "device/boot_packet.h"
 #include "recorder/recorder.h"
 #include "tests/recorder/through.h"
-#include "tests/support/seeded_random.h"
 
 #include <QFile>
 #include <QTest>
@@ -110,35 +109,6 @@ const auto kFiveCalls = [](auto& target) {
   THROUGH(target, AT_EDID_Flash_Set_table, 2, table.data(), 256);
   THROUGH(target, closePort);
 };
-
-// Two threads, each with its own way of going on. A seed decides when they stop
-// to let the other one pass.
-template <typename Target>
-std::array<std::vector<int>, 2> twoThreads(Target& target, std::uint32_t seed) {
-  std::array<std::vector<int>, 2> read;
-  const auto pause = [](SeededRandom& random) {
-    for (std::uint32_t i = random.below(4); i > 0; --i) {
-      std::this_thread::yield();
-    }
-  };
-  std::thread worker([&] {
-    SeededRandom random{seed, 1};
-    for (int i = 0; i < 12; ++i) {
-      pause(random);
-      THROUGH(target, AT_EDID_Set_EDID_mode, i);
-      read[1].push_back(readMode(target));
-    }
-  });
-  SeededRandom random{seed, 2};
-  THROUGH(target, openPort);
-  for (int i = 0; i < 12; ++i) {
-    pause(random);
-    read[0].push_back(readMode(target));
-  }
-  worker.join();
-  THROUGH(target, closePort);
-  return read;
-}
 
 std::vector<float> percents;
 std::mutex percentsMutex;
@@ -283,20 +253,6 @@ class PlayerTest : public QObject {
     });
     QCOMPARE(report, std::string("complete: 2 calls replayed\n"));
     QVERIFY(percents == expected);
-  }
-
-  void twoThreadsReplayInWhateverOrderTheyRun() {
-    const QStringList arguments = QCoreApplication::arguments();
-    const int count = arguments.size() > 1 && arguments[1].toInt() > 0 ? arguments[1].toInt() : 10;
-    const auto seed = arguments.size() > 2 ? arguments[2].toUInt() : 1;
-    for (std::uint32_t i = seed; i < seed + static_cast<std::uint32_t>(count); ++i) {
-      std::array<std::vector<int>, 2> before;
-      std::array<std::vector<int>, 2> after;
-      const Recording recording = recorded([&](auto& target) { before = twoThreads(target, i); });
-      const std::string report = replayed(recording, [&](auto& target) { after = twoThreads(target, i + 77'777); });
-      QVERIFY2(report == "complete: 38 calls replayed\n", qPrintable(QString("seed %1: ").arg(i) + report.c_str()));
-      QVERIFY2(before == after, qPrintable(QString("seed %1").arg(i)));
-    }
   }
 
   void aCallWaitsForThoseThatHadEndedBeforeIt() {
