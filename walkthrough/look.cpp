@@ -16,7 +16,7 @@ void connectToEitherModel(Operator& user) {
   user.takePicture(QStringLiteral("connect"));
 }
 
-void readReceiver(Operator& user) {
+void lookAtReceiver(Operator& user) {
   user.openTab(QStringLiteral("RX Info"));
   user.click(QStringLiteral("BN_Info_Read"));
   for (const char* widget : {"LB_Message", "label_HActive", "label_VActive", "label_VFreq", "label_SCAN", "label_CS",
@@ -26,7 +26,7 @@ void readReceiver(Operator& user) {
   user.takePicture(QStringLiteral("receiver"));
 }
 
-void readVersions(Operator& user) {
+void lookAtVersions(Operator& user) {
   user.openTab(QStringLiteral("System"));
   for (const char* widget : {"lb_FW_VER_QX", "lb_Main_VER_QX"}) {
     user.note(QLatin1String(widget));
@@ -38,6 +38,6 @@ void readVersions(Operator& user) {
 
 void lookAround(Operator& user) {
   connectToEitherModel(user);
-  readReceiver(user);
-  readVersions(user);
+  lookAtReceiver(user);
+  lookAtVersions(user);
 }
