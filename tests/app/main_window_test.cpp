@@ -165,8 +165,8 @@ class MainWindowTest : public WindowTest {
     QCOMPARE(journalCalls(), QStringList());
   }
 
-  // Each signal is connected to its slot once: pressing everything that has a
-  // slot of its own calls that slot, and no other, exactly once.
+  // Each signal is connected once, so that pressing a button calls its slot, and no
+  // other, exactly once.
   void everySignalHasItsReceivers_data() {
     QTest::addColumn<QString>("sender");
     QTest::addColumn<QByteArray>("signal");

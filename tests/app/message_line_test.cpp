@@ -9,7 +9,7 @@
 
 namespace {
 
-// Keeps every text that is shown, in order.
+// Records every text that is shown, in order.
 class RecordingLabel : public QLabel {
   Q_OBJECT
 

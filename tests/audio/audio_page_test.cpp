@@ -23,7 +23,7 @@ const QStringList kReadFailures{"Read Audio Format...[fail]", "Read Audio Sampli
 
 Bytes gainBytes(int gain) { return {static_cast<std::uint8_t>(gain), static_cast<std::uint8_t>(gain >> 8)}; }
 
-/// What the device answers to the next reads.
+/// Sets the device's answers to the next reads.
 void answer(std::uint8_t format, std::uint8_t rate, int receiverGain, std::uint8_t mute, int headphoneGain,
             unsigned call = 1, int failingStep = -1, std::int32_t status = -1) {
   const std::vector<Bytes> bytes{{format}, {rate}, gainBytes(receiverGain), {mute}, gainBytes(headphoneGain)};
@@ -41,7 +41,7 @@ QStringList shown(const WindowDriver& user) {
               QString::number(user.widget<QSpinBox>("SB_HPOUT_GAIN").value())};
 }
 
-// The debug lines of the program, which QTest would only print.
+// The program's debug output, which QTest would only print.
 QStringList debugLines;
 
 void keepDebugLine(QtMsgType type, const QMessageLogContext& context, const QString& text) {
@@ -119,7 +119,7 @@ class AudioPageTest : public WindowTest {
       answer(14, 4, -7, 0, -8, 2, step, status);
       user.click("BN_Audio_Read");
       QStringList calls = journalOperations();
-      // The box that the read moved sends its state back.
+      // The read changed the box, which sends its new state to the device.
       calls.removeAll("AT_Audio_Set_DACHP_Mute");
       QCOMPARE(calls, kReadOperations.mid(0, step + 1));
       QCOMPARE(user.message(), kReadFailures[step]);
@@ -186,7 +186,7 @@ class AudioPageTest : public WindowTest {
     QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), std::clamp(gain, -72, 30));
     QCOMPARE(user.widget<QSlider>("HS_HPOUT_GAIN").value(), std::clamp(gain, -50, 12));
     QCOMPARE(user.widget<QSpinBox>("SB_HPOUT_GAIN").value(), std::clamp(gain, -50, 12));
-    // No gain goes back to the device.
+    // No gain is sent back to the device.
     QCOMPARE(journalOperations(), kReadOperations);
   }
 
@@ -267,7 +267,7 @@ class AudioPageTest : public WindowTest {
     QCOMPARE(debugLines, QStringList{"HPOut Task"});
   }
 
-  // The slider stands where the read puts it: its next move is taken for ours.
+  // The slider already stands at the value read, so its next move is mistaken for the read's.
   void aReadThatMovesNothingSwallowsTheNextMove_data() {
     QTest::addColumn<int>("position");
     QTest::addColumn<int>("gain");
@@ -333,7 +333,7 @@ class AudioPageTest : public WindowTest {
       QCOMPARE(slider.value(), static_cast<int>(call));
       QCOMPARE(user.widget<QSpinBox>("SB_HPOUT_GAIN").value(), static_cast<int>(call));
     }
-    // A success says nothing.
+    // A success shows no message.
     slider.setValue(-1);
     QCOMPARE(user.message(), "Audio Set HPOut gain...[fail]");
   }

@@ -19,7 +19,7 @@ namespace {
 constexpr char kSend[] = "AT_System_Send_ExternalMCU_cmd";
 constexpr char kGet[] = "AT_System_Get_ExternalMCU_cmd";
 
-// Zeros but for the bytes given.
+// Zeros except for the given bytes.
 BootPacket expectedPacket(std::uint8_t command, std::initializer_list<std::uint8_t> payload, std::uint8_t checksum) {
   BootPacket packet{0x00, 0x5A, command};
   std::copy(payload.begin(), payload.end(), packet.begin() + 3);
@@ -101,7 +101,7 @@ class ExtMcuChannelTest : public QObject {
     QCOMPARE(device::readRegisterByte(3, 0x0D, 0x02), 0x12U);
   }
 
-  // What a failing call leaves in the buffer is not taken for a value.
+  // The content of the buffer after a failing call is ignored.
   void aFailedReadGivesNoByte() {
     simulator::answerCall(kGet, 1, -1, {0x32});
     QCOMPARE(device::readRegisterByte(3, 0x0D, 0x00), 0xFFFFFFFFU);

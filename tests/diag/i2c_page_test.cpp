@@ -16,7 +16,8 @@ class I2cPageTest : public WindowTest {
     user.widget<QLineEdit>("lineEdit_I2C_Reg").setText(registerNumber);
   }
 
-  /// Presses Read with the given width; the value shown, or the message of a failure.
+  /// Presses Read with the given width.
+  /// @return the value shown, or the message of a failure
   QString read(const QString& address, const QString& registerNumber, int width) const {
     type(address, registerNumber);
     valueField().clear();
@@ -77,7 +78,7 @@ class I2cPageTest : public WindowTest {
     QFETCH(QString, value);
     QFETCH(QString, arguments);
     for (int width = 1; width <= 4; ++width) {
-      // The widths are those of reads.
+      // The width applies to reads only.
       user.widget<QRadioButton>(QStringLiteral("RB_I2C_Read_%1B").arg(width)).setChecked(true);
       simulator::clearJournal();
       simulator::answerCall("AT_System_Send_ExternalMCU_cmd", static_cast<unsigned>(width), 0, {});
@@ -145,7 +146,7 @@ class I2cPageTest : public WindowTest {
     QCOMPARE(user.message(), "I2C Error");
     QCOMPARE(valueField().text(), "old");
     QCOMPARE(write("20", "0", "1"), "I2C Error");
-    // An empty address is the general call address, which no chip here takes.
+    // An empty address means the general call address, which no chip here answers.
     QCOMPARE(write("", "0", "1"), "I2C Error");
     QCOMPARE(simulator::journal().back().result, simulator::kNoAnswer);
     unsigned writes = 2;
@@ -181,7 +182,7 @@ class I2cPageTest : public WindowTest {
     QCOMPARE(read("A0", "0", 4), "4B565220");  // "KVR "
     QCOMPARE(read("A0", "4", 3), "424F41");
     QCOMPARE(write("A0", "80", "DEADBEEF"), "I2C Write Done");
-    // The chip is busy with its page.
+    // The chip is still programming the page.
     QCOMPARE(read("A0", "80", 4), "I2C Error");
     simulator::advanceTime(5ms - 1ns);
     QCOMPARE(write("A0", "80", "1"), "I2C Error");
@@ -189,7 +190,7 @@ class I2cPageTest : public WindowTest {
     QCOMPARE(read("A0", "80", 4), "DEADBEEF");
     QCOMPARE(read("A1", "82", 2), "BEEF");
 
-    // A write runs on at the beginning of its page, a read over the chip's end.
+    // A write wraps around within its page, a read at the chip's end.
     QCOMPARE(write("A0", "FE", "11223344"), "I2C Write Done");
     simulator::advanceTime(5ms);
     const std::vector<std::uint8_t> content = simulator::eepromContent(0x50);
@@ -198,7 +199,7 @@ class I2cPageTest : public WindowTest {
              (std::vector<std::uint8_t>{0x33, 0x44, 0xFF, 0xFF, 0xFF, 0xFF, 0x11, 0x22}));
     QCOMPARE(read("A0", "FF", 3), "224B56");
 
-    // Two bytes of register number are an address and a byte that is not programmed.
+    // A two-byte register number is an address and a data byte, which a read does not program.
     QCOMPARE(read("A0", "8000", 1), "AD");
     QCOMPARE(simulator::eepromContent(0x50), content);
   }
@@ -212,7 +213,7 @@ class I2cPageTest : public WindowTest {
     const std::vector<std::uint8_t> before = simulator::eepromContent(0x54);
     QCOMPARE(before.size(), std::size_t{8192});
 
-    // A register number of one byte does not make a whole address.
+    // A one-byte register number is not a complete address.
     QCOMPARE(write("A8", "12", "34"), "I2C Write Done");
     QCOMPARE(simulator::eepromContent(0x54), before);
     simulator::programEeprom(0x54, 0x1234, {0x56});
@@ -243,7 +244,7 @@ class I2cPageTest : public WindowTest {
     QCOMPARE(read("90", "0", 4), "2A402A40");
     QCOMPARE(write("90", "3", "1234"), "I2C Write Done");
     QCOMPARE(read("90", "3", 2), "1234");
-    // The value goes out in one byte, which is half a register.
+    // The value is sent as one byte, which is half a register.
     QCOMPARE(write("90", "3", "0056"), "I2C Write Done");
     QCOMPARE(read("90", "3", 2), "1234");
     QCOMPARE(write("90", "0", "1234"), "I2C Write Done");

@@ -28,7 +28,7 @@ constexpr Read kReads[] = {
     {"BN_Apply_Read_DDC_EDID", "AT_EDID_DDC_Get_RX_table", "%1", "Read DDC EDID...[fail]"},
 };
 
-// Every byte, and those that text modes change, in pairs and alone.
+// All byte values, and those that text mode would change, alone and in pairs.
 QByteArray awkwardTable() {
   QByteArray table;
   for (int i = 0; i < 240; ++i) {
@@ -49,7 +49,7 @@ int cursorDuringWrite = -1;
 }  // namespace
 
 #if defined(Q_OS_UNIX)
-// Stands before the library's own, to look around while the window waits for it.
+// Replaces the library's function to look at the cursor, then calls it.
 int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t size) {
   const QCursor* const cursor = QGuiApplication::overrideCursor();
   cursorDuringWrite = cursor == nullptr ? -1 : cursor->shape();
@@ -61,7 +61,7 @@ int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t siz
 class EdidPageTest : public WindowTest {
   Q_OBJECT
 
-  /// Starts over with an open session and a message to be left alone.
+  /// Starts over with an open session and a message that must not change.
   void startConnected(const QByteArray& scenario = "{}") {
     start(scenario);
     connectDevice();
@@ -80,7 +80,8 @@ class EdidPageTest : public WindowTest {
     chooseFile(button, path);
   }
 
-  /// Loads a file with that content into a slot; the message.
+  /// Writes a file with that content to a slot.
+  /// @return the message shown
   QString write(int slot, const QByteArray& content) const {
     user.choose("CB_FlashEDID_List_2", QString::number(slot));
     chooseFile("BN_Apply_WriteFlashEDID", files().write("table.bin", content));
@@ -141,14 +142,14 @@ class EdidPageTest : public WindowTest {
     QCOMPARE(user.widget<QComboBox>("CB_Current_FlashEDID_List").currentText(), "5");
     QCOMPARE(user.message(), "untouched");
 
-    // The guards are used up: the next picks are sent.
+    // The guards are clear again, so the next picks are sent.
     simulator::clearJournal();
     user.choose("CB_EDID_Mode", "Follow TX");
     user.choose("CB_Current_FlashEDID_List", "2");
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Set_EDID_mode(1)", "AT_EDID_Flash_Set_Default_table(2)"}));
   }
 
-  // The device has what the rows show, so that reading changes neither.
+  // The device has the values that are shown, so reading changes neither row.
   void readingTheRowsShownSwallowsTheNextPickOfEach() {
     user.click("BN_EDID_Read");
     simulator::clearJournal();
@@ -166,7 +167,7 @@ class EdidPageTest : public WindowTest {
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Set_EDID_mode(2)", "AT_EDID_Flash_Set_Default_table(2)"}));
   }
 
-  // A second reading finds the guard set and the row another one.
+  // A second reading finds the guard already set, and another row.
   void oneGuardServesHoweverOftenItWasSet() {
     user.click("BN_EDID_Read");
     user.click("BN_EDID_Read");
@@ -403,7 +404,7 @@ class EdidPageTest : public WindowTest {
     QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_EDID_Flash_Set_table(3, [%1], %2)")
                                              .arg(QString(content.left(sent).toHex(' ').toUpper()))
                                              .arg(sent)});
-    // What was not written is erased flash.
+    // The rest of the slot is erased flash.
     chooseSize(512);
     user.choose("CB_FlashEDID_List", "3");
     save("BN_Apply_ReadFlashEDID", path());

@@ -8,14 +8,15 @@
 #include <QSet>
 #include <QTest>
 
-/// Saves tables of the simulated device through the window and has each of them
-/// judged by edid-decode, the field's own checker.
+/// Saves the simulated device's tables through the window and checks each with
+/// edid-decode.
 class EdidTablesTest : public WindowTest {
   Q_OBJECT
 
   static constexpr int kSizes[] = {256, 384, 512};
 
-  /// Saves with a Read button and gives the file's name.
+  /// Saves with a Read button.
+  /// @return the file's path
   QString save(const QString& button, int size) const {
     user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
     QString path = files().path("table.bin");
@@ -24,7 +25,7 @@ class EdidTablesTest : public WindowTest {
     return path;
   }
 
-  /// What edid-decode says of a table; `accepted` tells whether it passed.
+  /// Output of edid-decode for a table; sets `accepted` if it passed.
   static QString judgement(const QString& path, bool& accepted) {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -50,7 +51,7 @@ class EdidTablesTest : public WindowTest {
     connectDevice();
   }
 
-  // A judge that accepts everything would be none.
+  // A checker that accepts everything would prove nothing.
   void theCheckerRefusesADamagedTable() {
     const QString path = save("BN_Apply_ReadTxEDID", 512);
     QByteArray table = contentOf(path);
@@ -104,7 +105,7 @@ class EdidTablesTest : public WindowTest {
       connectDevice();
     }
     user.choose("CB_EDID_Mode", mode);
-    // Without a sink the tables are those that the other rows have judged.
+    // Without a sink, the tables are the same as in the other rows.
     for (const int slot : sinkPresent ? QVector<int>{0, 1, 2, 3, 4, 5, 6} : QVector<int>{2}) {
       user.choose("CB_Current_FlashEDID_List", QString::number(slot));
       for (const int size : kSizes) {

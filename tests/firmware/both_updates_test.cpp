@@ -29,7 +29,7 @@ class BothUpdatesTest : public WindowTest {
  private slots:
   void aBurnAndAnUpgradeAtOnceBothSucceed_data() {
     QTest::addColumn<bool>("held");
-    // The whole upgrade between two steps of the burn, or both as they come.
+    // Either the whole upgrade between two steps of the burn, or both as they come.
     QTest::newRow("one within the other") << true;
     QTest::newRow("side by side") << false;
   }

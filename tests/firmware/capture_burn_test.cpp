@@ -19,7 +19,7 @@ constexpr const char* kExit = "Update Capture exit";
 
 }  // namespace
 
-/// What the window shows of a burn, and who survives it.
+/// What the window shows during a burn, and how burns and windows end.
 class CaptureBurnTest : public CaptureFixture {
   Q_OBJECT
 
@@ -73,7 +73,7 @@ class CaptureBurnTest : public CaptureFixture {
     startHeldBurn(reports);
     for (unsigned i = 0; i < reports.size(); ++i) {
       const int percent = static_cast<int>(i / 2);
-      // Both values of a percent show the same: only wait for the first one.
+      // Both values of a percentage look the same, so wait for the first only.
       simulator::holdBurns(i + 1);
       QVERIFY(waitForProgress(percent));
       tick();
@@ -156,7 +156,7 @@ class CaptureBurnTest : public CaptureFixture {
     simulator::unplug();
     simulator::releaseBurns();
     QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
-    // Without a tick from the test: the timer itself rewrites the message.
+    // The timer itself rewrites the message, without a tick from the test.
     progressTimer().setInterval(1);
     for (int i = 0; i < 3; ++i) {
       user.widget<QLabel>("LB_Message").setText("Burn CAP...[Fail]");
@@ -369,10 +369,10 @@ class CaptureBurnTest : public CaptureFixture {
     QVERIFY(worker->wait(10'000));
     QCOMPARE(simulator::journal().back().result, 0);
     QCOMPARE(flashContent(image.size()), image);
-    // Locks what the worker has locked last: the thread sanitizer does not see
-    // that Qt's wait has ordered the two.
+    // Takes the worker's last lock, because the thread sanitizer does not see the
+    // synchronisation in QThread::wait.
     messageLine->detach();
-    // Nobody owns it any more.
+    // It has no owner any more.
     delete worker.data();
   }
 
@@ -384,7 +384,7 @@ class CaptureBurnTest : public CaptureFixture {
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
     const QPointer<UpdateCaptureThread> worker = MainWindowTestAccess::captureWorker(window());
     const std::shared_ptr<MessageLine> messageLine = MainWindowTestAccess::messageLine(window());
-    // Past `run`, where Qt calls it finished, but still on its thread.
+    // After `run`: Qt calls the worker finished, but its thread is still there.
     std::promise<void> atEnd;
     std::promise<void> goOn;
     connect(
@@ -398,7 +398,7 @@ class CaptureBurnTest : public CaptureFixture {
     QVERIFY(atEnd.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready);
     QVERIFY(!worker->isRunning());
     closeWindow();
-    // Deleted, it would have been waited for.
+    // Deleting it would have waited for the thread.
     QVERIFY(worker);
     goOn.set_value();
     QVERIFY(worker->wait(10'000));
@@ -414,7 +414,7 @@ class CaptureBurnTest : public CaptureFixture {
     return QByteArray(reinterpret_cast<const char*>(content.data()), static_cast<int>(content.size())).left(size);
   }
 
-  // Of a device whose version is read at connecting only.
+  // The version is read only when connecting.
   QString versionAfterReconnect() const {
     user.choose("CB_DeviceType", "KVR-5B");
     user.click("BN_Connect");
@@ -423,7 +423,7 @@ class CaptureBurnTest : public CaptureFixture {
     return user.text("lb_FW_VER_QX");
   }
 
-  // Without the event loop: nothing but the burn goes on.
+  // Does not run the event loop, so that only the burn proceeds.
   static bool waitForProgress(int percent) {
     QElapsedTimer time;
     time.start();
@@ -433,7 +433,7 @@ class CaptureBurnTest : public CaptureFixture {
     return burnProgress == percent;
   }
 
-  // A burn that reports these values and waits after the first one.
+  // Starts a burn that reports these values and waits after the first one.
   void startHeldBurn(const std::vector<float>& reports) {
     user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));

@@ -12,21 +12,21 @@
 
 #include <functional>
 
-/// Base of tests that burn capture firmware through the window. The progress
-/// timer's interval is taken away, so that a test says when it ticks.
+/// Base of tests that burn capture firmware through the window. The progress timer
+/// effectively never fires, so that tests decide when it ticks.
 class CaptureFixture : public WindowTest {
  public:
   // File names are UTF-8 wherever the test runs.
   static void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
  protected:
-  /// Starts over.
+  /// Starts over with a progress timer that does not fire.
   void startCapture() {
     start();
     progressTimer().setInterval(24 * 60 * 60 * 1000);
   }
 
-  /// Lets the burns end.
+  /// Waits for all burns and closes the window.
   void finish() {
     simulator::releaseBurns();
     QPointer<QThread> last;
@@ -34,7 +34,7 @@ class CaptureFixture : public WindowTest {
       last = worker;
       QVERIFY(worker->wait(10'000));
     }
-    // Its deletion is on its way to this thread.
+    // The worker's deletion is still queued.
     QVERIFY(waitFor([&] { return last.isNull(); }));
     closeWindow();
   }

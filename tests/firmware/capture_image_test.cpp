@@ -24,7 +24,7 @@ bool isFoundIn(const QByteArray& content, const QByteArray& text = kText) {
   return image.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && firmware::containsText(image, text);
 }
 
-/// `size` bytes that are again and again `unit`.
+/// `unit` repeated up to `size` bytes.
 QByteArray filled(qint64 size, const QByteArray& unit) {
   return unit.repeated(static_cast<int>(size / unit.size() + 1)).left(static_cast<int>(size));
 }
@@ -94,7 +94,7 @@ class CaptureImageTest : public QObject {
     QTest::newRow("other case") << QByteArray("kvr-7") << false;
     QTest::newRow("16-bit letters") << QByteArray("K\0V\0R\0-\0007\0", 10) << false;
     QTest::newRow("after its own beginning") << QByteArray("KVR-KVR-KVR-7") << true;
-    // The search reads 256 KiB at a time behind the last four bytes.
+    // The search reads 256 KiB at a time and keeps the last four bytes.
     QByteArray piece(4 + 256 * 1024, 'x');
     piece[8] = '7';
     QTest::newRow("its end in what the piece before left") << piece + "KVR-" << false;
@@ -130,7 +130,7 @@ class CaptureImageTest : public QObject {
     for (qint64 boundary = 4 * kKiB; boundary < content.size(); boundary += 4 * kKiB) {
       const bool isLargerBoundary = boundary % (64 * kKiB) == 0;
       for (qint64 before = 0; before <= kText.size(); ++before) {
-        // All places at the larger boundaries, one in turn at the others.
+        // Every place near larger boundaries, one place in turn near the others.
         if (isLargerBoundary || (everyBoundary && before == 1 + boundary / (4 * kKiB) % 4)) {
           QVERIFY2(isFoundAt(boundary - before), qPrintable(QString::number(boundary - before)));
         }
@@ -154,7 +154,7 @@ class CaptureImageTest : public QObject {
     std::uniform_int_distribution<int> letter(0, static_cast<int>(letters.size()) - 1);
     int found = 0;
     for (int run = 0; run < 300; ++run) {
-      // Some as long as what is read at a time, give or take a few bytes.
+      // Some are as long as one read, give or take a few bytes.
       const int around = run % 10 == 0 ? 256 * 1024 : 0;
       const int size = around + std::uniform_int_distribution<int>(0, around != 0 ? 12 : 3000)(random);
       QByteArray content(size, '\0');
@@ -181,7 +181,7 @@ class CaptureImageTest : public QObject {
     const auto before = peakMemoryKiB();
     QVERIFY(!search());
 
-    // Not at the boundary of a block of the file system: holes stay around it.
+    // Away from the file system's block boundaries, so that holes remain around it.
     for (const qint64 offset : {kSize - kText.size(), kSize / 2 - 2, qint64{0}}) {
       file.seek(offset);
       file.write(kText);

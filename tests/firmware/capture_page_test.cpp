@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #endif
 
-/// What is checked before a burn starts.
+/// Choosing an image, and the checks before a burn starts.
 class CapturePageTest : public CaptureFixture {
   Q_OBJECT
 
@@ -23,7 +23,7 @@ class CapturePageTest : public CaptureFixture {
 
   void choosingAFileFillsBothFieldsAndStoresThePath() {
     QFETCH(QString, button);
-    // Not opened: anything will do.
+    // The file is not opened yet, so any content will do.
     const QString path = write("any.img", "");
     DialogAnswers answers;
     answers.chooseFile(path);
@@ -52,8 +52,8 @@ class CapturePageTest : public CaptureFixture {
     QCOMPARE(MainWindowTestAccess::captureImagePath(window()), path);
   }
 
-  // Every combination of what can be wrong: the first check that fails speaks,
-  // and nothing is started.
+  // All combinations of problems: the first failing check shows its box, and nothing
+  // starts.
   void theFirstFailingCheckShowsItsBox_data() {
     QTest::addColumn<bool>("connected");
     QTest::addColumn<bool>("pathShown");
@@ -123,7 +123,7 @@ class CapturePageTest : public CaptureFixture {
     const QString path = write("firmware.img", imageFor("KVR-7"));
     browse(path);
     user.widget<QLineEdit>("lineEdit_Cap_Path").clear();
-    // What a user types there does not change the file that was chosen.
+    // Typing into the field does not change the chosen file.
     user.widget<QLineEdit>("lineEdit_Cap_Path_QX").setText("something else");
     expectBurn("BN_Apply_CapMCU", path);
   }

@@ -26,7 +26,7 @@ constexpr char kGet[] = "AT_System_Get_ExternalMCU_cmd";
 constexpr double kSlowest = 0.31;
 constexpr char kSuccess[] = "MCU Update Done...[Success]";
 
-// One upgrade that its number and the seed decide alone.
+// One upgrade, determined by its number and the seed.
 class Run {
  public:
   Run(std::uint32_t seed, std::uint32_t number) : random_{seed, number} {}
@@ -34,8 +34,8 @@ class Run {
   struct Outcome {
     std::string lastText;
     bool flashDiffers = false;
-    bool notStarted = false;  // success was shown, yet the boot loader keeps running
-    unsigned unverified = 0;  // packets with checksum 0xFF that a failed read let pass
+    bool notStarted = false;  // success shown although the boot loader keeps running
+    unsigned unverified = 0;  // packets with checksum 0xFF accepted after a failed read
     bool recoveryTried = false;
     bool recovered = false;
   };
@@ -56,8 +56,8 @@ class Run {
       outcome.notStarted = !simulator::mcuRunsApplication();
     }
 
-    // The same device without faults, after what an operator does: plug it anew.
-    // A device too slow for the protocol's own pauses has no plain upgrade.
+    // The same device without faults, after the operator has plugged it in again. A
+    // device too slow for the protocol's pauses cannot be upgraded at all.
     outcome.recoveryTried = speedFactor_ >= kSlowest && faultsAreOver();
     if (outcome.recoveryTried) {
       simulator::clearMcuFaults();
@@ -82,7 +82,7 @@ class Run {
 
   void openDevice() {
     unplugAfter_ = random_.chance(10) ? 9 + random_.below(400) : 0;
-    // One in six too slow to be upgraded at all.
+    // One device in six is too slow to be upgraded at all.
     speedFactor_ = random_.chance(15) ? 0.1 + 0.01 * random_.below(20) : kSlowest + 0.01 * random_.below(500);
     char scenario[300];
     std::snprintf(scenario, sizeof scenario,
@@ -136,7 +136,7 @@ class Run {
     simulator::addMcuFault(fault);
   }
 
-  // What the library itself may do: fail with any status, or tell nonsense.
+  // The library itself may fail with any status or return nonsense.
   void addLibraryFault(std::uint32_t calls) {
     const std::string operation = random_.chance(60) ? kGet : kSend;
     const std::uint32_t call = 1 + random_.below(calls);
@@ -156,7 +156,7 @@ class Run {
     lastFaultyCall_[operation] = std::max(lastFaultyCall_[operation], call);
   }
 
-  // Whether no call to come has a fault of the library, nor the plug.
+  // Whether no library fault and no unplugging lies ahead.
   bool faultsAreOver() {
     std::map<std::string, std::uint32_t> calls;
     std::uint32_t all = 0;
@@ -216,7 +216,7 @@ class Run {
   std::map<std::string, std::uint32_t> lastFaultyCall_;
 };
 
-// "3Error MCU Addr checksum...[2] 86" and its like are one outcome.
+// Texts such as "3Error MCU Addr checksum...[2] 86" count as one outcome.
 std::string kindOf(const std::string& text) {
   std::string kind = text;
   kind.erase(0, kind.find_first_not_of("0123456789"));
@@ -228,10 +228,10 @@ std::string kindOf(const std::string& text) {
 
 }  // namespace
 
-/// Usage: ext_mcu_faults COUNT SEED. Upgrades a simulated MCU COUNT times, each
-/// time with other random faults, in virtual time, and prints what came out.
-/// Exit code 1 when an upgrade reported success over a flash that differs from
-/// the image, did not end, or left a device that a plain upgrade cannot save.
+/// Usage: ext_mcu_faults COUNT SEED. Upgrades a simulated MCU COUNT times in virtual
+/// time, each time with other random faults, and prints the outcomes. Exit code 1 if an
+/// upgrade reported success although the flash differs from the image, did not end, or
+/// left a device that a plain upgrade cannot repair.
 int main(int argc, char* argv[]) try {
   const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
   const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kVersionOffset = 0x20;  // of the version byte in an image for the simulated MCU
 
-// Lines that are not on the same place in both, for a readable failure.
+// The first difference between two lists, for a readable failure.
 QString firstDifference(const QStringList& seen, const QStringList& expected) {
   for (int i = 0; i < std::max(seen.size(), expected.size()); ++i) {
     if (seen.value(i) != expected.value(i)) {
@@ -126,8 +126,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     QCOMPARE(log.take(), (QStringList{upgrade_reference::get("0x0D", "00"), upgrade_reference::get("0x43", "00")}));
   }
 
-  // Of an image of two blocks; afterwards a plain upgrade of the same device
-  // succeeds.
+  // With an image of two blocks. Afterwards a plain upgrade of the same device succeeds.
   void aFaultHasItsTextAndLeavesADeviceThatCanBeUpgraded_data() {
     using At = McuFault::At;
     using Kind = McuFault::Kind;
@@ -215,7 +214,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     row("finish misread nine times", {At::kFinish, Kind::kWrongChecksum, 1, 9},
         sent + finishes(9) + QStringList{success()}, true);
     row("finish damaged ten times", {At::kFinish, Kind::kDamage, 1, 10}, sent + finishes(10));
-    // It was taken, although nobody believes it.
+    // The MCU took it, although the program could not verify that.
     row("finish misread ten times", {At::kFinish, Kind::kWrongChecksum, 1, 10}, sent + finishes(10), true);
     row("stuck after finish", {At::kFinish, Kind::kStaysBusy}, sent + QStringList{notReady}, false, true);
   }
@@ -253,7 +252,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
   void theTransferAtWhichTheBusFailsDecidesTheText_data() {
     QTest::addColumn<unsigned>("transfer");
     QTest::addColumn<QString>("lastText");
-    // Of the plain sequence: detection, reset, set-boot, five polls, then the packets.
+    // The plain sequence is detection, reset, set-boot, five polls, then the packets.
     QTest::newRow("family read") << 1U << "Start...";
     QTest::newRow("reset") << 2U << "Error Reset MCU ...";
     QTest::newRow("set-boot") << 3U << "Error set boot mode ...";
@@ -264,7 +263,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     QTest::newRow("data") << 42U << "Error MCU data checksum...[fail]";
   }
 
-  // All transfers fail from one on, as when a cable comes loose.
+  // All transfers from one on fail, as if a cable had come loose.
   void theTransferAtWhichTheBusFailsDecidesTheText() {
     QFETCH(unsigned, transfer);
     QFETCH(QString, lastText);
@@ -291,8 +290,8 @@ class ExtMcuPageTest : public ExtMcuFixture {
     logPauses();
     connectDevice();
     load(QByteArray(1, static_cast<char>(firstByte)));
-    // Detection 1, starts 3 each, address 3, data 1, then its checksum; the
-    // connection did not reach the boot loader.
+    // Transfers: 1 detection, 3 for each start, 3 for the address, 1 data, then its
+    // checksum. The version read at connecting failed and does not count.
     simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNotAcknowledged, 1 + 30 + 3 + 2});
     QCOMPARE(upgrade().last(), lastText);
   }
@@ -372,13 +371,13 @@ class ExtMcuPageTest : public ExtMcuFixture {
     // A file that the dialog accepts but that cannot be opened.
     const QString unreadable = writeImage("other");
     QVERIFY(QFile::setPermissions(unreadable, QFileDevice::Permissions()));
-    if (!QFile(unreadable).open(QIODevice::ReadOnly)) {  // it can for the superuser
+    if (!QFile(unreadable).open(QIODevice::ReadOnly)) {  // the superuser can open it
       DialogAnswers answers;
       answers.chooseFile(unreadable);
       user.click("BN_Browse_ExtMCU_QX");
       QCOMPARE(path.text(), first);
     }
-    // Neither has an end that a reader could wait for.
+    // Reading either would never end.
     const QTemporaryDir special;
     const QString pipe = special.filePath("pipe.bin");
     QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);

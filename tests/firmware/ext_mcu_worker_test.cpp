@@ -91,7 +91,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
       QVERIFY(upgrade_reference::padded(kFamilies[1], first).startsWith(content) ||
               upgrade_reference::padded(kFamilies[1], second).startsWith(content));
     }
-    // Whatever the two left, one alone succeeds.
+    // Whatever state the two left behind, a single upgrade succeeds.
     simulator::advanceTime(5s);
     QCOMPARE(upgrade().last(), success());
     QCOMPARE(flashStart(5000), second);
@@ -144,7 +144,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
     QVERIFY(QTest::qWaitFor([&reached] { return reached.try_acquire(); }, kPatienceMs));
     log.take();
     closeWindow();
-    // The window's end neither waited, nor stopped the worker, nor called the library.
+    // Destroying the window did not wait, stop the worker or call the library.
     QVERIFY(!worker.isNull());
     QVERIFY(worker->isRunning());
     QVERIFY(worker->parent() == nullptr);
@@ -153,7 +153,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
     go.release();
     QVERIFY(worker->wait(kPatienceMs));
     QCOMPARE(flashStart(5000), image);
-    // In the program it would end with the process.
+    // In the program, it would end with the process.
     delete worker;
   }
 
@@ -182,7 +182,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
   }
 
   void theWindowStaysAliveDuringAnUpgrade() {
-    // In real time.
+    // This test needs real time.
     QCOMPARE(simulator::loadScenario(R"({"externalMcu": {"family": "v"}, "latencyMs": 0.2})"), std::string());
     connectDevice();
     load(randomImage(500, 1));
@@ -210,7 +210,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
     QCOMPARE(user.message(), success());
     qInfo("worst gap between two ticks of a 10 ms timer: %lld ms, %d ticks", worstGap, ticks);
 
-    // What could hold the window up, whatever the load of this machine.
+    // Nothing blocked the GUI thread, however busy the machine is.
     QCOMPARE(sleepsOnWindow, 0);
     QVERIFY(!simulator::journal().empty());
     for (const simulator::JournalEntry& entry : simulator::journal()) {

@@ -128,7 +128,7 @@ class ProvisioningPageTest : public WindowTest {
     user.click("BN_SN_Read");
     QCOMPARE(journalCalls(), QStringList{"AT_USB_Get_SerialNum(100)"});
     QCOMPARE(user.widget<QLineEdit>("lineEdit_SN").text(), "OV7A00001234");
-    // A good read shows no message of its own.
+    // A successful read shows no message.
     QCOMPARE(user.message(), "Device Connected");
   }
 
@@ -172,7 +172,7 @@ class ProvisioningPageTest : public WindowTest {
     simulator::answerCall("AT_USB_Get_SerialNum", 1, 0, {buffer.begin(), buffer.end()});
     simulator::answerCall("AT_USB_Get_SerialNum", 2, 0, {buffer.begin(), buffer.end()});
     user.click("BN_SN_Read");
-    // The field itself holds 16 characters at most; without that, all is there.
+    // The field holds 16 characters at most; without that limit it shows all of them.
     QCOMPARE(field.text(), shown.left(16));
     field.setMaxLength(32767);
     user.click("BN_SN_Read");
@@ -286,7 +286,7 @@ class ProvisioningPageTest : public WindowTest {
     QFETCH(QString, operation);
     QFETCH(QString, message);
     const DialogAnswers answers;
-    // Not connected: the call is made, and fails.
+    // Without a connection the call is made and fails.
     user.widget<QLabel>("LB_Message").setText("before");
     user.click(button);
     QCOMPARE(user.message(), message);

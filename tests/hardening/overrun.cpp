@@ -1,13 +1,13 @@
 /// @file
-/// A program with the faults that the compiler settings guard against; each must
-/// end it at once.
+/// A program with the faults that the compiler settings guard against. Each fault must
+/// end the program at once.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
-// Not visible to the optimiser.
+// Hidden from the optimiser.
 [[gnu::noinline]] std::size_t length(const char* text) { return std::strtoul(text, nullptr, 10); }
 
 [[gnu::noinline]] void fill(volatile char* bytes, std::size_t count) {

@@ -10,8 +10,8 @@
 
 namespace {
 
-// What the program as it is shipped shows after Connect, beside the library
-// that the loader finds.
+// What the shipped program shows after Connect with the library that the loader
+// finds.
 QStringList shownAfterConnect(const QString& programFile, const QString& libraryPath = QString()) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   if (!libraryPath.isEmpty()) {
@@ -50,8 +50,8 @@ QString programWithoutLibrary(const QDir& folder) {
   return folder.filePath(program.fileName());
 }
 
-// Runs the program where the loader cannot do its work. Nothing else than its
-// own folder may bring the library in.
+// Runs the program where the loader must fail: nothing but the program's own folder
+// may supply the library.
 ProgramRun refusedRun(const QString& program) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   environment.remove("LD_LIBRARY_PATH");
@@ -86,8 +86,8 @@ QStringList operations() {
   return names;
 }
 
-// The other library's file, with that operation under a name nobody asks for
-// (and `uninitialize`, whose end is the same text, along with `initialize`).
+// The other library's file with that operation renamed (`uninitialize` along with
+// `initialize`, whose name is its ending).
 QByteArray libraryWithout(const QByteArray& operation) {
   QFile file(REPLACEMENT_DIRECTORY "/libRTICE_SDK_x64.so");
   if (!file.open(QIODevice::ReadOnly)) {

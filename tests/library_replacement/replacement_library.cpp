@@ -4,7 +4,7 @@
 
 namespace {
 
-// Every operation succeeds and says nothing, but for the three below.
+// Every operation succeeds and returns nothing, except the three below.
 template <device::Operation operation, typename... Arguments>
 int32_t answer(Arguments...) {
   return 0;

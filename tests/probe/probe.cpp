@@ -21,7 +21,7 @@
 #include <thread>
 
 #if !defined(Q_OS_WIN)
-// The program may have been given another device library, which lacks this.
+// Weak because the program may run with another device library, which lacks this.
 namespace simulator {
 extern __attribute__((weak)) unsigned callsUnderWay();  // NOLINT(readability-redundant-declaration): now weak
 }
@@ -29,7 +29,7 @@ extern __attribute__((weak)) unsigned callsUnderWay();  // NOLINT(readability-re
 
 namespace {
 
-// Of all threads; none where that cannot be told.
+// Calls under way on all threads; 0 if the library cannot tell.
 unsigned callsUnderWay() {
 #if defined(Q_OS_WIN)
   return 0;
@@ -38,13 +38,13 @@ unsigned callsUnderWay() {
 #endif
 }
 
-// Works the program's window by a script, one step an event-loop turn:
+// Operates the program's window by a script, one step per turn of the event loop:
 //   click NAME         presses a button
 //   choose NAME ROW    chooses a row of a combo box
 //   open PATH          names a file in the open file dialog and accepts it
 //   print NAME         prints "NAME=<text>" of a label
 //   icon               prints "icon=<sizes>" of the window's icon
-//   wait MS            lets that much time pass
+//   wait MS            waits
 //   close              closes the window
 //   closeafter MS      goes on at once, and that much later closes the window,
 //                      whatever the GUI thread does at that moment; prints
@@ -131,7 +131,7 @@ class Probe : public QObject {
       closer_ = std::thread([this, time = std::chrono::milliseconds(step.value(1).toInt())] {
         std::this_thread::sleep_for(time);
         arrive();
-        // By name: Qt counts the users of a function object out of the thread sanitizer's sight.
+        // Connected by name: the thread sanitizer does not see Qt's reference count of a function object.
         QMetaObject::invokeMethod(this, "close", Qt::QueuedConnection);
       });
     } else if (verb != "wait") {
@@ -139,7 +139,7 @@ class Probe : public QObject {
     }
   }
 
-  // The closing is not to order the threads' memory: all that it looks at is relaxed.
+  // Relaxed throughout, so that the probe does not synchronise the threads it observes.
   void arrive() {
     stepAtClosing_.store(lastStep_.load(std::memory_order_relaxed), std::memory_order_relaxed);
     callsAtClosing_.store(callsUnderWay(), std::memory_order_relaxed);
@@ -148,7 +148,7 @@ class Probe : public QObject {
   Q_INVOKABLE void close() {
     QWidget* const main = mainWindow();
     if (main == nullptr || !main->isVisible() || QApplication::activeModalWidget() != nullptr) {
-      // A window under a modal dialog does not take it. The user tries again.
+      // A window under a modal dialog ignores it, so try again as a user would.
       QTimer::singleShot(1, this, [this] {
         arrive();
         close();
@@ -174,9 +174,9 @@ class Probe : public QObject {
   std::thread closer_;
 };
 
-// Draws the process's end out when PELLAVOX_PROBE_LINGER_MS says so, past the
-// destruction of all static objects, Qt's included: a thread that is still
-// running then meets what has gone.
+// Delays the end of the process by PELLAVOX_PROBE_LINGER_MS after all static
+// objects, Qt's included, have been destroyed. A thread that still runs then would
+// access destroyed objects.
 [[gnu::destructor]] void linger() {
   if (const char* const milliseconds = std::getenv("PELLAVOX_PROBE_LINGER_MS")) {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::atoi(milliseconds)));

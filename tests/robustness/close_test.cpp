@@ -23,14 +23,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The slowest machine, busy with other things, is faster; the long operations
-// are slower: a program that waited for them would be noticed.
+// Even a slow, busy machine is faster, and the long operations take longer, so a
+// program that waits for them is noticed.
 constexpr auto kPrompt = 20s;
 constexpr auto kStuck = 60s;
-// So many runs of a job must have hit the calls that it makes.
+// After so many runs of a job, some must have hit its calls.
 constexpr unsigned kSpread = 50;
 
-/// Something that takes its time, and when the window is closed meanwhile.
+/// A job that takes its time, and when the window is closed during it.
 struct Job {
   const char* name = nullptr;
   const char* scenario = nullptr;  ///< of the simulated device
@@ -41,8 +41,8 @@ struct Job {
   int lingerMs = 0;                ///< how long the end of the process is drawn out
 };
 
-// The times are those of the simulated device and the upgrade's pauses. Where the process
-// lingers, a worker ends while nothing of Qt is left.
+// The times follow from the simulated device and the upgrade's pauses. Where the
+// process lingers, a worker ends after Qt's objects are gone.
 constexpr std::array kJobs{
     Job{"MCU upgrade", "{}",
         "click BN_Connect;click BN_Browse_ExtMCU_QX;open DIR/mcu.bin;CLOSE;click BN_Apply_ExtMCU_QX", 1700, 1680,
@@ -77,7 +77,7 @@ constexpr std::array kJobs{
         800, 600, true, 1000},
     Job{"failed burn, progress timer running", R"({"speedFactor": 50, "captureFlash": {"failAtPercent": 30}})",
         "click BN_Connect;click BN_Browse_Cap_QX;open DIR/short.img;CLOSE;click BN_Apply_CapMCU_QX", 1300, 510, false},
-    // From here on the GUI thread itself is in the calls.
+    // From here on, the GUI thread itself makes the calls.
     Job{"Connect", R"({"latencyMs": 40})", "CLOSE;wait 20;click BN_Connect", 260, 220, true},
     Job{"RX Read", R"({"latencyMs": 150})", "click BN_Connect;CLOSE;wait 20;click BN_Info_Read", 210, 170, true},
     Job{"HDCP key burn", R"({"latencyMs": 150})", "click BN_Connect;click BN_Browse_Key;CLOSE;open DIR/short.bin", 260,
@@ -105,7 +105,7 @@ void writeFiles(const QDir& directory) {
   }
 }
 
-/// What has come out of the runs of one job.
+/// Figures of the runs of one job.
 struct Figures {
   unsigned ahead = 0;
   unsigned inCall = 0;
@@ -116,7 +116,7 @@ struct Figures {
   std::map<std::string, unsigned> messages;  // kinds of texts at the moment of closing
 };
 
-/// "Update 25%..." and its like are one kind.
+/// Texts such as "Update 25%..." are of one kind.
 std::string kindOf(QString message) {
   for (int i = 0; i < message.size(); ++i) {
     if (message[i].isDigit()) {
@@ -129,7 +129,7 @@ std::string kindOf(QString message) {
   return message.toStdString();
 }
 
-/// Runs all jobs, some at a time. Most of a run is waiting.
+/// Runs all jobs, several at a time, because most of a run is waiting.
 class Runs : public QObject {
  public:
   Runs(unsigned count, unsigned seed) : count_(count), seed_(seed) { writeFiles(QDir(directory_.path())); }
@@ -158,7 +158,7 @@ class Runs : public QObject {
     bool isStuck = false;
   };
 
-  // The job and the number of the run decide the moment, whatever runs beside it.
+  // Only the job and the number of the run decide the moment.
   int momentOf(const Job& job, std::size_t jobNumber, unsigned run) const {
     std::seed_seq sequence{seed_, static_cast<unsigned>(jobNumber), run};
     std::mt19937 random(sequence);
@@ -176,7 +176,7 @@ class Runs : public QObject {
       }
       return;
     }
-    // The jobs in turn, so that slow and quick ones run side by side.
+    // Takes the jobs in turn, so that slow and quick ones run side by side.
     const std::size_t number = started_ % kJobs.size();
     const auto round = static_cast<unsigned>(started_ / kJobs.size());
     ++started_;
@@ -185,7 +185,7 @@ class Runs : public QObject {
     auto* const run = new Run(this, number, momentOf(job, number, round));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("RTICE_SIMULATOR_SCENARIO", QStringLiteral("%1/%2.json").arg(directory_.path()).arg(number));
-    // One's own: where a file dialog was is kept in a locked file.
+    // A folder of its own: file dialogs lock the file with their settings.
     environment.insert("XDG_CONFIG_HOME", QStringLiteral("%1/config%2").arg(directory_.path()).arg(started_));
     if (job.lingerMs > 0) {
       environment.insert("PELLAVOX_PROBE_LINGER_MS", QString::number(job.lingerMs));
@@ -240,7 +240,7 @@ class Runs : public QObject {
     }
   }
 
-  // What the probe has told of the moment.
+  // Parses what the probe printed about the moment.
   static void note(const QString& closing, Figures& figures) {
     const QString lastStep = closing.section(' ', 0, 0);
     if (closing.section(' ', 1, 1).toUInt() > 0) {

@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kSavedPath[] = "DIR/table.bin";
 
-/// A saved file as the table writes it.
+/// A saved file in the table's notation.
 QString describeFile(const QByteArray& content) {
   QString text = QStringLiteral("%1 bytes").arg(content.size());
   if (!content.isEmpty() && content.count(content[0]) == content.size()) {
@@ -101,7 +101,7 @@ Outcome ControlFixture::act(const QVector<Action>& actions) {
     }
   }
   outcome.state = state();
-  // Beside the worker's own texts there are the progress timer's, by the real clock.
+  // The progress timer runs on the real clock and may have overwritten the worker's text.
   if (!texts_.texts().isEmpty()) {
     outcome.state["LB_Message"] = texts_.texts().last();
   }

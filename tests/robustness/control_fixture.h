@@ -9,10 +9,10 @@
 
 namespace control_table {
 
-/// Throws std::runtime_error with the complaint unless something holds.
+/// Throws std::runtime_error with the complaint unless the condition holds.
 void require(bool holds, const QString& complaint);
 
-/// What came of something the operator did; the folder of the files as "DIR".
+/// Outcome of an operator's actions, with "DIR" for the folder of the files.
 struct Outcome {
   WindowState state;
   QStringList operations;
@@ -21,8 +21,8 @@ struct Outcome {
   QVector<std::chrono::nanoseconds> durations;
 };
 
-/// A window that does what the control table's operator does, with the files
-/// that the table names.
+/// A window in which the actions of the control table can be carried out, with the
+/// files that the table names.
 class ControlFixture : public WindowFixture {
  public:
   explicit ControlFixture(bool connected);
@@ -30,17 +30,16 @@ class ControlFixture : public WindowFixture {
   /// The text with the folder of the files in place of "DIR".
   QString inFolder(QString text) const { return text.replace("DIR", files().folder()); }
 
-  /// A new device, in the session that the window believes to be in.
+  /// Replaces the device and opens the session that the window believes is open.
   void renewDevice(const QByteArray& scenario) const;
 
-  /// Puts the widgets that a state names into it, and removes the file that
-  /// controls save.
+  /// Restores the named widgets and removes the saved file.
   void restore(const WindowState& state) const;
 
   WindowState state() const;
 
-  /// Does what the operator does and sees what comes of it. Throws when a call
-  /// is made on the wrong thread, or the window asks for what it must not.
+  /// Carries out the actions and records what follows. Throws if a call is made on the
+  /// wrong thread or an unexpected dialog opens.
   Outcome act(const QVector<Action>& actions);
 
   /// Texts that workers posted in the last `act`.
@@ -55,7 +54,7 @@ class ControlFixture : public WindowFixture {
   bool connected_;
 };
 
-/// States as a map from widget to state.
+/// Overwrites the states of the named widgets.
 void apply(const States& states, WindowState& state);
 
 }  // namespace control_table

@@ -16,7 +16,7 @@ States message(const char* text) { return {{"LB_Message", text}}; }
 /// The same after each answer.
 ExpectedState always(const char* widget, const QString& state) { return {widget, state, state, state}; }
 
-/// A button from which one call follows, which nobody hears of.
+/// A button that makes one call and reports nothing.
 Control silentButton(const char* button, const char* operation, const char* arguments, const States& moved = {}) {
   return {.name = button,
           .actions = {click(button)},
@@ -24,7 +24,7 @@ Control silentButton(const char* button, const char* operation, const char* argu
           .moved = moved};
 }
 
-/// A field that no call comes from.
+/// A field that makes no call.
 Control typing(const char* lineEdit) {
   return {.name = lineEdit, .actions = {type(lineEdit, "12")}, .moved = {{lineEdit, "12"}}};
 }
@@ -87,7 +87,7 @@ QVector<Call> identityCalls() {
   };
 }
 
-// Beside the pages.
+// Controls outside the pages.
 QVector<Control> sessionControls() {
   const char* const ids = "0, 0, 0x5C19, 0x6B03";
   QVector<Call> unopened = sessionCalls(ids);
@@ -107,7 +107,7 @@ QVector<Control> sessionControls() {
        .calls = unopened,
        .connected = false,
        .failsBefore = "openPort"},
-      // The open session is on the first model, and the other one is not plugged in.
+      // The open session is with the first model; the other one is not plugged in.
       {.name = "CB_DeviceType",
        .actions = {choose("CB_DeviceType", "KVR-5B"), click("BN_Connect")},
        .calls = otherModel,
@@ -150,7 +150,7 @@ QVector<Control> rxInfoControls() {
                       }}}}};
 }
 
-// Of both System pages.
+// Controls of both System pages.
 QVector<Control> identityControls() {
   return {
       {.name = "BN_SN_Read",
@@ -186,7 +186,7 @@ QVector<Control> identityControls() {
   };
 }
 
-/// @param suffix of the page's controls
+/// The controls for updates, which stand on both System pages.
 QVector<Control> updateControls(const char* browseMcu, const char* applyMcu, const char* mcuPath,
                                 const char* browseCapture, const char* applyCapture, const char* capturePath) {
   const States mcu{{"lineEdit_ExtMcu_Path", "DIR/mcu.bin"}, {"lineEdit_ExtMcu_Path_QX", "DIR/mcu.bin"}};
@@ -197,7 +197,7 @@ QVector<Control> updateControls(const char* browseMcu, const char* applyMcu, con
                           .failsAnyway = true};
   return {
       {.name = browseMcu, .actions = {chooseFile(browseMcu, "mcu.bin")}, .moved = mcu},
-      // The MCU does not take the reset: the upgrade itself has its own tests.
+      // The MCU refuses the reset; the upgrade itself has its own tests.
       {.name = applyMcu,
        .actions = {chooseFile(browseMcu, "mcu.bin"), {Kind::kRunWorker, applyMcu}},
        .calls = {{.operation = "AT_System_Get_ExternalMCU_cmd", .arguments = "3, 0x0D, 1, [00], 1"}, refusedReset},
@@ -252,13 +252,13 @@ QVector<Control> videoControls() {
   };
 }
 
-/// @param echo when a mute that differs from the box's is sent back to the device
+/// @param echo answers after which the changed box sends its state back to the device
 QVector<Call> audioReadCalls(const Call::Answers& echo) {
   return {
       {.operation = "AT_Audio_Get_HdmiRX_AudioFormat",
        .failure = message("Read Audio Format...[fail]"),
        .shown = {{"label_AudioFormat", "PCM", "Unknow", "DVI"}}},
-      // An unknown rate shows in the format's label.
+      // An unknown rate is shown in the format's label.
       {.operation = "AT_Audio_Get_HdmiRX_AudioSamplingRate",
        .failure = message("Read Audio Sampling Rate...[fail]"),
        .shown = {{"label_AudioSample", "48K", {}, "No Audio"}, {"label_AudioFormat", {}, "Unknow", {}}}},
@@ -270,7 +270,7 @@ QVector<Call> audioReadCalls(const Call::Answers& echo) {
        .shown = {{"CB_DACHP_MUTE", "off", "on", "off"}},
        .nextCallMadeAfter = echo},
       {.operation = "AT_Audio_Set_DACHP_Mute", .arguments = "0", .then = Then::kGoesOn},
-      // Read into the variable of the receiver's gain, which untouched shows.
+      // Shares a variable with the receiver's gain, which remains if nothing is written.
       {.operation = "AT_Audio_Get_HPOUTgain",
        .failure = message("Get HPOut gain...[fail]"),
        .shown = {{"HS_HPOUT_GAIN", "9", "-1", "-20"}, {"SB_HPOUT_GAIN", "9", "-1", "-20"}}},
@@ -356,7 +356,7 @@ QVector<Control> edidControls() {
   return {
       {.name = "BN_EDID_Read",
        .actions = {click("BN_EDID_Read")},
-       // No row of a list is chosen where the device names one that is not there.
+       // No row is chosen if the device names one that does not exist.
        .calls = {{.operation = "AT_EDID_Get_EDID_mode",
                   .failure = message("Read EDID Mode...[fail]"),
                   .shown = {{"CB_EDID_Mode", "Follow TX", "", "From Flash"}}},
@@ -410,7 +410,7 @@ States fields(const Register& typed) {
       {"lineEdit_I2C_Addr", typed.address}, {"lineEdit_I2C_Reg", typed.number}, {"lineEdit_I2C_Value", typed.value}};
 }
 
-/// Reads so many bytes of a register.
+/// Reads `width` bytes of a register.
 Control registerRead(const char* name, int width) {
   Control control{.name = name,
                   .actions = typeRegister({}),
@@ -472,7 +472,7 @@ QVector<Control> debugControls() {
       registerWrite("lineEdit_I2C_Addr", "3, 0x48, 3, [10 12 34]", {.address = "90"}, true),
       registerWrite("lineEdit_I2C_Reg", "3, 0x50, 4, [01 00 12 34]", {.number = "100"}),
       registerWrite("lineEdit_I2C_Value", "3, 0x50, 2, [10 56]", {.value = "56"}),
-      // Before a fault, another group and pin are chosen than in a window that opens.
+      // The arguments are those of a new window, the answers those of kInitialState's pin.
       gpioRead("BN_GPIO_Read", "0, 0", "42"),
       gpioRead("CB_GPIO_INDEX", "0, 13", "42", {choose("CB_GPIO_INDEX", "GPIO13")}),
       gpioRead("RB_GPIO_MISC", "1, 0", "42", {click("RB_GPIO_MISC")}),

@@ -5,15 +5,15 @@
 #include <QStringList>
 #include <QVector>
 
-/// The one list of the window's controls: for each what an operator does with
-/// it, the library calls that follow, and what a failure of each call and its
-/// answers do to the window. Only data: every_control_test presses each control
-/// once, the fault matrix once for each fault.
+/// The one list of the window's controls: for each, what an operator does with it,
+/// the library calls that follow, and how the window changes when each call fails
+/// or succeeds. Only data: every_control_test works each control once, the fault
+/// matrix once per fault.
 namespace control_table {
 
-/// A widget and how it stands, as `WindowState` writes it: a text, "on" or
-/// "off", a number, the chosen row's text. kSavedFile stands for the file that a
-/// control writes. "DIR" is the folder of the test's files.
+/// A widget and its state in the notation of `WindowState`: a text, "on" or "off", a
+/// number, the chosen row's text. kSavedFile stands for the file that a control
+/// writes, "DIR" for the folder of the test's files.
 struct State {
   const char* widget;
   QString state;
@@ -22,8 +22,8 @@ using States = QVector<State>;
 
 inline constexpr char kSavedFile[] = "(saved file)";
 
-/// How a widget stands after a call that succeeded, by what the call wrote: the
-/// device's own answer, only bytes of 0xFF, nothing. A null text: as before.
+/// A widget's state after a successful call, by what the call wrote: the device's
+/// own answer, only bytes of 0xFF, or nothing. A null text means unchanged.
 struct ExpectedState {
   const char* widget;
   QString device;
@@ -33,37 +33,35 @@ struct ExpectedState {
 
 enum class Then { kStops, kGoesOn };
 
-/// A call of the library and what may come of it. Whatever is not named keeps
-/// its state.
+/// A library call and its consequences. Widgets that are not named keep their state.
 struct Call {
   const char* operation;
-  /// As the journal shows them, for a window as it opens and the default device.
+  /// In the journal's notation, for a newly opened window and the default device.
   QString arguments = {};
-  /// The call fails: every status but 0, unless it returns a length.
+  /// If the call fails: with any status but 0, unless it returns a length.
   Then then = Then::kStops;
   States failure = {};
-  /// A call made because of the failure, without arguments.
+  /// Call that follows a failure; without arguments.
   const char* cleanUp = nullptr;
-  /// The call succeeds.
+  /// If the call succeeds.
   QVector<ExpectedState> shown = {};
-  /// What is shown waits until the next call has succeeded, too.
+  /// Shown only after the next call has succeeded as well.
   bool shownWithNext = false;
-  /// A call that fails without a fault at the plug has left the library so that
-  /// it refuses the next one.
+  /// If this call fails while the device is plugged in, the library refuses the next one.
   bool nextIsRefused = false;
-  /// The device itself lets the call fail here.
+  /// Fails on a healthy device, too.
   bool failsAnyway = false;
-  /// After which answers the next call of the list is made.
+  /// Answers after which the next call of the list is made.
   struct Answers {
     bool device = true;
     bool ones = true;
     bool untouched = true;
   } nextCallMadeAfter = {};
-  /// The widget that shows the text read, and how many of the characters of a
-  /// text without end.
+  /// The widget that shows the text read, and how many characters it shows of an
+  /// unterminated text.
   const char* textWidget = nullptr;
   int longestText = 0;
-  /// The result is the text's length, and a failure only when it is negative.
+  /// The result is the text's length; only a negative one is a failure.
   bool returnsLength = false;
 };
 
@@ -76,18 +74,18 @@ struct Action {
 
 struct Control {
   const char* name;
-  /// Tells controls of the same name apart.
+  /// Distinguishes rows for the same control.
   QString variant = {};
   QVector<Action> actions;
   QVector<Call> calls = {};
-  /// How widgets stand before, beyond the state that every control starts from.
+  /// States to start from, in addition to those common to all rows.
   States given = {};
-  /// What the actions themselves change, whatever the device does.
+  /// Changes caused by the actions themselves, whatever the device does.
   States moved = {};
   bool connected = true;
-  /// An operation whose next call fails in each run.
+  /// Operation whose next call fails in every run.
   const char* failsBefore = nullptr;
-  /// How it goes on after a fault is told by upgrade_table.h.
+  /// Faults are covered by upgrade_table.h instead.
   bool isUpgrade = false;
 
   QString title() const {
@@ -95,19 +93,18 @@ struct Control {
   }
 };
 
-/// All controls of the window, also those from which no calls follow.
+/// All controls of the window, including those that make no calls.
 QVector<Control> controls();
 
-/// How the widgets that the device's answers go to stand before a fault: other
-/// than the device's answer, and than any answer made up here, wherever there is
-/// room. Labels carry texts of their own.
+/// States before a fault of the widgets that show answers. Where possible they differ
+/// from the device's answer and from every made-up answer. Labels get texts of their own.
 extern const States kInitialState;
 
-/// What register 0x10 of the board's EEPROM holds before a fault, up to the
-/// largest read; pin 13 of group 1 reads 42.
+/// Content of the board's EEPROM from address 0x10 on before a fault. GPIO pin 13 of
+/// group 1 reads 42.
 extern const QByteArray kRegister;
 
-/// A device that answers other than the default one where that is zero.
+/// A device with non-zero values where the default device has zeros.
 extern const char* const kScenario;
 
 }  // namespace control_table

@@ -16,7 +16,7 @@ using control_table::Outcome;
 
 namespace {
 
-/// Works a control of a window as it opens, on the default device.
+/// Works a control of a newly opened window on the default device.
 Outcome work(const Control& control) {
   ControlFixture fixture(control.connected);
   WindowState given;
@@ -72,7 +72,7 @@ class EveryControlTest : public QObject {
     QCOMPARE(QStringList((worked - present).values()), QStringList());
   }
 
-  // Prints which operation was called by which controls.
+  // Also prints which controls call each operation.
   void everyOperationIsCalled() {
     QMap<QString, QStringList> callers;
     for (const Control& control : controls_) {

@@ -29,14 +29,14 @@ bool leadsToNextCall(const Call& call, Effect effect) {
                                         : call.nextCallMadeAfter.device;
 }
 
-/// What one run has come to so far.
+/// Progress of one run.
 struct Course {
   const Fault& fault;
-  bool gone = false;     ///< the device is
-  bool refused = false;  ///< the next call will be
+  bool gone = false;     ///< the device is unplugged
+  bool refused = false;  ///< the next call will be refused
 
-  /// How a call counts.
-  /// @param here the fault is done to it
+  /// Decides how a call turns out.
+  /// @param here whether the fault is injected at this call
   Effect effectOn(const Call& call, bool here) {
     gone = gone || (here && fault.kind == FaultKind::kGone);
     Effect effect = here && fault.kind == FaultKind::kAnswer ? fault.effect : Effect::kDevice;

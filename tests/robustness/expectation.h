@@ -6,17 +6,17 @@
 
 namespace control_table {
 
-/// What the table says of a run.
+/// What the table expects of a run.
 struct Expectation {
   WindowState state;
   QStringList operations;
-  QStringList calls;  ///< with arguments, which hold for a run without a fault
+  QStringList calls;  ///< with arguments, valid for a run without a fault
 };
 
-/// Reads the table.
-/// @param before the window's state
-/// @param place  number of the call with the fault, from 0
-/// @param called set to that call; left alone for one that cleans up after another
+/// Derives from the table what is expected of a run.
+/// @param before state of the window before the run
+/// @param place  index of the call with the fault; -1 for none
+/// @param called if given, set to that call; unchanged for a clean-up call
 Expectation expect(const Control& control, const WindowState& before, int place = -1,
                    const fault_matrix::Fault& fault = {}, const Call** called = nullptr);
 

@@ -27,12 +27,12 @@ QString tableRow(const QString& control, int place, const QString& operation, co
 
 }  // namespace
 
-/// Every fault at every call of the device library that the program makes.
+/// Injects every fault at every library call of the program.
 class FaultMatrixTest : public QObject {
   Q_OBJECT
 
  public:
-  /// @param failures of QtTest, which stops counting at 127
+  /// @param failures as counted by QtTest, which stops at 127
   void printCounts(int failures) const {
     std::printf("%d of 44 operations, %d places where the program calls them; the call there",
                 static_cast<int>(operations_.size()), places_);
@@ -49,13 +49,13 @@ class FaultMatrixTest : public QObject {
   }
 
  private:
-  // Made once: they find the calls.
+  // Made once, because making them finds the calls.
   std::vector<std::unique_ptr<ControlRuns>> controls_;
   std::vector<std::unique_ptr<UpgradeRuns>> upgrades_;
   QSet<QString> operations_;
   int places_ = 0;
   int breaches_ = 0;
-  // Slow builds take some rows only, which the seed chooses.
+  // Slow builds run a share of the rows, chosen by the seed.
   bool hasShare_ = false;
   const int share_ = qEnvironmentVariableIntValue("PELLAVOX_MATRIX_SHARE", &hasShare_);
   const int seed_ = qEnvironmentVariableIntValue("PELLAVOX_MATRIX_SEED");
@@ -126,7 +126,7 @@ class FaultMatrixTest : public QObject {
       const QStringList& operations = controls_[i]->operations();
       for (int place = 0; place < operations.size(); ++place) {
         if (operations[place] == QLatin1String(controls_[i]->control().failsBefore)) {
-          continue;  // has a fault of its own
+          continue;  // already fails in every run
         }
         ++places_;
         operations_ << operations[place];
@@ -193,7 +193,7 @@ class FaultMatrixTest : public QObject {
     QCOMPARE(operations_.size(), 44);
   }
 
-  // While the application is there.
+  // Windows must go before the application object.
   void cleanupTestCase() {
     controls_.clear();
     upgrades_.clear();

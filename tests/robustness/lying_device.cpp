@@ -1,7 +1,7 @@
 /// @file
-/// Does every job of the program many times with a device that lies, and counts
-/// what came of it. The jobs are done in processes of their own, so that a
-/// crash or a hang is counted and does not end the run.
+/// Runs every job of the program many times with a lying device and counts the
+/// outcomes. Jobs run in separate processes, so that a crash or a hang is counted and
+/// does not end the run.
 #include "tests/robustness/lying_jobs.h"
 
 #include <QApplication>
@@ -26,7 +26,7 @@ using lying::Verdict;
 
 namespace {
 
-// Numbers done by one process before the next one starts afresh.
+// Numbers handled by one process before a new one takes over.
 constexpr std::uint32_t kPerProcess = 500;
 // A job takes milliseconds, or some tenths of a second under a sanitizer.
 constexpr int kSilenceMs = 30'000;
@@ -55,10 +55,10 @@ struct Place {
   Place next(std::size_t jobs) const { return job + 1 < jobs ? Place{number, job + 1} : Place{number + 1, 0}; }
 };
 
-/// What the worker process does: `count` numbers from a place on, one line for
-/// each job: number, job, outcome and reason.
+/// The worker process: runs `count` numbers from a place on and prints a line per
+/// job: number, job, outcome and reason.
 int work(std::uint32_t seed, Place place, std::uint32_t count) {
-  // The program's own remarks on what it does are of no use here.
+  // The program's debug output is of no use here.
   qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
     if (type != QtDebugMsg) {
       std::fprintf(stderr, "%s\n", qPrintable(text));
@@ -83,7 +83,7 @@ struct Tally {
   unsigned crashes = 0;
 };
 
-/// What came of all jobs.
+/// Outcomes of all jobs.
 class Run {
  public:
   Run(std::uint32_t seed, std::uint32_t count) : seed_(seed), count_(count) {}
@@ -95,7 +95,7 @@ class Run {
     }
   }
 
-  /// @return whether nothing was breached
+  /// @return whether there was no breach
   bool print(double seconds) const {
     std::printf("seed %u, %u times each job, in %.0f s\n\n%-28s", seed_, count_, seconds, "");
     for (const Column& column : kColumns) {
@@ -130,8 +130,8 @@ class Run {
   }
 
  private:
-  /// Lets a worker go on at a place.
-  /// @return where the next one has to go on
+  /// Starts a worker at a place.
+  /// @return where the next worker has to continue
   Place startWorker(Place place) {
     const std::uint32_t count = std::min(kPerProcess, count_ - place.number);
     const std::uint32_t end = place.number + count;
@@ -201,7 +201,7 @@ class Run {
 
 }  // namespace
 
-/// Usage: lying_device COUNT SEED; or, for what becomes of single jobs,
+/// Usage: lying_device COUNT SEED; or, for the outcomes of single jobs,
 /// lying_device --work SEED NUMBER COUNT JOB, from a number's job on. Exit code 1 when a job crashed, hung, or
 /// showed a success or failure that its rules do not allow.
 int main(int argc, char* argv[]) try {
@@ -217,7 +217,7 @@ int main(int argc, char* argv[]) try {
     std::fprintf(stderr, "usage: %s COUNT SEED\n", argv[0]);
     return 2;
   }
-  // A worker would tell each time that it has none.
+  // Otherwise each worker would complain that there is none.
   const QTemporaryDir runtimeDirectory;
   if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
     qputenv("XDG_RUNTIME_DIR", runtimeDirectory.path().toUtf8());

@@ -59,7 +59,7 @@ struct Memory {
   bool operator==(const Memory&) const = default;
 };
 
-/// Reads the memory of a device that tells the truth and has an open port.
+/// Reads the memory of an honest device with an open port.
 Memory readMemory() {
   Memory memory;
   memory.mcuFlash = simulator::mcuFlash();
@@ -89,9 +89,9 @@ Memory readMemory() {
   return memory;
 }
 
-/// What was seen of a job while the device lied.
+/// Observations of a job while the device lied.
 struct Seen {
-  std::vector<JournalEntry> journal;  // all calls of the process' device, which transfers refer to
+  std::vector<JournalEntry> journal;  // all calls since the reset, which transfers refer to
   std::size_t firstCall = 0;          // the job's first one
   std::vector<Transfer> transfers;
   std::chrono::nanoseconds duration{};
@@ -105,7 +105,7 @@ struct Seen {
   }
 };
 
-/// How a job shows its end, and what it may take at most.
+/// How a job reports its end, and how long it may take.
 struct Rules {
   const char* operation;
   QString success;
@@ -113,8 +113,8 @@ struct Rules {
   std::chrono::milliseconds longest = 1s;
 };
 
-/// Sets what was reported beside what is true.
-/// @param reason of a false success
+/// Compares what was reported with what is true.
+/// @param reason explanation of a false success
 Verdict weigh(const Seen& seen, bool reported, bool done, const std::string& reason) {
   if (seen.isHonest() && !(reported && done)) {
     return {Outcome::kBreach, "no lie was told, yet the job did not succeed"};
@@ -137,7 +137,7 @@ std::string reasonOfWrite(const Seen& seen) {
                                      : "";
 }
 
-/// A job that is one call of the library, whose status decides the text.
+/// Judges a job that consists of one library call, whose status decides the text.
 Verdict judgeWrite(const Seen& seen, const Rules& rules, const QString& message, const Memory& asked) {
   if (seen.duration > rules.longest) {
     return {Outcome::kHang, {}};
@@ -159,8 +159,8 @@ std::string reasonOfRead(const Seen& seen) {
   return seen.has(Lie::kShortRead) ? "less was read than the library reported; nothing tells" : "";
 }
 
-/// Lies of all kinds, so many that a job of some transfers has a few at most in
-/// half of the cases; in some cases none.
+/// Chooses rates for all kinds of lies. About half of the jobs get only a few lies,
+/// some none.
 Lies makeLies(SeededRandom& random, unsigned transfers) {
   Lies lies;
   lies.seed = random.below(0xFFFF'FFFF);
@@ -290,12 +290,12 @@ class LyingJobs::JobWindow : private WindowFixture {
     return writeRegister(random, kSensor, {index}, value, asked);
   }
 
-  /// Every read button of the window, and then the same answers once more from a
-  /// library that means them: the window must show the same.
+  /// Presses every read button, then again with an honest library that gives the same
+  /// answers: the window must show the same.
   Verdict readAll(SeededRandom& random) {
     openDevice();
     simulator::programEeprom(kBoardEeprom, 0, randomBytes(256, random));
-    // A whole address: half of one would leave the rest to the read before.
+    // A complete address; the rest of half an address would come from the previous read.
     switch (random.below(3)) {
       case 0:
         fillRegister(kBoardEeprom, {random.byte()}, {});
@@ -315,7 +315,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     QStringList told;
     const Seen seen = whileLying(makeLies(random, 15), [&] { told = readEverything(); });
     if (fieldText("lineEdit_SN") != shownBytes(seen, "AT_USB_Get_SerialNum", serialNumber, [](const Bytes& bytes) {
-          // Up to the first NUL, as much as the field holds.
+          // Up to the first NUL, limited to the field's length.
           return QString::fromLatin1(reinterpret_cast<const char*>(bytes.data()), 16).section(QChar(0), 0, 0);
         })) {
       return {Outcome::kBreach, "the serial number shown is not the one that was read"};
@@ -386,7 +386,7 @@ class LyingJobs::JobWindow : private WindowFixture {
   /// A device in its default state, and the window connected to it.
   void openDevice(const QByteArray& scenario = "{}") {
     loadDevice(scenario);
-    // The window would keep the session that it believes to have.
+    // The window keeps a session that it believes is open, so change the model first.
     user.choose("CB_DeviceType", "KVR-5B");
     user.click("BN_Connect");
     user.choose("CB_DeviceType", "KVR-7");
@@ -419,7 +419,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     user.click(button);
   }
 
-  /// Starts a worker and lets the window live on until it has ended.
+  /// Starts a worker and runs the event loop until it has ended.
   void startAndWait(const QString& button) const {
     if (!waitForWorker(startWorker(button))) {
       throw std::runtime_error("the worker does not end");
@@ -437,7 +437,7 @@ class LyingJobs::JobWindow : private WindowFixture {
                                  : 1 + random.below(3000);
     Bytes image = upgrade_images::randomImage(size, random);
     if (random.chance(20)) {
-      // A read that brings nothing looks right, or a finish packet that gets lost.
+      // Checksums with which an empty read or a lost finish packet looks right.
       upgrade_images::setChecksums(image, random.oneOf<std::uint8_t>({0x00, 0xFE}), random);
     }
     const Bytes padded = upgrade_images::padded(image, blockSize);
@@ -478,7 +478,7 @@ class LyingJobs::JobWindow : private WindowFixture {
                       const Rules& rules) {
     openDevice();
     auto& box = user.widget<QComboBox>(comboBox);
-    // Neither what the box shows nor what the device has.
+    // A row that neither the box shows nor the device has.
     int row = static_cast<int>(random.below(static_cast<std::uint32_t>(box.count())));
     while (row == box.currentIndex() || row == 0) {
       row = (row + 1) % box.count();
@@ -492,7 +492,7 @@ class LyingJobs::JobWindow : private WindowFixture {
   Verdict writeEeprom(SeededRandom& random, std::uint8_t address, const Bytes& index) {
     openDevice();
     Bytes value = randomBytes(1 + random.below(4), random);
-    value.front() = std::max<std::uint8_t>(value.front(), 1);  // zeros in front would not be sent
+    value.front() = std::max<std::uint8_t>(value.front(), 1);  // leading zeros would not be sent
     Memory asked = readMemory();
     std::size_t at = 0;
     for (const std::uint8_t byte : index) {
@@ -500,7 +500,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     }
     const auto there = asked.eeproms[address].begin() + static_cast<std::ptrdiff_t>(at);
     if (std::equal(value.begin(), value.end(), there)) {
-      value.back() ^= 1;  // a write that changes nothing would prove nothing
+      value.back() ^= 1;  // a write must change something to prove anything
     }
     std::copy(value.begin(), value.end(), there);
     return writeRegister(random, address, index, value, asked);
@@ -521,7 +521,7 @@ class LyingJobs::JobWindow : private WindowFixture {
 
   QString fieldText(const QString& lineEdit) const { return user.widget<QLineEdit>(lineEdit).text(); }
 
-  /// What a field must show after a read: `before` when it failed.
+  /// Text that a field must show after a read; `before` if the read failed.
   static QString shownBytes(const Seen& seen, const std::string& operation, const QString& before,
                             const std::function<QString(const Bytes&)>& toText) {
     for (const Transfer& transfer : seen.transfers) {
@@ -546,7 +546,7 @@ class LyingJobs::JobWindow : private WindowFixture {
       const bool failed = std::any_of(first, calls.end(), [](const JournalEntry& entry) {
         return entry.result != 0 && entry.operation.find("_Set_") == std::string::npos;
       });
-      // Whatever could not be read has its text, and only that.
+      // A message appears if and only if something could not be read.
       failuresAreTold_ &= failed == user.message().contains(QRegularExpression("fail|Error"));
       shown << user.message();
     }
@@ -576,8 +576,8 @@ class LyingJobs::JobWindow : private WindowFixture {
   bool failuresAreTold_ = true;
 };
 
-// The reads have a window of their own: no burn's timer rewrites its message
-// line, and the guards that they leave behind swallow no change of a setting.
+// Reads use a separate window. There, no burn's timer overwrites the message line,
+// and the guards that reads leave set cannot swallow a change of a setting.
 LyingJobs::LyingJobs() : window_(std::make_unique<JobWindow>()), readWindow_(std::make_unique<JobWindow>()) {
   sleeps::replaceBy([](std::chrono::milliseconds time) {
     simulator::advanceTime(time);

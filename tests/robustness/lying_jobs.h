@@ -6,20 +6,19 @@
 #include <string>
 #include <vector>
 
-/// Jobs that are done through the window with a device that lies, and what came
-/// of them.
+/// Jobs done through the window with a lying device, and their outcomes.
 namespace lying {
 
 enum class Outcome {
   kHonestSuccess,      ///< success shown, the device holds what was asked
   kHonestFailure,      ///< no success shown, the device does not hold it
   kFailureThoughDone,  ///< no success shown, yet the device holds it
-  kFalseSuccess,       ///< success shown, the device does not hold it, and the program could not know
-  kHang,               ///< it took longer, on the device's clock or in calls, than the job ever may
-  kBreach,             ///< the program could have known, or did something else than its rules say
+  kFalseSuccess,       ///< success shown, the device does not hold it, but the program could not know
+  kHang,               ///< took more time on the device's clock, or more calls, than the job ever may
+  kBreach,             ///< the program could have known, or broke its own rules
 };
 
-/// With which the process ends in the midst of a job that would not end.
+/// Exit code of a process whose job would not end.
 constexpr int kHangExitCode = 77;
 
 struct Verdict {
@@ -27,7 +26,7 @@ struct Verdict {
   std::string reason;  ///< of a false success or a breach
 };
 
-/// The program's window and a simulated device. One in a process, and only while
+/// The program's windows and the simulated device. One per process, and only while
 /// there is an application object.
 class LyingJobs {
  public:
@@ -38,7 +37,7 @@ class LyingJobs {
 
   static std::vector<std::string> jobNames();
 
-  /// Does a job with a new device, whose lies the three numbers decide.
+  /// Runs a job with a new device. The three numbers determine its lies.
   Verdict run(std::size_t job, std::uint32_t seed, std::uint32_t number);
 
  private:

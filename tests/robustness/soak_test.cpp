@@ -44,7 +44,7 @@ constexpr unsigned kFirstMeasure = 1000;
 constexpr unsigned kOperationsPerDevice = 250;
 constexpr int kMostWorkers = 4;
 constexpr long kMaxGrowthKiB = 1024;
-// Sanitizers have memory of their own, and keep what was freed.
+// Sanitizers use memory themselves and keep freed memory for a while.
 #if defined(PELLAVOX_SANITIZED)
 constexpr bool kMemoryCounts = false;
 #else
@@ -70,11 +70,11 @@ constexpr std::array kInputs{"",         "0",         "A0",
                              "0x10",     "SN 0001",   "\xC3\xA4\xE2\x82\xAC",
                              "%s%n%1%2"};
 
-/// What must not grow.
+/// Figures that must not grow.
 struct Measure {
   unsigned operations = 0;
   long heapKiB = 0;
-  long undoKiB = 0;  // what the fields kept besides
+  long undoKiB = 0;  // used by the fields' undo history
   long residentKiB = 0;
   long files = 0;
   long threads = 0;
@@ -86,7 +86,7 @@ long entriesOf(const char* directory) {
   return static_cast<long>(QDir(QLatin1String(directory)).entryList(QDir::AllEntries | QDir::System).size());
 }
 
-// What has been allocated and not freed.
+// Allocated and not freed.
 long heapKiB() {
 #if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
   const struct mallinfo2 info = mallinfo2();
@@ -102,7 +102,7 @@ long residentKiB() {
                                         : 0;
 }
 
-/// Works one window with whatever a user and a device may do.
+/// Drives one window with everything that a user and a device may do.
 class Soak : private WindowFixture {
  public:
   explicit Soak(unsigned seed) : random_(seed) {
@@ -120,7 +120,7 @@ class Soak : private WindowFixture {
   };
   static const std::array<Kind, 12> kKinds;
 
-  /// @return which kind it was
+  /// @return the kind of operation
   std::size_t operate() {
     if (++operations_ % kOperationsPerDevice == 0) {
       newDevice();
@@ -135,8 +135,8 @@ class Soak : private WindowFixture {
     return kind;
   }
 
-  /// Lets workers end first and puts a new device in place. Empties the fields,
-  /// whose undo keeps each key since a text was set.
+  /// Waits for workers, replaces the device and empties the fields, whose undo history
+  /// grows with every key.
   Measure measure() {
     settle();
     loadDevice();
@@ -149,7 +149,7 @@ class Soak : private WindowFixture {
     measure.heapKiB = heapKiB();
     measure.undoKiB -= measure.heapKiB;
 #if defined(__GLIBC__)
-    malloc_trim(0);  // what is free goes back to the system first
+    malloc_trim(0);  // returns free memory to the system first
 #endif
     measure.residentKiB = residentKiB();
     measure.files = entriesOf("/proc/self/fd");
@@ -159,8 +159,8 @@ class Soak : private WindowFixture {
     return measure;
   }
 
-  /// Whether a mouse click on a visible button shows what the device has, and
-  /// this in one turn of the event loop.
+  /// Whether a mouse click on a visible button shows the device's value within one turn
+  /// of the event loop.
   bool answers() {
     settle();
     loadDevice();
@@ -204,7 +204,7 @@ class Soak : private WindowFixture {
       }
       const QString name = widget->objectName();
       if (qobject_cast<const QAbstractButton*>(widget) != nullptr) {
-        // Those that ask for a file or start a worker have kinds of their own.
+        // Buttons that ask for a file or start a worker are operations of their own.
         if (kFileButtons.contains(name) || kWorkerButtons.contains(name)) {
           ++workButtons_;
         } else if (name != "BN_Connect") {
@@ -240,7 +240,7 @@ class Soak : private WindowFixture {
     used_ << "BN_Connect";
   }
 
-  // A journal of the device's whole life would be the only thing that grows.
+  // A new device has an empty journal, which otherwise would keep growing.
   void newDevice() {
     settle();
     const char* scenario = oneOf(kDevices);
@@ -277,7 +277,7 @@ class Soak : private WindowFixture {
     if (auto* const box = qobject_cast<QComboBox*>(widget)) {
       box->setCurrentIndex(static_cast<int>(below(static_cast<std::size_t>(box->count()))));
     } else if (auto* const slider = qobject_cast<QAbstractSlider*>(widget)) {
-      // Beyond its ends as well.
+      // Includes values out of range.
       slider->setValue(static_cast<int>(below(300)) - 150);
     } else if (auto* const spin = qobject_cast<QSpinBox*>(widget)) {
       spin->setValue(static_cast<int>(below(300)) - 150);
@@ -323,13 +323,13 @@ class Soak : private WindowFixture {
     try {
       simulator::feedSignal(chance(50) ? Input::kHdmi : Input::kDp, oneOf(names));
     } catch (const std::invalid_argument&) {
-      // The input does not carry it: nothing has changed.
+      // The input does not carry this signal; nothing has changed.
     }
   }
 
   void passTime() { simulator::advanceTime(std::chrono::milliseconds(below(3000))); }
 
-  // Of a call soon to come: calls are counted from the device's start.
+  // Affects one of the next calls; they are counted from the device's start.
   void misbehave() {
     const std::string operation(oneOf(device::kOperationNames));
     const unsigned call = 1 + below(20);
@@ -373,14 +373,14 @@ class Soak : private WindowFixture {
                                       : files().path(QStringLiteral("saved%1.bin").arg(which)));
   }
 
-  // Sometimes beside others, sometimes alone to its end.
+  // Sometimes runs alongside others, sometimes alone to its end.
   void startWorker(const QString& button) {
     if (workers().size() >= kMostWorkers) {
       settle();
     }
     used_ << button;
     {
-      const DialogAnswers answers;  // of the boxes that say why not
+      const DialogAnswers answers;  // for message boxes that refuse the job
       user.click(button);
     }
     if (chance(50)) {
@@ -392,7 +392,7 @@ class Soak : private WindowFixture {
 
   void burn() {
     if (chance(20)) {
-      simulator::holdBurns(1 + below(5));  // until something settles
+      simulator::holdBurns(1 + below(5));  // until the next settle()
     }
     startWorker(chance(50) ? "BN_Apply_CapMCU" : "BN_Apply_CapMCU_QX");
   }
@@ -440,19 +440,19 @@ void quiet(QtMsgType type, const QMessageLogContext& /*context*/, const QString&
 
 }  // namespace
 
-/// Usage: soak_test COUNT SEED. Does COUNT random operations with one window and
-/// prints what memory, files, threads and objects it had on the way. Exit code
-/// 1 when at the end it has more than 1 MiB of memory more than after the first
-/// 1,000, more of anything else, or does not answer.
+/// Usage: soak_test COUNT SEED. Performs COUNT random operations with one window and
+/// prints the use of memory, files, threads and objects along the way. Exit code 1 if
+/// memory has grown by more than 1 MiB since the first 1,000 operations, if anything
+/// else has grown, or if the window does not answer.
 int main(int argc, char* argv[]) try {
   qInstallMessageHandler(&quiet);
 #if defined(__GLIBC__)
-  // The holes in memory then do not depend on which thread came when.
+  // Makes fragmentation independent of the order of threads.
   mallopt(M_ARENA_MAX, 1);
 #endif
   const QApplication application(argc, argv);
-  // It would grow to 10 MiB, mostly by the icons of file dialogs, and keeps the
-  // names of what it has dropped until a timer of half a minute.
+  // Would grow to 10 MiB, mostly with icons of file dialogs, and keeps the names of
+  // dropped pictures for half a minute.
   QPixmapCache::setCacheLimit(0);
   const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
   const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0;

@@ -34,7 +34,7 @@ Bytes bytesIn(std::string_view arguments) {
   return bytes;
 }
 
-/// A packet on its way.
+/// A packet that was sent.
 struct Packet {
   Bytes sent;
   Bytes arrived;
@@ -49,14 +49,13 @@ struct Packet {
   }
 };
 
-/// Why an accepted packet was not taken by the boot loader as it was sent.
+/// Why the boot loader did not take an accepted packet as it was sent.
 struct Reason {
   std::string text;       // empty = there is none
-  bool isCertain = true;  // else the boot loader may well have taken it
+  bool isCertain = true;  // false = the boot loader may have taken it after all
 };
 
-/// Nothing for a packet that arrived whole and whose checksum read proves that
-/// it was taken.
+/// No reason for a packet that arrived intact and whose checksum was read back.
 std::optional<Reason> reasonOf(const Packet& packet, const Transfer& read, bool readFailed) {
   const bool whole = packet.arrivedWhole();
   if (!whole && packet.arrivedWithGoodSum()) {
@@ -74,7 +73,7 @@ std::optional<Reason> reasonOf(const Packet& packet, const Transfer& read, bool 
   if (whole) {
     return std::nullopt;
   }
-  // What arrives damaged changes the checksum register; what does not arrive leaves it.
+  // A damaged packet changes the checksum register; a lost packet leaves it unchanged.
   return Reason{packet.reachedItsRegister() ? "" : "packet lost, and an earlier one had the same checksum"};
 }
 
@@ -114,14 +113,14 @@ Findings check(const std::vector<JournalEntry>& journal, const std::vector<Trans
     } else if (entry.arguments == kChecksumRead && packet) {
       const std::uint8_t told = failed ? 0xFF : transfer.bytes.front();
       const bool matches = told == packet->checksum();
-      // Whoever accepts a packet asks for the status next.
+      // The program polls the status only after accepting a packet.
       const bool accepted = i + 1 < transfers.size() && journal.at(transfers[i + 1].call).arguments == kStatusRead;
       if (accepted != matches) {
         breach(accepted ? "a packet was accepted whose checksum did not match"
                         : "a packet was not accepted whose checksum matched");
       }
       acceptedCommand = accepted ? packet->sent[2] : 0;
-      // Nine start packets of ten are there for safety.
+      // One of the ten start packets is enough.
       if (accepted && packet->sent[2] != kStart) {
         if (const auto reason = reasonOf(*packet, transfer, failed)) {
           if (reason->text.empty()) {

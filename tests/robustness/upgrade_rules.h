@@ -5,14 +5,15 @@
 #include <string>
 #include <vector>
 
-/// The rules of the external MCU's upgrade, held against what the program was told.
+/// Checks an upgrade of the external MCU against the protocol's rules, given the
+/// answers that the program got.
 namespace upgrade_rules {
 
 struct Findings {
-  /// What the program did though the answers it got forbade it; empty = nothing.
+  /// What the program did although the answers forbade it; empty = nothing.
   std::string breach;
-  /// Why packets counted as taken that the boot loader had not taken, or not as
-  /// they were sent: each reason once, in the order in which they came up.
+  /// Why the program accepted packets that the boot loader did not take as sent. Each
+  /// reason once, in order of appearance.
   std::vector<std::string> reasons;
 };
 

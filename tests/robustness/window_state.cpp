@@ -13,7 +13,7 @@
 
 namespace {
 
-// A widget's state, or a null text for one that has none.
+// A widget's state; null if it has none.
 QString stateOf(const QWidget& widget) {
   if (const auto* const label = qobject_cast<const QLabel*>(&widget)) {
     return label->text();
@@ -49,7 +49,7 @@ WindowState takeState(const QWidget& window) {
   for (const QWidget* const widget : window.findChildren<QWidget*>()) {
     const QString name = widget->objectName();
     if (name.isEmpty() || name.startsWith(QLatin1String("qt_"))) {
-      continue;  // Qt's own part of another widget
+      continue;  // internal part of another widget
     }
     const QString state = stateOf(*widget);
     all[name] = widget->isEnabledTo(&window) ? state : state + QLatin1String(" (disabled)");
@@ -61,7 +61,7 @@ void setState(QWidget& widget, const QString& state) {
   const QSignalBlocker quiet(widget);
   if (auto* const label = qobject_cast<QLabel*>(&widget)) {
     if (label->text() != state) {
-      label->setText(state);  // would take a picture away
+      label->setText(state);  // would remove a picture
     }
   } else if (auto* const field = qobject_cast<QLineEdit*>(&widget)) {
     field->setText(state);
@@ -73,7 +73,7 @@ void setState(QWidget& widget, const QString& state) {
     box->setValue(state.toInt());
   } else if (auto* const button = qobject_cast<QAbstractButton*>(&widget); button && button->isCheckable()) {
     const bool exclusive = button->autoExclusive();
-    button->setAutoExclusive(false);  // so that none of a group may be on
+    button->setAutoExclusive(false);  // so that all buttons of a group can be off
     button->setChecked(state == QLatin1String("on"));
     button->setAutoExclusive(exclusive);
   }

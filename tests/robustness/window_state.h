@@ -5,14 +5,14 @@
 
 class QWidget;
 
-/// How the whole window stands: for each widget's name its text, "on" or "off",
-/// its number, or the chosen row's text ("" when none is chosen).
+/// State of the whole window: by widget name its text, "on" or "off", its number, or
+/// the chosen row's text ("" if none is chosen).
 using WindowState = QMap<QString, QString>;
 
 WindowState takeState(const QWidget& window);
 
-/// Puts a widget into a state without anybody being told.
+/// Puts a widget into a state without emitting signals.
 void setState(QWidget& widget, const QString& state);
 
-/// Where two states differ, as "name is "..." instead of "..."".
+/// Describes where two states differ.
 QString differences(const WindowState& seen, const WindowState& expected);

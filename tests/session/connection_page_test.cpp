@@ -76,7 +76,7 @@ class ConnectionPageTest : public WindowTest {
     QCOMPARE(user.message(), "set Port...[Fail]");
     QCOMPARE(selectedPid, 0x6B02U);
 
-    // The session is gone: nothing to close the next time.
+    // No session is open any more, so there is nothing to close next time.
     user.choose("CB_DeviceType", "KVR-7");
     simulator::clearJournal();
     user.click("BN_Connect");
@@ -108,7 +108,7 @@ class ConnectionPageTest : public WindowTest {
       QCOMPARE(user.message(), message);
       QCOMPARE(user.text("lb_FW_VER_QX"), "N/A");
       QCOMPARE(user.text("lb_Main_VER_QX"), "N/A");
-      // Remembered, but not connected: a read does nothing.
+      // The ids are remembered, but there is no connection: a read does nothing.
       QCOMPARE(selectedPid, 0x6B03U);
       simulator::clearJournal();
       user.click("BN_Info_Read");
@@ -161,7 +161,7 @@ class ConnectionPageTest : public WindowTest {
     QCOMPARE(user.text("label_IManufacturer"), emptied == "label_IManufacturer" ? "" : "Orvenhal");
     QCOMPARE(user.text("label_IProduct"), emptied == "label_IProduct" ? "" : "KVR-7 HDMI");
 
-    // Connected all the same: a read reaches the device.
+    // Connected nevertheless: a read reaches the device.
     simulator::clearJournal();
     user.click("BN_Info_Read");
     QCOMPARE(journalOperations(), QStringList{"AT_HdmiRX_GetRawTimingInfo"});

@@ -7,11 +7,11 @@
 #include <chrono>
 #include <mutex>
 
-/// Calls of the device library and pauses in the order in which they happened,
-/// in virtual time: "operation(arguments)" or "pause(50)". Any thread.
+/// Log of library calls and pauses in order, as "operation(arguments)" or "pause(50)".
+/// For virtual time; thread-safe.
 class BusLog {
  public:
-  /// Notes a pause and moves the device's clock by it.
+  /// Logs a pause and advances the device's clock.
   void pause(std::chrono::milliseconds time) {
     const std::lock_guard lock(mutex_);
     takeCalls();
@@ -19,7 +19,7 @@ class BusLog {
     simulator::advanceTime(time);
   }
 
-  /// All up to now.
+  /// Returns the log so far and clears it.
   QStringList take() {
     const std::lock_guard lock(mutex_);
     takeCalls();

@@ -18,7 +18,7 @@ namespace {
 
 ChosenFile* theOne = nullptr;
 
-/// Qt's own function of that name, which opens a dialog.
+/// Qt's own function with this symbol name, which opens a dialog.
 template <typename Function>
 Function* functionOfQt(const char* name) {
   void* const function = dlsym(RTLD_NEXT, name);

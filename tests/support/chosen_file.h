@@ -6,10 +6,9 @@
 #include "tests/support/dialog_answers.h"
 #endif
 
-/// Gives a file, once, to whoever asks for one while this lives. Dialogs are slow,
-/// so none opens: Qt's functions that open one are replaced, as what the program
-/// defines comes before what Qt's library does. On Windows a dialog opens and is
-/// answered. One at a time; GUI thread only.
+/// Answers the next request for a file with this path, without the cost of a dialog:
+/// the program's definitions of Qt's two functions take precedence over Qt's. On
+/// Windows a dialog opens and is answered. One object at a time; GUI thread only.
 class ChosenFile {
  public:
   explicit ChosenFile(const QString& path);
@@ -18,13 +17,13 @@ class ChosenFile {
 
   /// How often a file was asked for.
   int timesAsked() const;
-  /// How many message boxes this has answered, which it does on Windows only.
+  /// How many message boxes this object answered; always 0 except on Windows.
   int messageBoxes() const;
 
 #if !defined(Q_OS_WIN)
-  /// The one that lives, if any.
+  /// The current object, if any.
   static ChosenFile* current();
-  /// Hands the file out.
+  /// Returns the path the first time, then an empty one.
   QString take();
 #endif
 

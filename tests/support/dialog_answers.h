@@ -10,10 +10,10 @@
 
 #include <utility>
 
-/// Answers the modal dialogs that open while it lives, as a user would, and
-/// keeps what they showed: in a message box it presses OK (or Yes where there
-/// is no OK), in a file dialog it types the next name it was given and accepts,
-/// or cancels when there is none left. Of several, the one made last answers.
+/// Answers modal dialogs that open during its lifetime, as a user would, and records
+/// what they showed. Presses OK in a message box (or Yes if there is no OK). Types the
+/// next given name into a file dialog and accepts, or cancels if no name is left. If
+/// there are several objects, the newest answers.
 ///
 ///     DialogAnswers answers;
 ///     answers.chooseFile(path);
@@ -40,12 +40,12 @@ class DialogAnswers {
   ~DialogAnswers() { last() = previous_; }
   Q_DISABLE_COPY_MOVE(DialogAnswers)
 
-  /// Names the file for the next file dialog that has none yet.
+  /// Adds a file for the next file dialog that has none yet.
   void chooseFile(const QString& path) { files_ << path; }
 
-  /// The message boxes since the start, in order.
+  /// The message boxes so far, in order.
   const QVector<ShownMessage>& messages() const { return messages_; }
-  /// The file dialogs since the start, in order; one that asked again counts again.
+  /// The file dialogs so far, in order. A dialog that asks again counts again.
   const QVector<ShownFileDialog>& fileDialogs() const { return fileDialogs_; }
 
  private:
@@ -54,8 +54,8 @@ class DialogAnswers {
     return theLast;
   }
 
-  // Armed anew before each answer: an answer may open the next dialog, whose
-  // event loop then runs inside it.
+  // Restarts the timer before each answer, because an answer may open the next dialog,
+  // whose event loop then runs inside it.
   void watch() {
     QTimer::singleShot(1, &context_, [this] {
       watch();
@@ -103,7 +103,7 @@ class DialogAnswers {
   }
 
   DialogAnswers* previous_;
-  QObject context_;  // ends the watching
+  QObject context_;  // stops the timer when destroyed
   QStringList files_;
   QVector<ShownMessage> messages_;
   QVector<ShownFileDialog> fileDialogs_;

@@ -4,8 +4,7 @@
 
 #include <optional>
 
-/// The largest amount of physical memory that the process has had at once, in
-/// KiB, where the system tells.
+/// Peak physical memory of the process in KiB, if the system reports it.
 inline std::optional<long> peakMemoryKiB() {
   QFile status(QStringLiteral("/proc/self/status"));
   if (status.open(QIODevice::ReadOnly)) {

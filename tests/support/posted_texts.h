@@ -5,8 +5,8 @@
 #include <QObject>
 #include <QStringList>
 
-/// Keeps every text that a worker has shown in a label, in order, also those
-/// that were never painted.
+/// Records every text that a worker shows in a label, in order, including texts that
+/// are never painted.
 class PostedTexts : public QObject {
  public:
   /// @param label must outlive this
@@ -20,7 +20,7 @@ class PostedTexts : public QObject {
     if (event->type() != QEvent::MetaCall) {
       return false;
     }
-    // Delivered here, so that the text can be read before the next one comes.
+    // Deliver the event now, to read the text before the next one arrives.
     watched->event(event);
     texts_ << label_.text();
     return true;

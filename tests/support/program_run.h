@@ -11,8 +11,7 @@ struct ProgramRun {
   QByteArray output;
   QByteArray errors;
 
-  /// Whether nothing on standard error tells of a fault: sanitizers, Qt and the
-  /// C++ runtime speak up there.
+  /// Whether standard error has no report of a sanitizer, Qt or the C++ runtime.
   bool isQuiet() const {
     for (const char* sign : {"Sanitizer", "runtime error", "QThread", "QMutex", "terminate"}) {
       if (errors.contains(sign)) {
@@ -23,8 +22,8 @@ struct ProgramRun {
   }
 };
 
-/// Environment that has the program, as it is shipped, worked by a script; see
-/// tests/probe/probe.cpp for the steps.
+/// Environment in which a script operates the shipped program; tests/probe/probe.cpp
+/// describes the steps.
 inline QProcessEnvironment scriptEnvironment(
     const QString& plugins, const QString& script,
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment()) {
@@ -34,7 +33,7 @@ inline QProcessEnvironment scriptEnvironment(
   return environment;
 }
 
-/// Runs the program, its window worked by a script.
+/// Runs the program and operates its window with a script.
 inline ProgramRun runScript(const QString& program, const QString& plugins, const QString& script,
                             const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) {
   QProcess process;

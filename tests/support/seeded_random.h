@@ -5,8 +5,8 @@
 #include <initializer_list>
 #include <random>
 
-/// Random numbers that a few numbers decide alone, the same wherever a test is
-/// built: not so the distributions of the standard library.
+/// Reproducible random numbers, identical on all platforms, unlike the distributions of
+/// the standard library.
 class SeededRandom {
  public:
   SeededRandom(std::initializer_list<std::uint32_t> seeds) : sequence_(seeds), random_(sequence_) {}

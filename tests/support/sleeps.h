@@ -9,16 +9,15 @@
 #include <thread>
 #include <utility>
 
-/// Lets a test decide what a worker's QThread::msleep does. The test program
-/// that includes this (in one source) has the only msleep that its worker
-/// threads reach: what the program defines comes before what Qt's library does.
+/// Lets a test decide what QThread::msleep does in worker threads. Include this in one
+/// source of a test program: its definition of msleep takes precedence over Qt's.
 namespace sleeps {
 
 using Instead = std::function<void(std::chrono::milliseconds)>;
 
 struct Replacement {
   std::mutex mutex;
-  Instead instead;  // empty = really sleep
+  Instead instead;  // empty = sleep for real
 };
 
 inline Replacement& replacement() {
@@ -26,8 +25,8 @@ inline Replacement& replacement() {
   return theOne;
 }
 
-/// From here on, `instead` runs on the thread that wants to sleep; an empty one
-/// makes threads really sleep again.
+/// From now on, runs `instead` on the thread that wants to sleep. An empty function
+/// restores real sleeping.
 inline void replaceBy(Instead instead) {
   const std::lock_guard lock(replacement().mutex);
   replacement().instead = std::move(instead);
@@ -36,7 +35,7 @@ inline void replaceBy(Instead instead) {
 inline void sleep(unsigned long milliseconds) {
   const std::chrono::milliseconds time(milliseconds);
   sleeps::Instead instead;
-  // The test's own waits go on.
+  // The GUI thread's own waits remain real.
   if (QCoreApplication::instance() == nullptr || QThread::currentThread() != QCoreApplication::instance()->thread()) {
     const std::lock_guard lock(sleeps::replacement().mutex);
     instead = sleeps::replacement().instead;
@@ -51,8 +50,8 @@ inline void sleep(unsigned long milliseconds) {
 }  // namespace sleeps
 
 #if defined(Q_OS_WIN)
-// There, a call into a DLL goes through a pointer of this name. The linker makes
-// one for Qt's function only when the program has none.
+// On Windows, calls into a DLL go through a pointer of this name. The linker makes one
+// for Qt's function only if the program does not define it.
 extern "C" {
 extern void (*__imp__ZN7QThread6msleepEm)(unsigned long);
 void (*__imp__ZN7QThread6msleepEm)(unsigned long) = &sleeps::sleep;

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// Writes a whole file. One that cannot be written ends the test program.
+/// Writes a whole file. A failure ends the test program.
 inline void writeFile(const QString& path, const QByteArray& content) {
   QFile file(path);
   if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.flush()) {
@@ -13,13 +13,13 @@ inline void writeFile(const QString& path, const QByteArray& content) {
   }
 }
 
-/// The content of a file; "cannot be opened" for one that cannot.
+/// The content of a file, or "cannot be opened".
 inline QByteArray contentOf(const QString& path) {
   QFile file(path);
   return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be opened");
 }
 
-/// Files of a test, in a folder that goes with this object.
+/// Files of a test, in a temporary folder that is removed with this object.
 class TestFiles {
  public:
   TestFiles() {
@@ -30,10 +30,10 @@ class TestFiles {
 
   QString folder() const { return directory_.path(); }
 
-  /// The path of a file in the folder, which need not exist.
+  /// The path of a file in the folder; the file need not exist.
   QString path(const QString& name) const { return directory_.filePath(name); }
 
-  /// Writes a file of the folder.
+  /// Writes a file in the folder.
   /// @return its path
   QString write(const QString& name, const QByteArray& content) const {
     QString path = directory_.filePath(name);

@@ -1,6 +1,6 @@
 /// @file
-/// Images for upgrades of a faulty external MCU, among them those that hide a
-/// fault from the protocol.
+/// Images for upgrades of a faulty external MCU, including images that hide a fault
+/// from the protocol.
 #pragma once
 
 #include "tests/support/seeded_random.h"
@@ -12,7 +12,7 @@
 
 namespace upgrade_images {
 
-/// Makes the checksum of all data packets but the last, padded one `checksum`.
+/// Gives all data packets this checksum, except a padded last one.
 inline void setChecksums(std::vector<std::uint8_t>& image, std::uint8_t checksum, SeededRandom& random) {
   for (std::size_t piece = 0; piece < image.size(); piece += 64) {
     const std::size_t end = std::min(piece + 64, image.size());
@@ -40,7 +40,7 @@ inline std::vector<std::uint8_t> randomImage(std::size_t size, SeededRandom& ran
   return image;
 }
 
-/// The flash's beginning after an upgrade: whole blocks, zeros behind the image.
+/// Beginning of the flash after an upgrade: the image, padded with zeros to whole blocks.
 inline std::vector<std::uint8_t> padded(std::vector<std::uint8_t> image, std::size_t blockSize) {
   image.resize((image.size() + blockSize - 1) / blockSize * blockSize);
   return image;

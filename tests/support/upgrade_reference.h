@@ -6,9 +6,8 @@
 
 #include <algorithm>
 
-/// What an upgrade of the external MCU must do on the bus, written down
-/// independently of the program's code, and how the simulated MCU takes it at
-/// its plain speed.
+/// What an upgrade of the external MCU must do on the bus, written independently of the
+/// program's code, with the busy times of the simulated MCU at normal speed.
 namespace upgrade_reference {
 
 struct Family {
@@ -92,7 +91,7 @@ inline QStringList busLog(const Family& family, const QByteArray& image, bool in
     }
   }
   control(packet(0xA4));
-  // Verifying what was written is over before the first poll.
+  // The MCU has verified its flash before the first poll.
   return log;
 }
 

@@ -5,16 +5,16 @@
 #include <QLabel>
 #include <QLineEdit>
 
-/// What a test does to the window as a user would, by object name. A name that
-/// the window does not have ends the test program.
+/// Drives the window as a user would, by object name. An unknown name ends the test
+/// program.
 class WindowDriver {
  public:
   /// @param window the window to drive; must outlive the driver
   explicit WindowDriver(const QWidget& window) : window_(&window) {}
-  /// A driver of no window; using it ends the test program.
+  /// A driver without a window; using it ends the test program.
   WindowDriver() = default;
 
-  /// Presses a button, also one on a page without a tab.
+  /// Presses a button; works for buttons on hidden pages, too.
   void click(const QString& button) const { widget<QAbstractButton>(button).click(); }
 
   /// Text of a label.
@@ -23,7 +23,7 @@ class WindowDriver {
   /// Text of the message line.
   QString message() const { return text("LB_Message"); }
 
-  /// Chooses a row of a combo box by its text.
+  /// Chooses the row of a combo box with this text.
   void choose(const QString& comboBox, const QString& row) const { widget<QComboBox>(comboBox).setCurrentText(row); }
 
   /// The widget of that name and class.

@@ -72,9 +72,9 @@ QPointer<QThread> WindowFixture::startWorker(const QString& button) const {
 
 bool WindowFixture::waitForWorker(const QPointer<QThread>& worker) {
   const QDeadlineTimer deadline(kPatienceMs);
-  QTimer wakeUp;  // to look at the deadline
+  QTimer wakeUp;  // so that the deadline is checked
   wakeUp.start(100);
-  // An event loop of its own would not delete what was to be deleted before.
+  // A nested event loop would not delete objects whose deletion was requested outside it.
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   while (!worker.isNull() && !deadline.hasExpired()) {
     QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
@@ -96,7 +96,7 @@ void WindowFixture::closeWindow() {
   if (!window_) {
     return;
   }
-  // The window leaves its timer to the process.
+  // The window does not delete its timer.
   const std::unique_ptr<QTimer> timer(MainWindowTestAccess::progressTimer(*window_));
   user = WindowDriver();
   window_.reset();

@@ -17,7 +17,7 @@
 /// which all its fixtures share. GUI thread only.
 class WindowFixture {
  public:
-  /// How long a wait may take, in milliseconds, before it counts as failed.
+  /// Timeout of waits in milliseconds.
   static constexpr int kPatienceMs = 60'000;
 
   /// As `start`.
@@ -25,23 +25,22 @@ class WindowFixture {
   ~WindowFixture();
   Q_DISABLE_COPY_MOVE(WindowFixture)
 
-  /// Starts over as in a new process: a device that has seen no call, in virtual
-  /// time, the program's global values at their start, a new window that is not
-  /// connected, and an empty folder for files. A scenario with an error ends the
-  /// test program.
+  /// Starts over as in a new process: a new device in virtual time, global values reset,
+  /// a new window without a connection, and an empty folder for files. An invalid
+  /// scenario ends the test program.
   void start(const QByteArray& scenario = "{}");
 
-  /// Replaces the device alone; the window keeps the session that it knows of.
+  /// Replaces only the device; the window still believes in its session.
   static void loadDevice(const QByteArray& scenario = "{}");
 
-  /// Presses Connect, which must succeed, and clears the journal.
+  /// Connects, which must succeed, and clears the journal.
   void connectDevice() const;
 
-  /// The test's files, in a folder that goes at the next `start`.
+  /// The test's files, which the next `start` removes.
   const TestFiles& files() const;
 
   /// Presses a button that asks for a file and chooses this one.
-  /// @return how often it asked
+  /// @return how often the program asked for a file
   int chooseFile(const QString& button, const QString& path) const;
 
   /// Workers that have not deleted themselves yet.
@@ -51,10 +50,10 @@ class WindowFixture {
   QPointer<QThread> startWorker(const QString& button) const;
   /// Lets the event loop run until the worker has deleted itself.
   static bool waitForWorker(const QPointer<QThread>& worker);
-  /// The same for all workers of the window.
+  /// Does so for all workers of the window.
   bool waitForWorkers() const;
 
-  /// Destroys the window; nothing may be driven until the next `start`.
+  /// Destroys the window; do not use `user` until the next `start`.
   void closeWindow();
 
   MainWindow& window() const { return *window_; }
@@ -63,7 +62,7 @@ class WindowFixture {
   WindowDriver user;
 
  private:
-  mutable std::optional<TestFiles> files_;  // made when first asked for
+  mutable std::optional<TestFiles> files_;  // made on first use
   std::unique_ptr<MainWindow> window_;
 };
 

@@ -12,7 +12,7 @@ struct WidgetRow {
   const char* parent;
   const char* text;  // nullptr: a widget without a caption or an initial text
 };
-/// All widgets of the form, in the order they are created.
+/// All widgets of the form, in order of creation.
 extern const std::span<const WidgetRow> kWidgets;
 
 struct PageRow {
@@ -21,7 +21,7 @@ struct PageRow {
 };
 extern const std::span<const PageRow> kPages;
 
-/// A place that is fixed; the size is given where it is fixed, too.
+/// A fixed place; 0 where the size is free.
 struct PlaceRow {
   const char* name = nullptr;
   int x = 0;
@@ -44,5 +44,5 @@ struct LongestText {
 /// The widest text that each widget ever has to show.
 extern const std::span<const LongestText> kLongestTexts;
 
-/// These stand outside their page, or run past its edge, on purpose.
+/// Widgets that lie outside their page, or extend past its edge, on purpose.
 extern const QStringList kOutsideTheirPage;

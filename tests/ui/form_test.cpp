@@ -14,14 +14,14 @@
 
 namespace {
 
-// What the given places leave too little room for, and from which font on.
+// Texts that do not fit their given places, and the font size from which they are cut off.
 struct CutOff {
   const char* name;
   int fromPixelSize;
 };
 
 constexpr CutOff kUnavoidablyCutOff[] = {
-    {"label_15", 12},        // 51 pixels for "Message:"; enough in narrower fonts, as those of Windows
+    {"label_15", 12},        // 51 pixels for "Message:"; enough for narrower fonts such as those of Windows
     {"SB_HDMIRX_GAIN", 14},  // 42 pixels, of which the arrows take half
     {"SB_HPOUT_GAIN", 14},   // likewise
 };
@@ -34,15 +34,14 @@ bool mayBeCutOff(const char* name, int pixelSize) {
 
 QString latin1(const char* text) { return QString::fromLatin1(text); }
 
-// A property "text" or "title" as it is written in the form; null if there is
-// none.
+// The "text" or "title" property as the form has it; null if there is none.
 QString captionOf(const QWidget& widget) {
   const QVariant title = widget.property("title");
   return title.isValid() ? title.toString() : widget.property("text").toString();
 }
 
-// The form's own widgets below this one, depth first, each parent's in their
-// order of creation; what Qt's own widgets are made of is left out.
+// The form's widgets below this one, depth first and in order of creation. Leaves
+// out the internal parts of Qt's widgets.
 QStringList namesBelow(const QObject& parent) {
   QStringList names;
   // The current page was raised, which puts it last among its siblings.
@@ -65,14 +64,14 @@ QStringList namesBelow(const QObject& parent) {
   return names;
 }
 
-// Where a widget shows something. A label's indent stays blank: captions that
-// are wider than their column reach into it.
+// The area in which a widget shows something. A label's indent stays blank, and
+// captions that are wider than their column reach into it.
 QRect shownArea(const QWidget& widget) {
   const auto* label = qobject_cast<const QLabel*>(&widget);
   return label ? widget.geometry().adjusted(qMax(0, label->indent()), 0, 0, 0) : widget.geometry();
 }
 
-// What a line edit keeps free in front of its text.
+// Space that a line edit leaves in front of its text.
 constexpr int kLineEditMargin = 2;
 
 // The room that a widget's style leaves for its text.
@@ -115,14 +114,14 @@ QSize roomForText(const QWidget& widget) {
 bool holds(const QWidget& widget, const QString& text) {
   const QFontMetrics metrics(widget.font());
   const QSize room = roomForText(widget);
-  // The ink counts: neither the blank at a caption's end nor the air above its
-  // letters needs room. Every style centres the line's box vertically.
+  // Only the ink counts, not a trailing blank or the space above the letters. Every
+  // style centres the line vertically.
   const int baseline = (room.height() - metrics.height()) / 2 + metrics.ascent();
   const QRect ink = metrics.tightBoundingRect(text).translated(0, baseline);
   return ink.right() < room.width() && ink.top() >= 0 && ink.bottom() < room.height();
 }
 
-// A window with a slot that is connected by its name alone.
+// A window with a slot that is connected by name.
 class NamedSlotWindow : public QMainWindow {
   Q_OBJECT
 
@@ -133,7 +132,7 @@ class NamedSlotWindow : public QMainWindow {
   void on_BN_Info_Read_clicked() { ++infoReads; }
 };
 
-// Answers each text with its context in front.
+// Translates each text to itself, with its context in front.
 class ContextTranslator : public QTranslator {
  public:
   QString translate(const char* context, const char* sourceText, const char*, int) const override {
@@ -399,7 +398,7 @@ void FormTest::noSiblingsOverlap() {
     for (std::size_t second = first + 1; second < std::size(kWidgets); ++second) {
       const WidgetRow& one = kWidgets[first];
       const WidgetRow& other = kWidgets[second];
-      // Pages cover each other by nature; the window places its own parts.
+      // Pages are meant to cover each other, and the window places its own parts.
       if (qstrcmp(one.parent, other.parent) != 0 || qstrcmp(one.parent, "tabWidget") == 0 ||
           qstrcmp(one.parent, "MainWindow") == 0) {
         continue;
@@ -431,7 +430,7 @@ void FormTest::widgetLiesWithinItsParent() {
     if (kOutsideTheirPage.contains(child.objectName()) || &parent == &*window) {
       continue;
     }
-    // A page has its size once it has been shown.
+    // A page gets its size when it is first shown.
     for (int page = 0; page < form.tabWidget->count(); ++page) {
       if (form.tabWidget->widget(page)->isAncestorOf(&child)) {
         form.tabWidget->setCurrentIndex(page);

@@ -1,5 +1,5 @@
 /// @file
-/// What holds of every decoder, whatever bytes the device returns.
+/// Properties of every decoder, whatever bytes the device returns.
 /// Usage: decoder_property_test [COUNT [SEED]]. Exit code 0 when it held COUNT
 /// times, 1 when it did not.
 #include "audio/audio_codes.h"
@@ -25,7 +25,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// A byte code's decoder, its texts and how often each kind came up.
+/// The decoder of a byte code, its texts, and how often each kind occurred.
 struct CodeDecoder {
   const char* name;
   QString (*decode)(std::uint8_t);
@@ -81,7 +81,7 @@ bool countText(CodeDecoder& decoder, std::uint8_t code) {
   return text == QLatin1String(decoder.anythingElse) && decoder.anythingElse[0] != '\0';
 }
 
-// The number as it is written down, not as the decoders read it.
+// Reads the number independently of the decoders' code.
 std::uint64_t number(Bytes bytes, std::size_t offset, std::size_t width) {
   std::uint64_t value = 0;
   for (std::size_t i = width; i > 0; --i) {
@@ -127,13 +127,13 @@ bool textsHold(Bytes bytes, std::int32_t length) {
   };
   const Bytes claimed =
       length <= 0 ? bytes.first(0) : bytes.first(std::min(bytes.size(), static_cast<std::size_t>(length)));
-  // UTF-8 takes one byte or more for each unit of the text, and a byte that is
-  // none becomes one replacement.
+  // UTF-8 takes at least one byte per unit of the text, and each invalid byte becomes
+  // one replacement character.
   return device::latin1Text(bytes).size() == until(bytes) && device::utf8Text(bytes).size() <= until(bytes) &&
          session::usbStringText(bytes, length).size() == until(claimed);
 }
 
-/// A count from the command line; 0 when it is none.
+/// A count from the command line; 0 if it is not a number.
 std::uint64_t countFrom(const char* text) {
   std::uint64_t value = 0;
   const char* const end = text + std::strlen(text);
@@ -155,8 +155,8 @@ int main(int argc, char* argv[]) {
   std::vector<CodeDecoder> decoders = codeDecoders();
   std::uint64_t wholeRecords = 0;
   for (std::uint64_t i = 0; i < count; ++i) {
-    // Exactly as long as it claims to be, so that a step beyond is noticed; most
-    // are as long as the program's own buffers or longer.
+    // Allocated to the exact length, so that any access beyond it is noticed. Most are at
+    // least as long as the program's own buffers.
     const std::size_t size = random() % 4 == 0 ? random() % 48 : 48 + random() % 81;
     const std::unique_ptr<std::uint8_t[]> buffer(new std::uint8_t[size]);
     for (std::size_t k = 0; k < size; k += sizeof(std::uint64_t)) {

@@ -17,8 +17,8 @@ struct Answer {
   const char* failure;
 };
 
-// What a read asks for, in its order, answered by a device with everything on
-// and by one with everything else.
+// The reads in their order, answered by a device with everything on and by one with
+// everything else.
 const std::vector<Answer> kFirstDevice{
     {"AT_Get_Current_Input_Source", {1}, "Read Input Source...[fail]"},
     {"AT_HdmiTX_Get_HPD_Status", {1, 0, 0, 0}, "Read HPD Status...[fail]"},
@@ -28,7 +28,7 @@ const std::vector<Answer> kFirstDevice{
 };
 const std::vector<Bytes> kSecondDevice{{0}, {0, 0, 0, 0}, {0, 5, 0, 0, 0xD0, 2, 0, 0, 0x70, 0x17, 0, 0}, {4}, {0, 3}};
 
-// What the page shows; the first device's, then the second's, step by step.
+// What the page shows for the first and the second device, step by step.
 const QStringList kFirstShown{"DP", "Active", "MJPEG 1920x1080@59", "HDCP1.3/1.4 HDCP2.2/2.3 on"};
 const QStringList kSecondShown{"HDMI", "None", "YUYV 1280x720@60", "No HDCP HDCP OFF off"};
 
@@ -121,7 +121,7 @@ class VideoPageTest : public WindowTest {
   void aFailureEndsTheRead_data() {
     QTest::addColumn<int>("step");
     QTest::addColumn<int>("updated");
-    // The timing read shows nothing of its own: its label waits for the format.
+    // The timing is shown only after the format has been read.
     const std::vector<int> updated{0, 1, 2, 2, 3};
     for (int step = 0; step < 5; ++step) {
       QTest::newRow(kFirstDevice[static_cast<std::size_t>(step)].operation)
@@ -161,7 +161,7 @@ class VideoPageTest : public WindowTest {
 
   void everySourceButZeroIsDpAndNoSwitchIsSentBack() {
     connectDevice();
-    // Zero comes in between, so that the buttons move at every read.
+    // Zero in between makes the buttons change at every read.
     unsigned call = 0;
     for (int source = 1; source < 256; ++source) {
       simulator::answerCall("AT_Get_Current_Input_Source", ++call, 0, {static_cast<std::uint8_t>(source)});
@@ -211,7 +211,7 @@ class VideoPageTest : public WindowTest {
     connectDevice();
     const QStringList texts{"No HDCP", "HDCP1.3/1.4", "HDCP2.2/2.3"};
     for (int code = 0; code < 256; ++code) {
-      // The receiver's code runs the other way: no byte may stand for the other.
+      // The receiver's code runs backwards, so that swapped bytes are noticed.
       const int receiver = 255 - code;
       simulator::answerCall("AT_Get_RX_TX_HDCP_Version", static_cast<unsigned>(code) + 1, 0,
                             {static_cast<std::uint8_t>(receiver), static_cast<std::uint8_t>(code)});

@@ -114,11 +114,11 @@ void ControlRuns::requireNothingSwallowed() const {
 
 void ControlRuns::reconnect() const {
   if (!control_.connected) {
-    // The session would be kept; the other model ends it.
+    // Choosing the other model ends the session, which would otherwise be kept.
     fixture_->user.choose("CB_DeviceType", "KVR-5B");
     fixture_->user.click("BN_Connect");
   } else if (isSession()) {
-    closePort();  // one that did not close at first: the program tries it once only
+    closePort();  // the program tries to close a port only once
     fixture_->user.choose("CB_DeviceType", "KVR-7");
     fixture_->user.click("BN_Connect");
   }

@@ -12,32 +12,32 @@ using control_table::Control;
 using control_table::ControlFixture;
 using control_table::Outcome;
 
-/// A control's runs, which share a window as long as all goes well.
+/// Runs of one control, which share a window until one fails.
 class ControlRuns {
  public:
   explicit ControlRuns(Control control);
 
   const Control& control() const { return control_; }
-  /// The calls of a run without a fault: the places of faults.
+  /// Calls of a run without a fault; faults are injected at these places.
   const QStringList& operations() const { return healthy_.operations; }
 
-  /// The table's row for a place; null for a call that cleans up after another.
+  /// The table's call at a place; null for a clean-up call.
   const Call* callAt(int place) const;
 
-  /// Throws when the table says otherwise of a run without a fault.
+  /// Throws unless a run without a fault matches the table.
   void checkHealthy() const;
 
-  /// Runs with a fault at a place, then without, and throws at a breach.
+  /// Runs with a fault at a place, then without. Throws unless both match the table.
   void run(int place, const Fault& fault);
 
  private:
   bool isSession() const;
   void makeFixture();
   void renew() const;
-  /// What each run starts from, beside the session.
+  /// Sets up what each run starts from, apart from the session.
   void arrange() const;
-  /// The window does not send what it sets itself on a read; a fault there must
-  /// not make it keep what the operator sets next. Leaves the device as it was.
+  /// After a read, the window does not send back the values it has just set. A fault
+  /// must not make it hold back the operator's next change. Leaves the device as it was.
   void requireNothingSwallowed() const;
   /// Brings the window back to the session that the control starts from.
   void reconnect() const;

@@ -10,18 +10,18 @@
 namespace fault_matrix {
 namespace {
 
-// More than any operation takes, a restart included.
+// Longer than any operation or restart takes.
 constexpr std::chrono::seconds kUntilTheDeviceIsBack{5};
-// Cut by the simulated device to whatever buffer a call brings.
+// The simulated device cuts answers to the size of the caller's buffer.
 constexpr std::size_t kLargestBuffer = 600;
 
-/// Whether an operation writes to a buffer of the caller.
+/// Whether an operation writes to a caller's buffer.
 bool reads(const QString& operation) { return operation.contains(QLatin1String("Get")); }
 
 QVector<Fault> statuses(const Call* call) {
   QVector<Fault> faults;
   for (const std::int32_t status : {1, -1, INT_MIN, INT_MAX}) {
-    // What a failing call leaves in the buffer must not be taken for an answer.
+    // The program must ignore what a failing call leaves in the buffer.
     Fault fault{Kind::kAnswer, Effect::kFails, QStringLiteral("status %1").arg(status), status,
                 Bytes(kLargestBuffer, 0xFF)};
     if (call != nullptr && call->returnsLength && status > 0) {
@@ -56,7 +56,7 @@ QVector<Fault> garbage(const Call& call) {
          << Fault{Kind::kAnswer, Effect::kUntouched, "nothing written"};
   if (call.textWidget != nullptr) {
     faults << Fault{Kind::kAnswer, Effect::kText, "text without end", 0, endless, {}, letters(call.longestText)};
-    // The length that comes with a text is not used.
+    // The program ignores the length that comes with a text.
     for (const std::uint32_t length : {0U, 4U, 100U, 101U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
       faults << Fault{Kind::kAnswer,
                       Effect::kText,

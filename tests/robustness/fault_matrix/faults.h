@@ -18,10 +18,10 @@ inline constexpr std::chrono::seconds kDelay{2};
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// What is done to one call.
+/// A fault injected at one call.
 struct Fault {
   enum class Kind { kNone, kAnswer, kLate, kGone, kProgress } kind = Kind::kNone;
-  /// How the call then counts.
+  /// How the call turns out.
   enum class Effect { kDevice, kFails, kOnes, kUntouched, kText } effect = Effect::kDevice;
   QString name = "healthy";
   std::int32_t status = 0;
@@ -35,17 +35,17 @@ using Effect = Fault::Effect;
 /// Whether an operation fails without a device.
 bool needsDevice(const QString& operation);
 
-/// All that is done to one call of an operation.
-/// @param call null for one of which nothing is expected
+/// All faults to inject at a call of an operation.
+/// @param call the table's call; null if it has none
 QVector<Fault> faultsOf(const QString& operation, const Call* call);
 
 /// How many calls of an operation the device has seen since it was made.
 unsigned callsSoFar(const QString& operation);
 
-/// Does it to the n-th call from now, counted from 1.
+/// Injects the fault at the n-th call from now, counted from 1.
 void inject(const Fault& fault, const QString& operation, unsigned nth);
 
-/// Takes away what a fault leaves behind.
+/// Removes the after-effects of a fault.
 void repair();
 
 }  // namespace fault_matrix

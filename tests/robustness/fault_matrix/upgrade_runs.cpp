@@ -21,8 +21,7 @@ constexpr char kGet[] = "AT_System_Get_ExternalMCU_cmd";
 constexpr int kAttempts = 10;  // of a packet
 constexpr int kPolls = 100;    // of a packet
 
-/// One block: a packet with another checksum than any other packet's, and one
-/// with checksum 0xFF.
+/// One block: a packet whose checksum no other packet has, and one with checksum 0xFF.
 QByteArray upgradeImage() {
   QByteArray image(100, 'a');
   int sum = 0x5A + 0xA3;
@@ -39,7 +38,7 @@ QStringList busCalls(bool inApplication) {
 
 QString poll() { return upgrade_reference::get("0x43", "01"); }
 
-/// The calls without all polls of a row but one.
+/// The calls with each run of polls reduced to one.
 QStringList withSinglePolls(QStringList calls) {
   for (int i = calls.size() - 1; i > 0; --i) {
     if (calls[i] == poll() && calls[i] == calls[i - 1]) {
@@ -155,7 +154,7 @@ Reaction UpgradeRuns::reactionAt(int place, const Fault& fault) const {
                       : fault.effect == Effect::kOnes      ? row.ones
                       : fault.effect == Effect::kUntouched ? row.untouched
                                                            : row.fails;
-  // The boot loader is asked anyway.
+  // In the boot loader, the second question succeeds.
   if (!inApplication_ && place == 0 && fault.kind != Kind::kGone) {
     reaction.course = Course::kGoesOn;
   }
@@ -167,7 +166,7 @@ UpgradeRuns::Expectation UpgradeRuns::expect(int place, const Fault& fault) cons
   // "Start...", two more in the boot loader, one more after the block.
   const int shown = 1 + (inApplication_ && place >= steps_.indexOf(Step::kFirstStart) ? 2 : 0) +
                     (place >= steps_.indexOf(Step::kFinish) ? 1 : 0);
-  const int checksum = isPacket(place) ? place + 1 : place;  // the call that tells of a packet
+  const int checksum = isPacket(place) ? place + 1 : place;  // the call that verifies a packet
   Expectation expected{calls_.mid(0, checksum + 1), allTexts.mid(0, shown)};
   appendCourse(reactionAt(place, fault), place, expected);
   return expected;

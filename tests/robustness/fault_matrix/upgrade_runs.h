@@ -20,7 +20,7 @@ class UpgradeRuns {
 
   static QVector<Fault> faultsOf(const QString& operation);
 
-  /// Runs with a fault at a place, then without, and throws at a breach.
+  /// Runs with a fault at a place, then without. Throws unless both match the table.
   void run(int place, const Fault& fault);
 
  private:
@@ -34,14 +34,14 @@ class UpgradeRuns {
   bool isPacket(int place) const;
   Step stepOf(int place) const;
   Step checksumStepAt(int place) const;
-  /// Which of the start packets a place belongs to.
+  /// Number of the start packet that a place belongs to.
   int attemptAt(int place) const;
   Reaction reactionAt(int place, const Fault& fault) const;
   Expectation expect(int place, const Fault& fault) const;
   void appendCourse(const Reaction& reaction, int place, Expectation& expected) const;
 
-  /// Upgrades and compares what is seen.
-  /// @param anyPolls busy polls depend on the time that passes
+  /// Runs an upgrade and compares it with the expectation.
+  /// @param anyPolls ignore the number of busy polls, which depends on the time that passes
   void compare(const Expectation& expected, bool anyPolls, const QString& prefix);
 
   const char* button_;

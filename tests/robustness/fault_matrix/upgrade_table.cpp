@@ -12,7 +12,7 @@ constexpr char kAddressText[] = "%1Error MCU Addr checksum...[2] 252";
 constexpr char kDataText[] = "Error MCU data checksum...[fail]";
 constexpr char kFinishText[] = "Error MCU Addr checksum...[3]";
 
-// Writes read nothing: their columns of answers do not count.
+// Writes read nothing, so their columns for answers are unused.
 constexpr StepRow kSteps[] = {
     {Step::kFamily, {Course::kOtherPlace}, {Course::kOtherPlace}, {Course::kOtherPlace}, {Course::kOtherPlace}, {}},
     {Step::kReset, {Course::kStops, kResetText}, {}, {}, {Course::kStops, kResetText}, {}},

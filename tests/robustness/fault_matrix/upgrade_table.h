@@ -1,11 +1,11 @@
 #pragma once
 
-/// How an upgrade of the external MCU goes on when one of its calls goes wrong.
-/// Only data; upgrade_runs.cpp makes runs of it.
+/// How an upgrade of the external MCU continues when one of its calls goes wrong.
+/// Only data; upgrade_runs.cpp turns it into runs.
 namespace fault_matrix {
 
-/// What a call of the upgrade is for. Its calls, pauses and texts without a
-/// fault are those of tests/support/upgrade_reference.h.
+/// Purpose of a call during the upgrade. tests/support/upgrade_reference.h has the
+/// calls, pauses and texts without a fault.
 enum class Step {
   kFamily,
   kReset,
@@ -18,25 +18,25 @@ enum class Step {
   kAddressChecksum,
   kData,
   kDataChecksum,
-  kDataFF,  ///< a packet with checksum 0xFF, which is what a failed read counts as
+  kDataFF,  ///< a packet with checksum 0xFF, the value that stands for a failed read
   kDataFFChecksum,
   kFinish,
   kFinishChecksum,
 };
 
-/// How the upgrade goes on.
+/// How the upgrade continues.
 enum class Course {
-  kGoesOn,      ///< as if nothing had been
-  kStops,       ///< at once, or after the packet's checksum was read
-  kOtherPlace,  ///< the boot loader's address is asked, where nobody is; then it stops
+  kGoesOn,      ///< as if nothing had happened
+  kStops,       ///< at once, or after reading the packet's checksum
+  kOtherPlace,  ///< asks at the boot loader's address, gets no answer, and stops
   kPollsAgain,
   kNextAttempt,  ///< of the ten start packets, without a poll
   kSentAgain,    ///< the packet and its checksum
-  kAllAttempts,  ///< in vain; then it stops
-  kAllPolls,     ///< in vain; then it stops
+  kAllAttempts,  ///< fail; then it stops
+  kAllPolls,     ///< fail; then it stops
 };
 
-/// Texts count attempts from %1; an attempt's text stands once for each.
+/// A text with %1 appears once per attempt, with the attempt's number.
 struct Reaction {
   Course course = Course::kGoesOn;
   const char* text = nullptr;
