@@ -13,8 +13,8 @@
 
 namespace {
 
-// Never freed: the timer lives as long as the process. A function of its own,
-// so that leak checks can tell this from a mistake.
+// Never freed: the timer lives as long as the process. Separate function so that
+// the leak suppression can name it.
 QTimer* makeOwnerlessTimer() { return new QTimer; }
 
 }  // namespace
@@ -71,11 +71,10 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(std::make_uniq
 
 MainWindow::~MainWindow() {
   messageLine->detach();
-  // A worker that is still there must survive the object tree: neither stopped
-  // nor deleted here, it ends with its work or with the process. Not running does
-  // not mean that its thread has left it: Qt says so as soon as `run` is over.
-  // Nor may it delete itself: its posting that could meet the application's own
-  // end.
+  // Detach running workers so that closing neither waits for nor deletes them:
+  // they end with their work or with the process. `isRunning()` may already be
+  // false while the thread is ending, so it is not asked. Nor may a worker delete
+  // itself: posting that could meet the application's own end.
   for (QThread* worker : findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly)) {
     worker->setParent(nullptr);
     disconnect(worker, &QThread::finished, worker, nullptr);

@@ -8,7 +8,6 @@
 #include <memory>
 
 class MessageLine;
-class QLabel;
 class QTimer;
 class Ui_MainWindow;
 class UpdateCaptureThread;
@@ -68,17 +67,16 @@ class MainWindow : public QMainWindow {
   void readUvcName();
   void readManufacturer();
   void readProduct();
-  void readUsbString(std::int32_t (*read)(std::uint8_t*, std::uint32_t), QLabel* target);
 
   std::unique_ptr<Ui_MainWindow> ui;
-  /// What the workers show their texts through.
+  /// Lets worker threads update the message line.
   std::shared_ptr<MessageLine> messageLine;
 
   /// Content of the external MCU firmware file loaded last.
   QByteArray extMcuFirmwareImage;
-  /// The worker started last; dangles once that worker has finished.
+  /// Most recently started worker. Do not dereference after it has finished.
   UpdateThread* updateThread = nullptr;
-  /// The worker started last; dangles once that worker has finished.
+  /// Most recently started worker. Do not dereference after it has finished.
   UpdateCaptureThread* updateCaptureThread = nullptr;
   /// A device session is open.
   bool isConnected = false;

@@ -6,10 +6,8 @@
 
 class QLabel;
 
-/// The way for a worker thread to show a text in the window's message line.
-///
-/// Shared between the window and its workers: a worker may outlive the window,
-/// and then posts into nothing.
+/// Posts texts from a worker to the message line. May outlive the window; posts
+/// are then discarded.
 class MessageLine {
  public:
   /// @param label the message line's label; must live until `detach`
@@ -19,7 +17,7 @@ class MessageLine {
   /// thread; returns at once.
   void post(const QString& text);
 
-  /// Ends the showing: later texts, and those still on their way, are dropped.
+  /// Stops updates: later texts, and those still on their way, are dropped.
   /// GUI thread, before the label dies.
   void detach();
 

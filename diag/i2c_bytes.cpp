@@ -2,8 +2,6 @@
 
 namespace diag {
 
-std::uint32_t hexField(const QString& text) { return text.toUInt(nullptr, 16); }
-
 std::optional<std::uint8_t> slaveAddress(std::uint32_t busAddress) {
   if (busAddress > 0xFF) {
     return std::nullopt;

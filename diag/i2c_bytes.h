@@ -6,12 +6,8 @@
 #include <cstdint>
 #include <optional>
 
-/// How the numbers typed into the I2C panel travel on the bus, and back.
+/// Conversion between typed numbers and bus bytes.
 namespace diag {
-
-/// Reads a field: hexadecimal, at most 32 bits, blanks around it and a "0x" in
-/// front allowed. Anything else counts as 0.
-std::uint32_t hexField(const QString& text);
 
 /// The 7-bit slave address of an 8-bit bus address, whose lowest bit (read or
 /// write) is dropped; empty for more than 8 bits.

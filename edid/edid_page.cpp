@@ -1,5 +1,7 @@
+#include "app/browse.h"
 #include "app/main_window.h"
-#include "device/RTICE_SDK_x64.h"
+#include "device/regular_file.h"
+#include "edid/edid_calls.h"
 #include "edid/edid_file.h"
 #include "ui_main_window.h"
 
@@ -9,26 +11,43 @@
 #include <QFileDialog>
 #include <QMessageBox>
 
-#include <array>
+#include <span>
+
+namespace {
+
+std::span<const std::uint8_t> viewOf(const QByteArray& bytes) {
+  return {reinterpret_cast<const std::uint8_t*>(bytes.constData()), static_cast<std::size_t>(bytes.size())};
+}
+
+edid::TableSize checkedSize(const Ui_MainWindow& ui) {
+  if (ui.RB_TX_EDID_256->isChecked()) {
+    return edid::TableSize::k256;
+  }
+  return ui.RB_TX_EDID_384->isChecked() ? edid::TableSize::k384 : edid::TableSize::k512;
+}
+
+std::uint8_t slotOf(const QComboBox& list) { return static_cast<std::uint8_t>(list.currentIndex()); }
+
+}  // namespace
 
 void MainWindow::slot_Read_EDID_Info() {
-  std::uint8_t mode = 0;
-  if (AT_EDID_Get_EDID_mode(&mode) != 0) {
+  const auto mode = edid::readMode();
+  if (!mode) {
     ui->LB_Message->setText(QStringLiteral("Read EDID Mode...[fail]"));
     return;
   }
   // The guard also stands when the row does not change: it then swallows the
   // next change, whoever makes it.
   edidModeEchoGuard = true;
-  ui->CB_EDID_Mode->setCurrentIndex(mode);
+  ui->CB_EDID_Mode->setCurrentIndex(*mode);
 
-  std::uint8_t slot = 0;
-  if (AT_EDID_Flash_Get_Default_table(&slot) != 0) {
+  const auto slot = edid::readDefaultSlot();
+  if (!slot) {
     ui->LB_Message->setText(QStringLiteral("Get Default Flash EDID index...[fail]"));
     return;
   }
   flashEdidEchoGuard = true;
-  ui->CB_Current_FlashEDID_List->setCurrentIndex(slot);
+  ui->CB_Current_FlashEDID_List->setCurrentIndex(*slot);
 }
 
 void MainWindow::slotEDID_Set_ComboBox(int index) {
@@ -40,9 +59,8 @@ void MainWindow::slotEDID_Set_ComboBox(int index) {
       edidModeEchoGuard = false;
       return;
     }
-    const bool failed = AT_EDID_Set_EDID_mode(index) != 0;
-    ui->LB_Message->setText(failed ? QStringLiteral("Set EDID Mode...[fail]")
-                                   : QStringLiteral("Set EDID Mode...[Done]"));
+    const auto set = edid::setMode(index);
+    ui->LB_Message->setText(set ? QStringLiteral("Set EDID Mode...[Done]") : QStringLiteral("Set EDID Mode...[fail]"));
   } else if (sender() == ui->CB_Current_FlashEDID_List) {
     qDebug("set flash EDID task");
     if (flashEdidEchoGuard) {
@@ -50,9 +68,9 @@ void MainWindow::slotEDID_Set_ComboBox(int index) {
       flashEdidEchoGuard = false;
       return;
     }
-    const bool failed = AT_EDID_Flash_Set_Default_table(static_cast<std::uint8_t>(index)) != 0;
-    ui->LB_Message->setText(failed ? QStringLiteral("Set Flash EDID table...[fail]")
-                                   : QStringLiteral("Set Flash EDID table...[Done]"));
+    const auto set = edid::setDefaultSlot(static_cast<std::uint8_t>(index));
+    ui->LB_Message->setText(set ? QStringLiteral("Set Flash EDID table...[Done]")
+                                : QStringLiteral("Set Flash EDID table...[fail]"));
   }
 }
 
@@ -64,42 +82,34 @@ void MainWindow::slot_Get_EDID() {
   }
   // Before the device is read: after a failed read the file is there, empty.
   QFile file(path);
-  if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+  if (!device::openRegularFile(file, QIODevice::WriteOnly | QIODevice::Unbuffered)) {
     QMessageBox::warning(this, QStringLiteral("error"), QStringLiteral("Open file failed"), QMessageBox::Ok);
     return;
   }
 
-  std::uint32_t size = 512;
-  if (ui->RB_TX_EDID_256->isChecked()) {
-    size = 256;
-  } else if (ui->RB_TX_EDID_384->isChecked()) {
-    size = 384;
-  }
-  std::array<std::uint8_t, edid::kMaxTableSize> table{};
-  const auto slot = static_cast<std::uint8_t>(ui->CB_FlashEDID_List->currentIndex());
-
-  std::int32_t status = 0;
+  const edid::TableSize size = checkedSize(*ui);
+  device::Result<QByteArray> table;
   QString failure;
   if (button == ui->BN_Apply_ReadTxEDID) {
-    status = AT_EDID_Get_TX_table(size, table.data());
+    table = edid::readSinkTable(size);
     failure = QStringLiteral("Read Tx EDID...[fail]");
   } else if (button == ui->BN_Apply_ReadFlashEDID) {
-    status = AT_EDID_Flash_Get_table(slot, table.data(), size);
+    table = edid::readFlashTable(slotOf(*ui->CB_FlashEDID_List), size);
     failure = QStringLiteral("Read Flash EDID...[fail]");
   } else if (button == ui->BN_Apply_Read_DDC_EDID) {
-    status = AT_EDID_DDC_Get_RX_table(size, table.data());
+    table = edid::readDdcTable(size);
     failure = QStringLiteral("Read DDC EDID...[fail]");
   } else {
     return;
   }
   // A table that is not in its file has not been saved, wherever it was lost.
-  if (status != 0 || !edid::writeTable(file, std::span(table).first(size))) {
+  if (!table || !edid::writeTable(file, viewOf(*table))) {
     ui->LB_Message->setText(failure);
   }
 }
 
 void MainWindow::slot_WriteFlashEDOD() {
-  const QString path = QFileDialog::getOpenFileName(this, tr("Load EDID bin file"), QString(), tr("*.bin"));
+  const QString path = browsedPath(this, tr("Load EDID bin file"), tr("*.bin"));
   if (path.isEmpty()) {
     return;
   }
@@ -107,12 +117,10 @@ void MainWindow::slot_WriteFlashEDOD() {
   if (!table) {
     return;
   }
-  const auto slot = static_cast<std::uint8_t>(ui->CB_FlashEDID_List_2->currentIndex());
 
   QApplication::setOverrideCursor(Qt::WaitCursor);
-  const bool failed = AT_EDID_Flash_Set_table(slot, reinterpret_cast<const std::uint8_t*>(table->constData()),
-                                              static_cast<std::uint32_t>(table->size())) != 0;
-  ui->LB_Message->setText(failed ? QStringLiteral("Write flash EDID table...[fail]")
-                                 : QStringLiteral("Write flash EDID table...[Done]"));
+  const auto written = edid::writeFlashTable(slotOf(*ui->CB_FlashEDID_List_2), viewOf(*table));
+  ui->LB_Message->setText(written ? QStringLiteral("Write flash EDID table...[Done]")
+                                  : QStringLiteral("Write flash EDID table...[fail]"));
   QApplication::restoreOverrideCursor();
 }

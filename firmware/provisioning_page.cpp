@@ -1,24 +1,18 @@
+#include "app/browse.h"
 #include "app/main_window.h"
-#include "device/RTICE_SDK_x64.h"
-#include "device/text.h"
+#include "firmware/provisioning_calls.h"
 #include "ui_main_window.h"
-
-#include <QFileDialog>
-#include <QFileInfo>
-
-#include <array>
 
 void MainWindow::slotSerialNumRead() {
   if (!isConnected) {
     return;
   }
-  std::array<std::uint8_t, 100> buffer{};
-  std::uint32_t length = 0;
-  if (AT_USB_Get_SerialNum(buffer.data(), static_cast<std::uint32_t>(buffer.size()), &length) != 0) {
+  const auto serialNumber = firmware::readSerialNumber();
+  if (!serialNumber) {
     ui->LB_Message->setText(QStringLiteral("Read Serial Number...[fail]"));
     return;
   }
-  ui->lineEdit_SN->setText(device::latin1Text(buffer));
+  ui->lineEdit_SN->setText(serialNumber->text);
 }
 
 void MainWindow::slotSerialNumSet() {
@@ -27,28 +21,25 @@ void MainWindow::slotSerialNumSet() {
     return;
   }
   // Sent as typed, the blanks around it included.
-  const QByteArray bytes = text.toUtf8();
-  const bool done = AT_USB_Set_SerialNum(reinterpret_cast<const std::uint8_t*>(bytes.constData()),
-                                         static_cast<std::uint32_t>(bytes.size())) == 0;
-  ui->LB_Message->setText(done ? QStringLiteral("Set Serial Number...[OK]")
-                               : QStringLiteral("Set Serial Number...[fail]"));
+  const auto set = firmware::setSerialNumber(text);
+  ui->LB_Message->setText(set ? QStringLiteral("Set Serial Number...[OK]")
+                              : QStringLiteral("Set Serial Number...[fail]"));
 }
 
 void MainWindow::slotBrowseKeyPath() {
-  const QString chosen = QFileDialog::getOpenFileName(this, tr("Load HDCP Key File"), QString(), tr("*.bin"));
-  if (chosen.isEmpty()) {
+  const QString path = browsedPath(this, tr("Load HDCP Key File"), tr("*.bin"));
+  if (path.isEmpty()) {
     qDebug("empty");
     return;
   }
-  const QString path = QFileInfo(chosen).filePath();
   ui->lineEdit_KeyPath->setText(path);
-  const bool done = burnHDCP(path.toUtf8().constData()) == 0;
-  ui->LB_Message->setText(done ? QStringLiteral("Burn HDCP...[OK]") : QStringLiteral("Burn HDCP...[Fail]"));
+  const auto burnt = firmware::burnKey(path);
+  ui->LB_Message->setText(burnt ? QStringLiteral("Burn HDCP...[OK]") : QStringLiteral("Burn HDCP...[Fail]"));
 }
 
 int MainWindow::slotRestore() {
   ui->LB_Message->setText(QStringLiteral("Restore to default"));
-  return AT_RestoreToDefault();
+  return device::statusOf(firmware::restoreDefaults());
 }
 
-int MainWindow::slotReboot() { return AT_Set_System_Reboot(); }
+int MainWindow::slotReboot() { return device::statusOf(firmware::reboot()); }

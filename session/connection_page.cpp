@@ -1,13 +1,46 @@
 #include "app/main_window.h"
 #include "app/program_state.h"
-#include "device/RTICE_SDK_x64.h"
-#include "device/ext_mcu_channel.h"
-#include "device/text.h"
+#include "session/connection.h"
 #include "session/device_types.h"
 #include "session/identity.h"
+#include "session/identity_calls.h"
 #include "ui_main_window.h"
 
-#include <array>
+namespace {
+
+QString doneText(session::OpenStep step) {
+  switch (step) {
+    case session::OpenStep::kInitialize:
+      return QStringLiteral("initialize SDK ...[OK]");
+    case session::OpenStep::kSetDevice:
+      return QStringLiteral("set Port...[OK]");
+    case session::OpenStep::kOpenPort:
+      break;
+  }
+  return QStringLiteral("Device Connected");
+}
+
+QString failedText(session::OpenStep step) {
+  switch (step) {
+    case session::OpenStep::kInitialize:
+      return QStringLiteral("initialize SDK ...[fail]");
+    case session::OpenStep::kSetDevice:
+      return QStringLiteral("set Port...[Fail]");
+    case session::OpenStep::kOpenPort:
+      break;
+  }
+  return QStringLiteral("Open Port...[Fail]");
+}
+
+void showUsbString(const device::Result<device::ReportedText>& read, QLabel& target, QLabel& failures) {
+  if (!read) {
+    // The product's failure carries the manufacturer's text, too.
+    failures.setText(QStringLiteral("Get iManufacturer [fail]"));
+  }
+  target.setText(read ? read->text : QString());
+}
+
+}  // namespace
 
 void MainWindow::soltSelectDeviceType(int index) {
   const session::DeviceIds ids = session::deviceIds(index);
@@ -16,44 +49,23 @@ void MainWindow::soltSelectDeviceType(int index) {
 }
 
 void MainWindow::slotUSB_Connect() {
-  const QString vidText = ui->Edit_VID->text().trimmed();
-  const QString pidText = ui->Edit_PID->text().trimmed();
-  if (vidText.isEmpty() || pidText.isEmpty()) {
+  const auto ids = device::typedUsbIds(ui->Edit_VID->text(), ui->Edit_PID->text());
+  if (!ids || session::keepsSession(isConnected, {selectedVid, selectedPid}, *ids)) {
     return;
   }
-
-  // A text that is not a number counts as 0.
-  const std::uint32_t vid = vidText.toUInt(nullptr, 16);
-  const std::uint32_t pid = pidText.toUInt(nullptr, 16);
-  if (isConnected && vid == selectedVid && pid == selectedPid) {
-    return;
-  }
-  selectedVid = vid;
-  selectedPid = pid;
+  selectedVid = ids->vid;
+  selectedPid = ids->pid;
   if (isConnected) {
-    closePort();
+    session::closeSession();
     isConnected = false;
   }
 
-  if (initialize() != 0) {
-    ui->LB_Message->setText(QStringLiteral("initialize SDK ...[fail]"));
+  const auto opened =
+      session::openSession(*ids, [this](session::OpenStep step) { ui->LB_Message->setText(doneText(step)); });
+  if (!opened) {
+    ui->LB_Message->setText(failedText(opened.error().step));
     return;
   }
-  ui->LB_Message->setText(QStringLiteral("initialize SDK ...[OK]"));
-
-  if (setDevice(0, 0, selectedVid, selectedPid) != 0) {
-    uninitialize();
-    ui->LB_Message->setText(QStringLiteral("set Port...[Fail]"));
-    return;
-  }
-  ui->LB_Message->setText(QStringLiteral("set Port...[OK]"));
-
-  if (openPort() != 0) {
-    uninitialize();
-    ui->LB_Message->setText(QStringLiteral("Open Port...[Fail]"));
-    return;
-  }
-  ui->LB_Message->setText(QStringLiteral("Device Connected"));
 
   readFirmwareVersions();
   readUvcName();
@@ -63,38 +75,21 @@ void MainWindow::slotUSB_Connect() {
 }
 
 void MainWindow::readFirmwareVersions() {
-  std::array<std::uint8_t, 128> version{};
-  if (AT_Get_Customer_Ver(version.data()) == 0) {
-    ui->lb_FW_VER_QX->setText(device::utf8Text(version));
-  } else {
-    ui->lb_FW_VER_QX->setText(QStringLiteral("Get Capture Version [fail]"));
-  }
+  ui->lb_FW_VER_QX->setText(session::readCaptureVersion().value_or(QStringLiteral("Get Capture Version [fail]")));
   // A version that cannot be read shows as v15.15.
-  const std::uint32_t mainVersion =
-      device::readRegisterByte(device::kI2cBus, device::kMcuApplication, device::kMcuVersionRegister);
-  ui->lb_Main_VER_QX->setText(session::mainVersionText(static_cast<std::uint8_t>(mainVersion)));
+  ui->lb_Main_VER_QX->setText(session::mainVersionText(session::readMcuVersion().value_or(0xFF)));
 }
 
 void MainWindow::readUvcName() {
-  std::array<std::uint8_t, 100> name{};
-  std::uint32_t length = 0;
-  if (AT_Get_UVC_Name(name.data(), static_cast<std::uint32_t>(name.size()), &length) != 0) {
+  if (const auto name = session::readUvcName()) {
+    ui->label_UVC_NAME->setText(name->text);
+  } else {
     ui->lb_FW_VER_QX->setText(QStringLiteral("Get UVC name [fail]"));
-    return;
   }
-  ui->label_UVC_NAME->setText(device::latin1Text(name));
 }
 
-void MainWindow::readManufacturer() { readUsbString(AT_USB_Get_iManufacturer, ui->label_IManufacturer); }
-
-void MainWindow::readProduct() { readUsbString(AT_USB_Get_iProduct, ui->label_IProduct); }
-
-void MainWindow::readUsbString(std::int32_t (*read)(std::uint8_t*, std::uint32_t), QLabel* target) {
-  std::array<std::uint8_t, 100> text{};
-  const std::int32_t length = read(text.data(), 64);
-  if (length < 0) {
-    // The product's failure carries the manufacturer's text, too.
-    ui->lb_FW_VER_QX->setText(QStringLiteral("Get iManufacturer [fail]"));
-  }
-  target->setText(session::usbStringText(text, length));
+void MainWindow::readManufacturer() {
+  showUsbString(session::readManufacturer(), *ui->label_IManufacturer, *ui->lb_FW_VER_QX);
 }
+
+void MainWindow::readProduct() { showUsbString(session::readProduct(), *ui->label_IProduct, *ui->lb_FW_VER_QX); }

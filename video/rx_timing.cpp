@@ -54,6 +54,54 @@ std::optional<HdmiRxRawTimingInfo> readRawTimingInfo(std::span<const std::uint8_
   };
 }
 
+QString fieldText(RxField field, const HdmiRxRawTimingInfo& info) {
+  switch (field) {
+    case RxField::kScan:
+      return scanText(info.flags);
+    case RxField::kHTotal:
+      return QString::number(info.hTotal);
+    case RxField::kVTotal:
+      return QString::number(info.vTotal);
+    case RxField::kHActive:
+      return QString::number(info.hActive);
+    case RxField::kVActive:
+      return QString::number(info.vActive);
+    case RxField::kHStart:
+      return QString::number(info.hStart);
+    case RxField::kVStart:
+      return QString::number(info.vStart);
+    case RxField::kHFreq:
+      return QString::number(info.hFreq);
+    case RxField::kVFreq:
+      return QString::number(info.vFreq);
+    case RxField::kTmdsClock:
+      return QString::number(info.tmdsClock);
+    case RxField::kPllPixelClock:
+      return QString::number(info.pllPixelClockX1024);
+    case RxField::kHSyncPulse:
+      return QString::number(info.hSyncPulse);
+    case RxField::kVSyncPulse:
+      return QString::number(info.vSyncPulse);
+    case RxField::kHdmiMode:
+      return hdmiModeText(info.hdmiMode);
+    case RxField::kColorSpace:
+      return colorSpaceText(info.colorSpace);
+    case RxField::kColorDepth:
+      return colorDepthText(info.colorDepth);
+    case RxField::kColorRange:
+      return colorRangeText(info.colorRange);
+    case RxField::kColorimetry:
+      return QString::number(info.colorimetry);
+    case RxField::kExtColorimetry:
+      return QString::number(info.extColorimetry);
+    case RxField::kHdcpVersion:
+      return rxHdcpText(info.hdcpVersion);
+    case RxField::kHdrType:
+      return hdrText(info.hdrType);
+  }
+  return {};
+}
+
 QString scanText(std::uint8_t flags) {
   return (flags & 0x01) != 0 ? QStringLiteral("interlace") : QStringLiteral("progressive");
 }

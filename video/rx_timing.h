@@ -41,6 +41,34 @@ inline constexpr std::size_t kRawTimingInfoBytes = 36;
 /// Reads a record; empty when `bytes` holds fewer than `kRawTimingInfoBytes`.
 std::optional<HdmiRxRawTimingInfo> readRawTimingInfo(std::span<const std::uint8_t> bytes);
 
+/// What the receiver page shows, each with one text.
+enum class RxField : std::uint8_t {
+  kScan,
+  kHTotal,
+  kVTotal,
+  kHActive,
+  kVActive,
+  kHStart,
+  kVStart,
+  kHFreq,
+  kVFreq,
+  kTmdsClock,
+  kPllPixelClock,
+  kHSyncPulse,
+  kVSyncPulse,
+  kHdmiMode,
+  kColorSpace,
+  kColorDepth,
+  kColorRange,
+  kColorimetry,
+  kExtColorimetry,
+  kHdcpVersion,
+  kHdrType,
+};
+
+/// The text shown for a field of a record: a number, or the words for a code.
+QString fieldText(RxField field, const HdmiRxRawTimingInfo& info);
+
 QString scanText(std::uint8_t flags);
 QString hdmiModeText(std::uint8_t code);
 QString colorSpaceText(std::uint8_t code);

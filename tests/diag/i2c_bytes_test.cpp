@@ -1,5 +1,7 @@
 #include "diag/i2c_bytes.h"
 
+#include "device/hex.h"
+
 #include <QTest>
 
 class I2cBytesTest : public QObject {
@@ -29,7 +31,7 @@ class I2cBytesTest : public QObject {
   void aFieldIsHexadecimalAndElseZero() {
     QFETCH(QString, text);
     QFETCH(quint32, value);
-    QCOMPARE(diag::hexField(text), value);
+    QCOMPARE(device::hexOrZero(text), value);
   }
 
   void aSlaveAddressDropsTheLowestBit() {
