@@ -52,10 +52,7 @@ bool writeRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::span<const st
   return writeI2c(bus, slave, buffer).has_value();
 }
 
-bool packetChecksumMatches(std::uint8_t expected) {
-  const std::uint32_t computed = readRegisterByte(kI2cBus, kMcuBootLoader, kBootChecksumRegister);
-  return static_cast<std::uint8_t>(computed) == expected;
-}
+std::uint32_t readBootChecksum() { return readRegisterByte(kI2cBus, kMcuBootLoader, kBootChecksumRegister); }
 
 bool waitForBootLoaderReady(const Pause& pause) {
   for (int poll = 0; poll < kMaxPolls; ++poll) {

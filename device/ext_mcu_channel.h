@@ -63,9 +63,15 @@ bool readRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::uint8_t regist
 ///               a longer one is not sent
 bool writeRegisterBlock(std::uint8_t bus, std::uint8_t slave, std::span<const std::uint8_t> buffer);
 
-/// Whether the boot loader computed `expected` over the last packet. A failed
+/// Reads the checksum that the boot loader computed over the last packet;
+/// `kReadFailed` when the transfer failed.
+std::uint32_t readBootChecksum();
+
+/// Whether a checksum as `readBootChecksum` gives it is the expected one. A failed
 /// read counts as 0xFF, which is then taken for a match.
-bool packetChecksumMatches(std::uint8_t expected);
+constexpr bool packetChecksumMatches(std::uint32_t computed, std::uint8_t expected) {
+  return static_cast<std::uint8_t>(computed) == expected;
+}
 
 /// Blocks the calling thread for the given time.
 using Pause = std::function<void(std::chrono::milliseconds)>;

@@ -20,7 +20,7 @@ namespace {
 
 struct Model {
   device::UsbIds ids;
-  const char* text;
+  const char* text = nullptr;
 };
 
 constexpr std::array<Model, 2> kModels{{{{0x5C19, 0x6B03}, "KVR-7"}, {{0x5C19, 0x6B02}, "KVR-5"}}};

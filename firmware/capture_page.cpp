@@ -1,21 +1,35 @@
+#include "app/browse.h"
 #include "app/main_window.h"
+#include "app/worker.h"
 #include "firmware/capture_image.h"
 #include "firmware/update_capture_thread.h"
 #include "ui_main_window.h"
 
-#include <QFile>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QMessageBox>
 #include <QTimer>
 
+namespace {
+
+QString refusalText(firmware::ImageRefusal refusal) {
+  switch (refusal) {
+    case firmware::ImageRefusal::kUnknownModel:
+      return QStringLiteral("Unknow VID/PID");
+    case firmware::ImageRefusal::kCannotOpen:
+      return QStringLiteral("Unable to open file");
+    case firmware::ImageRefusal::kWrongModel:
+      break;
+  }
+  return QStringLiteral("You may load the error file!");
+}
+
+}  // namespace
+
 void MainWindow::slotBrowseCapPath() {
-  const QString chosen = QFileDialog::getOpenFileName(this, tr("Load Capture Firmware File"), QString(), tr("*.img"));
-  if (chosen.isEmpty()) {
+  const QString path = browsedPath(this, tr("Load Capture Firmware File"), tr("*.img"));
+  if (path.isEmpty()) {
     qDebug("empty");
     return;
   }
-  const QString path = QFileInfo(chosen).filePath();
   ui->lineEdit_Cap_Path_QX->setText(path);
   ui->lineEdit_Cap_Path->setText(path);
   capFirmwarePath = path;
@@ -31,31 +45,26 @@ void MainWindow::slotCapMcuUpdate() {
     refuse(QStringLiteral("Load one firmware file first!"));
     return;
   }
-  const QString vid = ui->Edit_VID->text().trimmed();
-  const QString pid = ui->Edit_PID->text().trimmed();
-  if (vid.isEmpty() || pid.isEmpty()) {
+  const auto ids = device::typedUsbIds(ui->Edit_VID->text(), ui->Edit_PID->text());
+  if (!ids) {
     return;
   }
-  const auto model = firmware::modelText({vid.toUInt(nullptr, 16), pid.toUInt(nullptr, 16)});
-  if (!model) {
-    refuse(QStringLiteral("Unknow VID/PID"));
+  const auto checked = firmware::checkCaptureImage(capFirmwarePath, *ids);
+  if (!checked) {
+    refuse(refusalText(checked.error()));
     return;
   }
 
-  QFile image(capFirmwarePath);
-  // A pipe or a device could keep the window waiting for ever.
-  if (!QFileInfo(image).isFile() || !image.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-    refuse(QStringLiteral("Unable to open file"));
-    return;
-  }
-  if (!firmware::containsText(image, *model)) {
-    refuse(QStringLiteral("You may load the error file!"));
-    return;
-  }
-  image.close();
-
-  updateCaptureThread = new UpdateCaptureThread(this);
-  connect(updateCaptureThread, &QThread::finished, updateCaptureThread, &QObject::deleteLater);
+  // Before the thread, which would otherwise set the progress back after the
+  // timer's first look at it.
+  const bool showedProgress = progressTimer->isActive();
   progressTimer->start();
-  updateCaptureThread->start(QThread::InheritPriority);
+  updateCaptureThread = new UpdateCaptureThread(this);
+  if (!startWorker(updateCaptureThread)) {
+    updateCaptureThread = nullptr;
+    if (!showedProgress) {
+      progressTimer->stop();
+    }
+    ui->LB_Message->setText(UpdateCaptureThread::failedText());
+  }
 }

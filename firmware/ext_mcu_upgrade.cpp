@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstddef>
 #include <optional>
 
 namespace firmware {
@@ -16,7 +15,7 @@ using device::BootPacket;
 using namespace std::chrono_literals;
 
 struct Family {
-  std::uint32_t code;
+  std::uint8_t code;
   std::size_t packetsPerBlock;
   std::uint32_t firstAddress;
 
@@ -30,7 +29,7 @@ constexpr std::array<Family, 2> kFamilies{{
 
 constexpr int kAttempts = 10;
 constexpr auto kResetPause = 1000ms;
-constexpr auto kControlPacketPause = 50ms;  // the boot loader digests it
+constexpr auto kControlPacketPause = 50ms;  // time for the boot loader to process it
 
 std::optional<Family> familyAt(std::uint8_t slave) {
   const std::uint32_t code = device::readRegisterByte(device::kI2cBus, slave, device::kMcuFamilyRegister);
@@ -41,68 +40,85 @@ std::optional<Family> familyAt(std::uint8_t slave) {
 
 class Upgrade {
  public:
-  Upgrade(std::span<const std::uint8_t> image, const device::Pause& pause, const Report& report)
-      : image_(image), pause_(pause), report_(report) {}
+  Upgrade(std::span<const std::uint8_t> image, const device::Pause& pause, const UpgradeListener& listener,
+          const UpgradeOptions& options)
+      : image_(image), pause_(pause), listener_(listener), options_(options) {}
 
-  void run() {
+  UpgradeResult run() {
     std::optional<Family> family = familyAt(device::kMcuApplication);
     const bool inApplication = family.has_value();
     if (!inApplication) {
       family = familyAt(device::kMcuBootLoader);
     }
     if (!family) {
-      return;
+      result_.outcome = UpgradeOutcome::kNoKnownMcu;
+      return result_;
     }
     const std::size_t blocks = (image_.size() + family->blockSize() - 1) / family->blockSize();
+    listener_(McuFound{family->code, !inApplication, blocks});
     if ((!inApplication || enterBootLoader(blocks)) && start() && sendBlocks(*family, blocks)) {
       finish();
     }
+    return result_;
   }
 
  private:
-  // Each step says whether the upgrade goes on; if not, it has told why.
+  enum class Verdict : std::uint8_t { kTaken, kRefused, kStopped };
+
+  // Each step returns false once it has set the outcome: the upgrade ends there.
+
+  bool end(UpgradeOutcome outcome) {
+    result_.outcome = outcome;
+    return false;
+  }
 
   bool enterBootLoader(std::size_t blocks) {
+    if (stopIsRequested()) {
+      return end(UpgradeOutcome::kStopped);
+    }
+    listener_(StepBegun{UpgradeStep::kReset});
     if (!device::writeRegisterByte(device::kI2cBus, device::kMcuApplication, device::kMcuResetRegister, 0x01)) {
-      report_(QStringLiteral("Error Reset MCU ..."));
-      return false;
+      return end(UpgradeOutcome::kResetFailed);
     }
     pause_(kResetPause);
+    listener_(StepBegun{UpgradeStep::kSetBoot});
     if (!device::writeRegisterByte(device::kI2cBus, device::kMcuBootLoader, device::kBootStatusRegister, 0x01)) {
-      report_(QStringLiteral("Error set boot mode ..."));
-      return false;
+      return end(UpgradeOutcome::kSetBootFailed);
     }
     if (!waitUntilReady()) {
       return false;
     }
-    report_(QStringLiteral("MCU into boot"));
-    report_(QStringLiteral("Update Count%1...").arg(blocks));
+    listener_(BootLoaderEntered{blocks});
     return true;
   }
 
   // Ten times on purpose, also when the first packet is taken.
   bool start() {
+    listener_(StepBegun{UpgradeStep::kStart});
     const BootPacket packet = device::bootPacket(BootCommand::kStart);
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      if (sendControlPacket(packet)) {
+      const Verdict verdict = send(packet, BootCommand::kStart, attempt);
+      if (verdict == Verdict::kStopped) {
+        return end(UpgradeOutcome::kStopped);
+      }
+      if (verdict == Verdict::kTaken) {
         if (!waitUntilReady()) {
           return false;
         }
-        continue;
-      }
-      report_(QStringLiteral("%1Error MCU checksum...[1]").arg(attempt));
-      if (attempt == kAttempts - 1) {
-        return false;
+      } else if (attempt == kAttempts - 1) {
+        return end(UpgradeOutcome::kStartRefused);
       }
     }
     return true;
   }
 
   bool sendBlocks(const Family& family, std::size_t blocks) {
+    listener_(StepBegun{UpgradeStep::kBlocks});
     std::uint32_t address = family.firstAddress;
     std::span<const std::uint8_t> rest = image_;
     for (std::size_t block = 0; block < blocks; ++block) {
-      if (!sendAddress(address) || !waitUntilReady()) {
+      const BootPacket announcement = device::bootAddressPacket(address);
+      if (!sendUntilTaken(announcement, BootCommand::kAddress, UpgradeOutcome::kAddressRefused) || !waitUntilReady()) {
         return false;
       }
       for (std::size_t i = 0; i < family.packetsPerBlock; ++i) {
@@ -113,84 +129,118 @@ class Upgrade {
         }
       }
       address += static_cast<std::uint32_t>(family.blockSize());
-      report_(QStringLiteral("Update %1%...").arg(block * 100 / blocks));
+      listener_(BlockSent{block, blocks});
     }
     return true;
-  }
-
-  bool sendAddress(std::uint32_t address) {
-    const BootPacket packet = device::bootAddressPacket(address);
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      if (sendControlPacket(packet)) {
-        return true;
-      }
-      report_(QStringLiteral("%1Error MCU Addr checksum...[2] %2").arg(attempt).arg(device::checksumOf(packet)));
-    }
-    return false;
   }
 
   bool sendData(std::span<const std::uint8_t> piece) {
-    const BootPacket packet = device::bootPacket(BootCommand::kData, piece);
-    send(packet);
-    if (!device::packetChecksumMatches(device::checksumOf(packet))) {
-      report_(QStringLiteral("Error MCU data checksum...[fail]"));
-      return false;
+    switch (send(device::bootPacket(BootCommand::kData, piece), BootCommand::kData, 0)) {
+      case Verdict::kTaken:
+        return true;
+      case Verdict::kRefused:
+        return end(UpgradeOutcome::kDataRefused);
+      case Verdict::kStopped:
+        break;
     }
-    return true;
+    return end(UpgradeOutcome::kStopped);
   }
 
   void finish() {
+    listener_(StepBegun{UpgradeStep::kFinish});
     const BootPacket packet = device::bootPacket(BootCommand::kFinish);
+    if (sendUntilTaken(packet, BootCommand::kFinish, UpgradeOutcome::kFinishRefused)) {
+      waitUntilReady();
+    }
+  }
+
+  bool sendUntilTaken(const BootPacket& packet, BootCommand command, UpgradeOutcome ifRefused) {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      if (sendControlPacket(packet)) {
-        if (waitUntilReady()) {
-          report_(QStringLiteral("MCU Update Done...[Success]"));
-        }
-        return;
+      switch (send(packet, command, attempt)) {
+        case Verdict::kTaken:
+          return true;
+        case Verdict::kStopped:
+          return end(UpgradeOutcome::kStopped);
+        case Verdict::kRefused:
+          break;
       }
-      // The address wording is the one that operators know.
-      report_(QStringLiteral("Error MCU Addr checksum...[3]"));
     }
+    return end(ifRefused);
   }
 
-  // A packet counts by the checksum read back alone, whatever its transfer
+  // Only the checksum read back decides acceptance, whatever the transfer itself
   // reported.
-  static void send(const BootPacket& packet) {
-    device::writeRegisterBlock(device::kI2cBus, device::kMcuBootLoader, packet);
-  }
-
-  bool sendControlPacket(const BootPacket& packet) {
-    send(packet);
-    pause_(kControlPacketPause);
-    return device::packetChecksumMatches(device::checksumOf(packet));
-  }
-
-  bool waitUntilReady() {
-    if (!device::waitForBootLoaderReady(pause_)) {
-      report_(QStringLiteral("Error MCU status...[fail]"));
-      return false;
+  Verdict send(const BootPacket& packet, BootCommand command, int attempt) {
+    if (stopIsRequested()) {
+      return Verdict::kStopped;
     }
-    return true;
+    const PacketAttempt sent{command, attempt, device::checksumOf(packet)};
+    const bool transferred = device::writeRegisterBlock(device::kI2cBus, device::kMcuBootLoader, packet);
+    if (command != BootCommand::kData) {
+      pause_(kControlPacketPause);
+    }
+    const bool repeated = previousChecksum_ == sent.checksum;
+    previousChecksum_ = sent.checksum;
+
+    std::uint32_t computed = device::readBootChecksum();
+    for (int again = 1; options_.requireChecksum && computed == device::kReadFailed && again < kAttempts; ++again) {
+      pause_(kControlPacketPause);
+      computed = device::readBootChecksum();
+    }
+    const bool read = computed != device::kReadFailed;
+    const bool proven = read && (transferred || !repeated);
+    const bool taken = device::packetChecksumMatches(computed, sent.checksum) && (proven || !options_.requireChecksum);
+    note(sent, read, repeated, taken);
+    return taken ? Verdict::kTaken : Verdict::kRefused;
   }
+
+  void note(const PacketAttempt& sent, bool read, bool repeated, bool taken) {
+    if (!read) {
+      listener_(PacketUnverified{sent, taken});
+    }
+    if (!taken) {
+      listener_(PacketRefused{sent});
+      return;
+    }
+    ++result_.packets;
+    result_.unverifiedPackets += read ? 0 : 1;
+    if (repeated) {
+      ++result_.repeatedChecksums;
+      listener_(ChecksumRepeated{sent});
+    }
+  }
+
+  bool waitUntilReady() { return device::waitForBootLoaderReady(pause_) || end(UpgradeOutcome::kNotReady); }
+
+  bool stopIsRequested() const { return options_.stopRequested && options_.stopRequested(); }
 
   std::span<const std::uint8_t> image_;
   const device::Pause& pause_;
-  const Report& report_;
+  const UpgradeListener& listener_;
+  const UpgradeOptions& options_;
+  UpgradeResult result_;
+  std::optional<std::uint8_t> previousChecksum_;
 };
+
+UpgradeResult upgrade(std::span<const std::uint8_t> image, bool connected, const device::Pause& pause,
+                      const UpgradeListener& listener, const UpgradeOptions& options) {
+  if (image.empty()) {
+    return {.outcome = UpgradeOutcome::kNoImage};
+  }
+  if (!connected) {
+    return {.outcome = UpgradeOutcome::kNotConnected};
+  }
+  return Upgrade(image, pause, listener, options).run();
+}
 
 }  // namespace
 
-void upgradeExtMcu(std::span<const std::uint8_t> image, bool connected, const device::Pause& pause,
-                   const Report& report) {
-  report(QStringLiteral("Start..."));
-  if (image.empty()) {
-    report(QStringLiteral("Error No file...[fail]"));
-    return;
-  }
-  if (!connected) {
-    return;
-  }
-  Upgrade(image, pause, report).run();
+UpgradeResult upgradeExtMcu(std::span<const std::uint8_t> image, bool connected, const device::Pause& pause,
+                            const UpgradeListener& listener, const UpgradeOptions& options) {
+  listener(UpgradeBegun{});
+  const UpgradeResult result = upgrade(image, connected, pause, listener, options);
+  listener(UpgradeEnded{result.outcome});
+  return result;
 }
 
 }  // namespace firmware

@@ -3,8 +3,10 @@
 #include "app/main_window.h"
 #include "app/message_line.h"
 #include "app/program_state.h"
-#include "device/RTICE_SDK_x64.h"
+#include "firmware/capture_burn.h"
 #include "firmware/capture_progress.h"
+
+#include <new>
 
 namespace {
 
@@ -15,17 +17,23 @@ void storeProgress(float percent) { burnProgress.store(firmware::wholePercent(pe
 
 UpdateCaptureThread::UpdateCaptureThread(QObject* parent)
     : QThread(parent),
-      window_(static_cast<MainWindow*>(parent)),
-      path_(window_->capFirmwarePath.toUtf8()),
+      window_(qobject_cast<MainWindow*>(parent)),
+      path_(window_->capFirmwarePath),
       messageLine_(window_->messageLine) {}
 
 UpdateCaptureThread::~UpdateCaptureThread() { qDebug("Update Capture exit"); }
 
+QString UpdateCaptureThread::failedText() { return QStringLiteral("Burn CAP...[Fail]"); }
+
 void UpdateCaptureThread::run() {
-  burnProgress.store(0, std::memory_order_relaxed);
   // Shared, not borrowed: the object may be deleted as soon as this has ended.
-  const QByteArray path = path_;
+  const QString path = path_;
   const std::shared_ptr<MessageLine> line = messageLine_;
-  const bool done = burnToFlash(path.constData(), &storeProgress) == 0;
-  line->post(done ? QStringLiteral("Burn CAP...[OK]") : QStringLiteral("Burn CAP...[Fail]"));
+  try {
+    burnProgress.store(0, std::memory_order_relaxed);
+    const auto burnt = firmware::burnCapture(path, &storeProgress);
+    line->post(burnt ? QStringLiteral("Burn CAP...[OK]") : failedText());
+  } catch (const std::bad_alloc&) {
+    line->post(failedText());
+  }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QByteArray>
+#include <QString>
 #include <QThread>
 
 #include <memory>
@@ -20,11 +20,14 @@ class UpdateCaptureThread : public QThread {
   explicit UpdateCaptureThread(QObject* parent);
   ~UpdateCaptureThread() override;
 
+  /// What is shown when a burn failed, or there is no thread or memory for one.
+  static QString failedText();
+
  protected:
   void run() override;
 
  private:
   MainWindow* window_;  // for the constructor only: it may die before `run` ends
-  QByteArray path_;     // as the library wants it: UTF-8
+  QString path_;
   std::shared_ptr<MessageLine> messageLine_;
 };

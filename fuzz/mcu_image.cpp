@@ -4,6 +4,7 @@
 /// boot loader, bit 2 whether no device is connected. The rest is the image.
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/ext_mcu_upgrade.h"
+#include "firmware/upgrade_texts.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"
 #include "simulator/control/control.h"
@@ -35,7 +36,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   QStringList texts;
   firmware::upgradeExtMcu(
       image, connected, [](std::chrono::milliseconds time) { simulator::advanceTime(time); },
-      [&texts](const QString& text) { texts << text; });
+      [&texts](const firmware::UpgradeEvent& event) { texts << firmware::windowTexts(event); });
 
   if (image.empty() || !connected) {
     fuzz::require(texts.value(0) == QLatin1String("Start...") && texts.size() == (image.empty() ? 2 : 1),

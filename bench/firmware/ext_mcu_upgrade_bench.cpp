@@ -1,5 +1,6 @@
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/ext_mcu_upgrade.h"
+#include "firmware/upgrade_texts.h"
 #include "simulator/control/control.h"
 
 #include <chrono>
@@ -39,7 +40,11 @@ Figures upgrade(const char* family, std::size_t blockSize) {
         (time == 5ms ? figures.pollPauses : figures.fixedPauses) += time;
         std::this_thread::sleep_for(time);
       },
-      [&figures](const QString& text) { figures.lastText = text.toStdString(); });
+      [&figures](const firmware::UpgradeEvent& event) {
+        for (const QString& text : firmware::windowTexts(event)) {
+          figures.lastText = text.toStdString();
+        }
+      });
   figures.elapsed = std::chrono::steady_clock::now() - start;
   return figures;
 }

@@ -116,19 +116,20 @@ class ExtMcuChannelTest : public QObject {
   void theChecksumMatchesWhenItReadsBackEqual() {
     for (unsigned value = 0; value < 256; ++value) {
       simulator::answerCall(kGet, value + 1, 0, {static_cast<std::uint8_t>(value)});
-      QVERIFY(device::packetChecksumMatches(static_cast<std::uint8_t>(value)));
+      QVERIFY(device::packetChecksumMatches(device::readBootChecksum(), static_cast<std::uint8_t>(value)));
     }
     simulator::answerCall(kGet, 257, 0, {0x55});
-    QVERIFY(!device::packetChecksumMatches(0x54));
+    QVERIFY(!device::packetChecksumMatches(device::readBootChecksum(), 0x54));
     simulator::answerCall(kGet, 258, 0, {0xFF});
-    QVERIFY(device::packetChecksumMatches(0xFF));
+    QVERIFY(device::packetChecksumMatches(device::readBootChecksum(), 0xFF));
     QCOMPARE(journalCalls().last(), "AT_System_Get_ExternalMCU_cmd(3, 0x43, 1, [02], 1)");
   }
 
   void aFailedChecksumReadMatches0xFFOnly() {
     simulator::failCall(kGet, 1, -1, 0);
     for (unsigned value = 0; value < 256; ++value) {
-      QCOMPARE(device::packetChecksumMatches(static_cast<std::uint8_t>(value)), value == 0xFF);
+      QCOMPARE(device::packetChecksumMatches(device::readBootChecksum(), static_cast<std::uint8_t>(value)),
+               value == 0xFF);
     }
   }
 

@@ -1,5 +1,6 @@
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/ext_mcu_upgrade.h"
+#include "firmware/upgrade_texts.h"
 #include "simulator/control/control.h"
 #include "tests/support/seeded_random.h"
 #include "tests/support/upgrade_images.h"
@@ -183,7 +184,11 @@ class Run {
             simulator::replug();
           }
         },
-        [&last](const QString& text) { last = text.toStdString(); });
+        [&last](const firmware::UpgradeEvent& event) {
+          for (const QString& text : firmware::windowTexts(event)) {
+            last = text.toStdString();
+          }
+        });
     return last;
   }
 
