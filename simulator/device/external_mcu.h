@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/control/control.h"
+#include "simulator/control/records.h"
 #include "simulator/device/clock.h"
 #include "simulator/device/i2c_bus.h"
 #include "simulator/scenario/scenario_tree.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/control/control.h"
+#include "simulator/control/records.h"
 
 #include <cstdint>
 #include <functional>
