@@ -6,6 +6,7 @@
 #include "firmware/capture_burn.h"
 #include "firmware/capture_progress.h"
 #include "firmware/ext_mcu_upgrade.h"
+#include "firmware/upgrade_texts.h"
 #include "gate/loaded_file.h"
 #include "recorder/exported.h"
 #include "recorder/player.h"
@@ -51,7 +52,7 @@ QStringList upgrade(const QString& /*folder*/) {
           std::this_thread::sleep_for(time);
         }
       },
-      [&](const QString& text) { messages << text; });
+      [&](const firmware::UpgradeEvent& event) { messages << firmware::windowTexts(event); });
   closePort();
   uninitialize();
   return messages;
