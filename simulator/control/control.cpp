@@ -3,6 +3,7 @@
 #include "simulator/library/library.h"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <utility>
 
@@ -32,28 +33,26 @@ void clearJournal() { Library::instance().clearJournal(); }
 
 unsigned callsUnderWay() { return Library::instance().callsUnderWay(); }
 
+void addFault(const Fault& fault) { Library::instance().addFault(fault); }
+
 void failCall(const std::string& operation, unsigned call, std::int32_t status, unsigned count) {
-  Library::instance().addFault({operation, call, count, status, {}});
+  addFault({.operation = operation, .first = call, .count = count, .status = status});
 }
 
 void answerCall(const std::string& operation, unsigned call, std::int32_t status, std::vector<std::uint8_t> answer,
                 std::optional<std::uint32_t> length) {
-  Library::instance().addFault({operation, call, 1, status, std::move(answer), length});
+  addFault({.operation = operation, .first = call, .status = status, .answer = std::move(answer), .length = length});
 }
 
 void delayCall(const std::string& operation, unsigned call, std::chrono::nanoseconds time) {
-  FaultPlan::Fault fault{operation, call, 1, 0, {}};
-  fault.answers = false;
-  fault.delay = time;
-  Library::instance().addFault(std::move(fault));
+  addFault({.operation = operation, .first = call, .what = FaultEffect::kDelay, .delay = time});
 }
 
 void unplugAtCall(const std::string& operation, unsigned call) {
-  FaultPlan::Fault fault{operation, call, 1, 0, {}};
-  fault.answers = false;
-  fault.unplugs = true;
-  Library::instance().addFault(std::move(fault));
+  addFault({.operation = operation, .first = call, .what = FaultEffect::kUnplug});
 }
+
+bool plugNextUnit() { return Library::instance().plugNextUnit(); }
 
 void unplug() {
   Library::instance().withDevice([](Device& device) { device.unplug(); });
@@ -72,28 +71,22 @@ void advanceTime(std::chrono::nanoseconds by) {
 }
 
 std::chrono::nanoseconds now() {
-  std::chrono::nanoseconds time{};
-  Library::instance().withDevice([&time](Device& device) { time = device.clock.now(); });
-  return time;
+  return Library::instance().withDevice([](const Device& device) { return device.clock.now(); });
 }
 
 void lie(const Lies& lies) {
-  Library::instance().withDevice([&lies](Device& device) { device.liar.start(lies); });
+  Library::instance().withDevice([&lies](Device& device) { device.transfers.start(lies); });
 }
 
 std::vector<Transfer> transfers() {
-  std::vector<Transfer> transfers;
-  Library::instance().withDevice([&transfers](const Device& device) { transfers = device.liar.transfers(); });
-  return transfers;
+  return Library::instance().withDevice([](const Device& device) { return device.transfers.record(); });
 }
 
 std::vector<std::uint8_t> eepromContent(std::uint8_t address) {
-  std::vector<std::uint8_t> content;
-  Library::instance().withDevice([&](Device& device) {
+  return Library::instance().withDevice([address](Device& device) {
     const auto memory = eepromAt(device, address).content();
-    content.assign(memory.begin(), memory.end());
+    return std::vector<std::uint8_t>(memory.begin(), memory.end());
   });
-  return content;
 }
 
 void programEeprom(std::uint8_t address, std::size_t offset, const std::vector<std::uint8_t>& bytes) {
@@ -137,41 +130,41 @@ void reportDuringBurns(std::vector<float> percents) {
 }
 
 std::vector<std::uint8_t> captureFlash() {
-  std::vector<std::uint8_t> content;
-  Library::instance().withDevice([&content](const Device& device) { content = device.flash.content(); });
-  return content;
+  return Library::instance().withDevice([](const Device& device) { return device.flash.content(); });
 }
 
 std::vector<std::uint8_t> hdcpKey() {
-  std::vector<std::uint8_t> key;
-  Library::instance().withDevice([&key](const Device& device) { key = device.provisioning.key(); });
-  return key;
+  return Library::instance().withDevice([](const Device& device) { return device.provisioning.key(); });
 }
 
 void addMcuFault(const McuFault& fault) {
-  Library::instance().withDevice([&fault](Device& device) { device.mcu.addFault(fault); });
+  constexpr std::array kPoints{FaultPoint::kMcuTransfer, FaultPoint::kMcuReset, FaultPoint::kMcuSetBoot,
+                               FaultPoint::kMcuPacket,   FaultPoint::kMcuStart, FaultPoint::kMcuAddress,
+                               FaultPoint::kMcuData,     FaultPoint::kMcuFinish};
+  constexpr std::array kEffects{FaultEffect::kNotAcknowledged, FaultEffect::kLost, FaultEffect::kDamage,
+                                FaultEffect::kMisread, FaultEffect::kStaysBusy};
+  addFault({.at = kPoints.at(static_cast<std::size_t>(fault.at)),
+            .first = fault.number,
+            .count = fault.count,
+            .what = kEffects.at(static_cast<std::size_t>(fault.kind)),
+            .polls = fault.polls});
 }
 
 void clearMcuFaults() {
-  Library::instance().withDevice([](Device& device) { device.mcu.clearFaults(); });
+  Library::instance().withDevice(
+      [](Device& device) { device.faults.removeAt(FaultPoint::kMcuTransfer, FaultPoint::kMcuFinish); });
 }
 
 std::vector<std::uint8_t> mcuFlash() {
-  std::vector<std::uint8_t> flash;
-  Library::instance().withDevice([&flash](Device& device) { flash = device.mcu.flash(); });
-  return flash;
+  return Library::instance().withDevice([](const Device& device) { return device.mcu.flash(); });
 }
 
 bool mcuRunsApplication() {
-  bool runs = false;
-  Library::instance().withDevice([&runs](Device& device) { runs = device.mcu.runsApplication(); });
-  return runs;
+  return Library::instance().withDevice([](const Device& device) { return device.mcu.runsApplication(); });
 }
 
 std::chrono::nanoseconds mcuBusyTime() {
-  std::chrono::nanoseconds time{};
-  Library::instance().withDevice([&time](Device& device) { time = device.mcu.busyTime(); });
-  return time;
+  return Library::instance().withDevice([](const Device& device) { return device.mcu.busyTime(); });
 }
 
 }  // namespace simulator

@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #if defined(_WIN32)
@@ -47,6 +46,10 @@ SIMULATOR_API void clearJournal();
 /// How many calls have been made and have not returned yet, of all threads.
 SIMULATOR_API unsigned callsUnderWay();
 
+/// Lets a fault happen, wherever it is.
+/// @throws std::invalid_argument for an unknown operation and for a `first` of 0
+SIMULATOR_API void addFault(const Fault& fault);
+
 /// Makes calls of `operation` return `status` and do nothing else.
 /// @param call  the first call to fail, counted from 1 since `reset`
 /// @param count how many calls fail; 0 = all from there on
@@ -78,6 +81,10 @@ SIMULATOR_API void unplugAtCall(const std::string& operation, unsigned call);
 /// fails until `replug`. The port stays open; the library finds the device again.
 SIMULATOR_API void unplug();
 SIMULATOR_API void replug();
+/// Plugs the scenario's next unit in, the present one out. A port that is open
+/// stays the old unit's.
+/// @return false when there is no other unit
+SIMULATOR_API bool plugNextUnit();
 
 /// From here to the next `reset` no call takes real time: the device's clock
 /// moves only by `advanceTime` and by what each call takes on the device.

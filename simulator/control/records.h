@@ -1,5 +1,5 @@
 /// @file
-/// What the control functions hand over, and the model of the device knows as well.
+/// What the simulated device and whoever controls it tell each other.
 #pragma once
 
 #include <chrono>
@@ -21,10 +21,59 @@ struct JournalEntry {
   std::thread::id thread;               ///< the caller's
 };
 
-/// How a device lies: rates in transfers of a thousand. A transfer is a call
-/// that reaches the device, or one step of a burn; none of the session's calls.
+/// Where a fault happens, which is also what is counted.
+enum class FaultPoint {
+  kOperation,  ///< calls of one operation
+  kCall,       ///< calls of any operation
+  // What reaches the device: calls but the session's, and each step of a burn.
+  kTransfer,
+  kRead,
+  kWrite,
+  kCaptureFlash,  ///< steps of a burn: a sector erased or a piece written
+  // Inside the external MCU. A packet counts as a packet and as its command's.
+  kMcuTransfer,
+  kMcuReset,
+  kMcuSetBoot,
+  kMcuPacket,
+  kMcuStart,
+  kMcuAddress,
+  kMcuData,
+  kMcuFinish,
+};
+
+enum class FaultEffect {
+  kAnswer,           ///< the call returns `status` and does nothing but write `answer` and `length`
+  kDelay,            ///< the answer comes `delay` later
+  kUnplug,           ///< the plug is pulled, and put back `delay` later unless that is 0
+  kNotAcknowledged,  ///< nobody acknowledges, and nothing is taken
+  kLost,             ///< done, but reported as failed
+  kIgnored,          ///< reported as success, but not done
+  kDamage,           ///< bytes arrive with flipped bits
+  kMisread,          ///< bytes are read with flipped bits; of a packet: its checksum
+  kShort,            ///< only the beginning of what is read arrives, which counts as success
+  kStaysBusy,        ///< the status stays busy for `polls` reads, or until power is cut
+};
+
+struct Fault {
+  FaultPoint at = FaultPoint::kOperation;
+  std::string operation = {};  ///< of kOperation
+  // When: the `first` one that is counted, from 1 since the device was made, and
+  // `count` of them, 0 = all from there on.
+  std::uint64_t first = 1;
+  std::uint64_t count = 1;
+  std::optional<unsigned> perMille = {};   ///< instead of `count`: how probable it is each time from `first` on
+  std::optional<double> fromPercent = {};  ///< kCaptureFlash: counts the burns that get so far
+  FaultEffect what = FaultEffect::kAnswer;
+  std::int32_t status = 0;
+  std::vector<std::uint8_t> answer = {};     ///< written to the caller's buffer, cut to its size
+  std::optional<std::uint32_t> length = {};  ///< written to the caller's length
+  std::chrono::nanoseconds delay{};
+  unsigned polls = 0;  ///< of kBusy; 0 = until power is cut
+};
+
+/// Faults of transfers that are drawn by lot: rates in transfers of a thousand.
 struct Lies {
-  std::uint64_t seed = 1;    ///< decides, for the same calls, all lies
+  std::uint64_t seed = 1;    ///< decides, for the same calls, all faults
   unsigned flipRead = 0;     ///< one to three bits of what is read are wrong
   unsigned flipWrite = 0;    ///< one to three bits of the bytes that are written arrive wrong
   unsigned shortRead = 0;    ///< only the beginning of what is read arrives, which counts as success
@@ -33,7 +82,7 @@ struct Lies {
   std::optional<unsigned> acknowledged = std::nullopt;
 };
 
-/// What came of a transfer of a device that lies.
+/// What came of a transfer.
 struct Transfer {
   enum class Lie { kNone, kFlippedRead, kFlippedWrite, kShortRead, kSilentWrite, kNoAcknowledge };
   std::size_t call = 0;  ///< number of its call, counted from 0 since `reset` as the calls began
@@ -45,7 +94,6 @@ struct Transfer {
 
 /// A fault of the external MCU, or of the bus to it.
 struct McuFault {
-  /// What is counted. A packet counts as a packet and as its command's.
   enum class At { kTransfer, kReset, kSetBoot, kPacket, kStart, kAddress, kData, kFinish };
   enum class Kind {
     kNotAcknowledged,  ///< the MCU does not acknowledge and takes nothing

@@ -11,7 +11,6 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<std::string_view, 1> kFlashKeys{"failAtPercent"};
 constexpr std::uint8_t kErased = 0xFF;
 
 /// The first text of the form V1.03.07 in an image.
@@ -31,9 +30,6 @@ constexpr std::size_t countOf(std::size_t size, std::size_t unit) { return (size
 void CaptureFlash::configure(const Section& scenario) {
   if (const auto identity = scenario.section("identity", Identity::kIdentityKeys)) {
     version_ = identity->text("captureVersion", kMaxVersion).value_or(version_);
-  }
-  if (const auto flash = scenario.section("captureFlash", kFlashKeys)) {
-    failAtPercent_ = flash->number("failAtPercent", 0, 100);
   }
 }
 
@@ -79,12 +75,15 @@ std::optional<unsigned> CaptureFlash::beginBurn(std::vector<std::uint8_t> image)
   return running_;
 }
 
-std::int32_t CaptureFlash::step(unsigned burn, Liar& liar) {
+std::int32_t CaptureFlash::step(unsigned burn, FaultPlan& faults, Transfers& transfers) {
   if (running_ != burn) {
     return kDeviceGone;
   }
-  if (failAtPercent_ && percent() >= *failAtPercent_) {
-    return kFlashFault;
+  if (const Fault* const fault = faults.next(FaultPoint::kCaptureFlash, {}, double{percent()})) {
+    if (fault->what == FaultEffect::kAnswer) {
+      return fault->status;
+    }
+    faults.requestUnplug(*fault);
   }
   if (isErasing()) {
     std::fill_n(content_.begin() + static_cast<std::ptrdiff_t>(erased_), kSectorSize, kErased);
@@ -92,8 +91,8 @@ std::int32_t CaptureFlash::step(unsigned burn, Liar& liar) {
     erased_ += kSectorSize;
   } else if (!isDone()) {
     const std::size_t size = std::min(kPieceSize, image_.size() - written_);
-    if (!liar.swallows()) {
-      const auto piece = liar.arriving(std::span(image_).subspan(written_, size));
+    if (!transfers.ignoresWrite()) {
+      const auto piece = transfers.arriving(std::span(image_).subspan(written_, size));
       std::copy(piece.begin(), piece.end(), content_.begin() + static_cast<std::ptrdiff_t>(written_));
       noteChange(written_, size);
     }

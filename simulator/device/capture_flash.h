@@ -1,6 +1,7 @@
 #pragma once
 
-#include "simulator/device/liar.h"
+#include "simulator/device/fault_plan.h"
+#include "simulator/device/transfers.h"
 #include "simulator/scenario/scenario_tree.h"
 
 #include <array>
@@ -28,7 +29,6 @@ class CaptureFlash {
   static constexpr std::chrono::milliseconds kPieceTime{15};
   static constexpr std::size_t kMaxVersion = 127;
 
-  static constexpr std::array<std::string_view, 1> kKeys{"captureFlash"};
   void configure(const Section& scenario);
 
   bool hasFirmware() const { return hasFirmware_; }
@@ -53,9 +53,9 @@ class CaptureFlash {
   /// How long the next step of the running burn takes.
   std::chrono::milliseconds stepTime() const { return isErasing() ? kSectorTime : kPieceTime; }
   /// Erases the next sector or writes the next piece.
-  /// @param liar what a piece passes on its way
-  /// @return kDeviceGone when that burn was interrupted, kFlashFault when the flash fails
-  std::int32_t step(unsigned burn, Liar& liar);
+  /// @param transfers what a piece passes on its way
+  /// @return kDeviceGone when that burn was interrupted, or a fault's status
+  std::int32_t step(unsigned burn, FaultPlan& faults, Transfers& transfers);
   /// How much of the running burn's time has passed, in percent.
   float percent() const;
   /// Whether the last burn has written all of its image.
@@ -83,7 +83,6 @@ class CaptureFlash {
   std::vector<std::uint8_t> image_;
   std::size_t erased_ = 0;
   std::size_t written_ = 0;
-  std::optional<double> failAtPercent_;
 };
 
 }  // namespace simulator

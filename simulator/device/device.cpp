@@ -33,16 +33,45 @@ void Device::configure(const Section& scenario) {
   mcu.configure(scenario);
   provisioning.configure(scenario);
   flash.configure(scenario);
+  faults.configure(scenario);
+  if (const auto milliseconds = scenario.number("unplugAfterMs", 0, 1e9)) {
+    unplugAt_ =
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(*milliseconds));
+  }
 }
 
-void Device::unplug() {
+void Device::unplug(std::chrono::nanoseconds away) {
   if (plugged_) {
     plugged_ = false;
+    replugAt_ = away > std::chrono::nanoseconds::zero() ? std::optional(clock.now() + away) : std::nullopt;
     mcu.powerOff();
   }
 }
 
+void Device::plugWhenDue() {
+  if (unplugAt_ && clock.now() >= *unplugAt_) {
+    unplugAt_.reset();
+    unplug();
+  }
+  if (replugAt_ && clock.now() >= *replugAt_) {
+    replug();
+  }
+}
+
+void Device::postpone(std::chrono::nanoseconds by) {
+  if (unplugAt_) {
+    *unplugAt_ += by;
+  }
+}
+
+void Device::unplugIfRequested() {
+  if (const auto fault = faults.takeUnplug()) {
+    unplug(fault->delay);
+  }
+}
+
 void Device::replug() {
+  replugAt_.reset();
   if (!plugged_) {
     plugged_ = true;
     powerCycle();

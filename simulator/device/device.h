@@ -6,16 +6,21 @@
 #include "simulator/device/edid_store.h"
 #include "simulator/device/eeprom.h"
 #include "simulator/device/external_mcu.h"
+#include "simulator/device/fault_plan.h"
 #include "simulator/device/gpio.h"
 #include "simulator/device/i2c_bus.h"
 #include "simulator/device/identity.h"
-#include "simulator/device/liar.h"
 #include "simulator/device/provisioning.h"
 #include "simulator/device/receiver.h"
 #include "simulator/device/temperature_sensor.h"
+#include "simulator/device/transfers.h"
 #include "simulator/device/transmitter.h"
 
+#include <array>
+#include <chrono>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace simulator {
@@ -32,12 +37,22 @@ class Device {
 
   /// Takes from a scenario what each part knows of it.
   /// @throws ScenarioError
+  static constexpr std::array<std::string_view, 1> kKeys{"unplugAfterMs"};
   void configure(const Section& scenario);
 
   /// Whether the device is on the USB bus now.
   bool isReachable() const { return plugged_ && clock.now() >= awayUntil_; }
-  void unplug();
+  /// @param away for how long; 0 = until `replug`
+  void unplug(std::chrono::nanoseconds away = {});
   void replug();
+  /// Whether the plug has been pulled, and is not due to come back.
+  bool isUnplugged() const { return !plugged_ && !replugAt_; }
+  /// Pulls a plug, or puts one back, that is due.
+  void plugWhenDue();
+  /// Moves a scenario's times to a clock that has gone on since.
+  void postpone(std::chrono::nanoseconds by);
+  /// Does what a fault inside the device has asked for.
+  void unplugIfRequested();
   /// Restarts the device, which leaves the bus for kRestartTime.
   void restart();
   void restoreDefaults();
@@ -62,6 +77,7 @@ class Device {
   static constexpr std::chrono::milliseconds kRestartTime{1500};
 
   Clock clock;
+  FaultPlan faults;
   Identity identity;
   Receiver receiver;
   Transmitter transmitter;
@@ -71,16 +87,18 @@ class Device {
   Eeprom boardEeprom{0x50, Eeprom::k24C02, clock};
   Eeprom calibrationEeprom{0x54, Eeprom::k24C64, clock};
   TemperatureSensor sensor;
-  ExternalMcu mcu{clock};
+  ExternalMcu mcu{clock, faults};
   Gpio gpio;
   Provisioning provisioning;
   CaptureFlash flash;
-  Liar liar;
+  Transfers transfers{faults};
 
  private:
   void powerCycle();
 
   bool plugged_ = true;
+  std::optional<std::chrono::nanoseconds> unplugAt_;
+  std::optional<std::chrono::nanoseconds> replugAt_;
   std::chrono::nanoseconds awayUntil_{};
   std::chrono::nanoseconds spent_{};
 };

@@ -1,6 +1,8 @@
 #include "simulator/device/external_mcu.h"
 
 #include <algorithm>
+#include <charconv>
+#include <limits>
 #include <numeric>
 #include <utility>
 
@@ -8,6 +10,10 @@ namespace simulator {
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr std::array<std::string_view, 3> kMcuKeys{"family", "version", "mode"};
+constexpr std::array<std::string_view, 3> kModes{"application", "bootLoader", "silent"};
+constexpr std::size_t kMaxText = 100;
 
 constexpr std::uint8_t kFamilyRegister = 0x00;
 constexpr std::uint8_t kVersionRegister = 0x02;  // the application's
@@ -29,17 +35,28 @@ constexpr std::uint8_t kAddress = 0xA2;
 constexpr std::uint8_t kData = 0xA3;
 constexpr std::uint8_t kFinish = 0xA4;
 
+/// Reads a byte written as "0x12".
+std::optional<std::uint8_t> parseByte(std::string_view text) {
+  if (!text.starts_with("0x") || text.size() > 4) {
+    return std::nullopt;
+  }
+  std::uint8_t byte = 0;
+  const char* const end = text.data() + text.size();
+  const auto [last, error] = std::from_chars(text.data() + 2, end, byte, 16);
+  return error == std::errc() && last == end ? std::optional(byte) : std::nullopt;
+}
+
 /// What a packet is counted as; nothing for a command that does not exist.
-std::optional<McuFault::At> placeOf(std::span<const std::uint8_t> packet) {
+std::optional<FaultPoint> pointOf(std::span<const std::uint8_t> packet) {
   switch (packet[2]) {
     case kStart:
-      return McuFault::At::kStart;
+      return FaultPoint::kMcuStart;
     case kAddress:
-      return McuFault::At::kAddress;
+      return FaultPoint::kMcuAddress;
     case kData:
-      return McuFault::At::kData;
+      return FaultPoint::kMcuData;
     case kFinish:
-      return McuFault::At::kFinish;
+      return FaultPoint::kMcuFinish;
     default:
       return std::nullopt;
   }
@@ -52,7 +69,41 @@ const std::array<ExternalMcu::Family, 2> ExternalMcu::kFamilies{{
     {'v', 0x00000000, 128, 64UL * 1024, 10ms, 5ms},
 }};
 
-ExternalMcu::ExternalMcu(const Clock& clock) : clock_(clock) { setFamily(familyCode_); }
+ExternalMcu::ExternalMcu(const Clock& clock, FaultPlan& faults) : clock_(clock), faults_(faults) {
+  setFamily(familyCode_);
+}
+
+void ExternalMcu::configure(const Section& scenario) {
+  const auto mcu = scenario.section("externalMcu", kMcuKeys);
+  if (!mcu) {
+    return;
+  }
+  const auto byteOf = [&mcu](std::string_view key, const std::string& text, const char* remedy) {
+    const auto byte = parseByte(text);
+    if (!byte) {
+      mcu->fail(key, remedy);
+    }
+    return *byte;
+  };
+  if (const auto version = mcu->text("version", kMaxText)) {
+    factoryVersion_ = byteOf("version", *version,
+                             R"(must be a byte from "0x00" to "0xFF"; its halves are the version's two numbers)");
+  }
+  std::uint8_t code = familyCode_;
+  if (const auto family = mcu->text("family", kMaxText)) {
+    code = *family == "2" || *family == "v"
+               ? static_cast<std::uint8_t>(family->front())
+               : byteOf("family", *family, R"(must be "2", "v" or, for an unknown family, a byte such as "0x41")");
+  }
+  setFamily(code);
+  if (const auto mode = mcu->choice("mode", kModes)) {
+    silent_ = *mode == 2;
+    if (*mode == 1) {
+      applicationValid_ = false;
+      enterBootLoader();
+    }
+  }
+}
 
 void ExternalMcu::setFamily(std::uint8_t code) {
   familyCode_ = code;
@@ -119,20 +170,19 @@ bool ExternalMcu::answersAt(std::uint8_t address) const {
          address == (hasWaited || runsApplication() ? kApplicationAddress : kBootLoaderAddress);
 }
 
-const McuFault* ExternalMcu::faultOf(McuFault::At at) {
-  const unsigned number = ++counts_[at];
-  for (const McuFault& fault : faults_) {
-    if (fault.at == at && number >= fault.number && (fault.count == 0 || number - fault.number < fault.count)) {
-      return &fault;
-    }
+const Fault* ExternalMcu::faultAt(FaultPoint at) {
+  const Fault* const fault = faults_.next(at);
+  if (fault && fault->what == FaultEffect::kUnplug) {
+    faults_.requestUnplug(*fault);  // behind what this transfer does
+    return nullptr;
   }
-  return nullptr;
+  return fault;
 }
 
 bool ExternalMcu::write(std::uint8_t address, std::span<const std::uint8_t> bytes) {
   settle(address);
-  const McuFault* const fault = faultOf(McuFault::At::kTransfer);
-  if (bytes.empty() || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
+  const Fault* const fault = faultAt(FaultPoint::kMcuTransfer);
+  if (bytes.empty() || (fault && fault->what == FaultEffect::kNotAcknowledged)) {
     return false;
   }
   const bool acknowledged = inBootLoader_ ? writeToBootLoader(bytes) : writeToApplication(bytes);
@@ -141,8 +191,8 @@ bool ExternalMcu::write(std::uint8_t address, std::span<const std::uint8_t> byte
 
 bool ExternalMcu::read(std::uint8_t address, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) {
   settle(address);
-  const McuFault* const fault = faultOf(McuFault::At::kTransfer);
-  if (index.size() != 1 || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
+  const Fault* const fault = faultAt(FaultPoint::kMcuTransfer);
+  if (index.size() != 1 || (fault && fault->what == FaultEffect::kNotAcknowledged)) {
     return false;
   }
   std::fill(result.begin(), result.end(), kUnusedRegister);
@@ -186,8 +236,8 @@ bool ExternalMcu::writeToApplication(std::span<const std::uint8_t> bytes) {
   if (bytes.size() != 2 || bytes[0] != kResetRegister || bytes[1] != 0x01) {
     return true;  // nothing that the program uses
   }
-  const McuFault* const fault = faultOf(McuFault::At::kReset);
-  if (fault && fault->kind == McuFault::Kind::kNotAcknowledged) {
+  const Fault* const fault = faultAt(FaultPoint::kMcuReset);
+  if (fault && fault->what == FaultEffect::kNotAcknowledged) {
     return false;
   }
   enterBootLoader();
@@ -202,16 +252,16 @@ bool ExternalMcu::writeToBootLoader(std::span<const std::uint8_t> bytes) {
   if (bytes.size() != 2 || bytes[0] != kStatusRegister || bytes[1] != 0x01) {
     return true;
   }
-  const McuFault* const fault = faultOf(McuFault::At::kSetBoot);
-  if (isBusy() || (fault && fault->kind == McuFault::Kind::kNotAcknowledged)) {
+  const Fault* const fault = faultAt(FaultPoint::kMcuSetBoot);
+  if (isBusy() || (fault && fault->what == FaultEffect::kNotAcknowledged)) {
     return false;
   }
   state_ = State::kIdle;
   work(kSetBootTime);
-  if (fault && fault->kind == McuFault::Kind::kStaysBusy) {
+  if (fault && fault->what == FaultEffect::kStaysBusy) {
     busyPolls_ = fault->polls;
   }
-  return !fault || fault->kind == McuFault::Kind::kStaysBusy;
+  return !fault || fault->what == FaultEffect::kStaysBusy;
 }
 
 bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
@@ -219,19 +269,19 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
     return false;
   }
   // Both counts go on, whichever of the two has the fault.
-  const McuFault* const fault = faultOf(McuFault::At::kPacket);
-  const auto place = placeOf(bytes);
-  const McuFault* const ownFault = place ? faultOf(*place) : nullptr;
-  const auto has = [&](McuFault::Kind kind) {
-    return (fault && fault->kind == kind) || (ownFault && ownFault->kind == kind);
+  const Fault* const fault = faultAt(FaultPoint::kMcuPacket);
+  const auto point = pointOf(bytes);
+  const Fault* const ownFault = point ? faultAt(*point) : nullptr;
+  const auto has = [&](FaultEffect what) {
+    return (fault && fault->what == what) || (ownFault && ownFault->what == what);
   };
-  if (isBusy() || has(McuFault::Kind::kNotAcknowledged)) {
+  if (isBusy() || has(FaultEffect::kNotAcknowledged)) {
     return false;
   }
   std::vector<std::uint8_t> packet(bytes.begin(), bytes.end());
-  if (has(McuFault::Kind::kDamage)) {
+  if (has(FaultEffect::kDamage)) {
     // Some other bit each time.
-    const std::size_t bit = counts_[McuFault::At::kPacket] * std::size_t{37} % (8 * (kPacketSize - 1));
+    const std::size_t bit = faults_.count(FaultPoint::kMcuPacket) * std::size_t{37} % (8 * (kPacketSize - 1));
     packet[1 + bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
   }
 
@@ -243,13 +293,13 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
     while (checksum_ == packet.back() || checksum_ == static_cast<std::uint8_t>(sum)) {
       ++checksum_;
     }
-  } else if (has(McuFault::Kind::kStaysBusy)) {
-    busyPolls_ = (fault && fault->kind == McuFault::Kind::kStaysBusy ? fault : ownFault)->polls;
+  } else if (has(FaultEffect::kStaysBusy)) {
+    busyPolls_ = (fault && fault->what == FaultEffect::kStaysBusy ? fault : ownFault)->polls;
   }
-  if (has(McuFault::Kind::kWrongChecksum)) {
+  if (has(FaultEffect::kMisread)) {
     ++checksum_;
   }
-  return !has(McuFault::Kind::kLostReply);
+  return !has(FaultEffect::kLost);
 }
 
 bool ExternalMcu::take(std::span<const std::uint8_t> packet) {

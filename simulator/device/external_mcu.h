@@ -1,7 +1,7 @@
 #pragma once
 
-#include "simulator/control/records.h"
 #include "simulator/device/clock.h"
+#include "simulator/device/fault_plan.h"
 #include "simulator/device/i2c_bus.h"
 #include "simulator/scenario/scenario_tree.h"
 
@@ -9,7 +9,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <span>
 #include <vector>
@@ -45,13 +44,11 @@ class ExternalMcu : public I2cTarget {
   static constexpr std::chrono::milliseconds kVerifyTime{20};
   static constexpr std::chrono::milliseconds kSilenceBeforeStart{1000};
 
-  /// @param clock must outlive the MCU
-  explicit ExternalMcu(const Clock& clock);
+  /// @param clock  must outlive the MCU, as must `faults`
+  ExternalMcu(const Clock& clock, FaultPlan& faults);
 
   static constexpr std::array<std::string_view, 1> kKeys{"externalMcu"};
   void configure(const Section& scenario);
-  void addFault(const McuFault& fault) { faults_.push_back(fault); }
-  void clearFaults() { faults_.clear(); }
 
   void store(StateWriter& writer) const;
   /// @throws StateError
@@ -96,7 +93,7 @@ class ExternalMcu : public I2cTarget {
   void work(std::chrono::nanoseconds nominal);
   std::uint8_t bootLoaderRegister(std::uint8_t index);
 
-  const McuFault* faultOf(McuFault::At at);
+  const Fault* faultAt(FaultPoint at);
   bool writeToApplication(std::span<const std::uint8_t> bytes);
   bool writeToBootLoader(std::span<const std::uint8_t> bytes);
   bool receivePacket(std::span<const std::uint8_t> bytes);
@@ -108,6 +105,7 @@ class ExternalMcu : public I2cTarget {
   void programPage();
 
   const Clock& clock_;
+  FaultPlan& faults_;
   std::uint8_t familyCode_ = '2';
   const Family* family_ = nullptr;  // null when the code is none that we know
   std::uint8_t factoryVersion_ = 0x12;
@@ -130,9 +128,6 @@ class ExternalMcu : public I2cTarget {
   std::chrono::nanoseconds awayUntil_{};
   std::chrono::nanoseconds lastTransfer_{};
   std::chrono::nanoseconds busyTime_{};
-
-  std::vector<McuFault> faults_;
-  std::map<McuFault::At, unsigned> counts_;
 };
 
 }  // namespace simulator

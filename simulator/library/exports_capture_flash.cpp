@@ -65,7 +65,7 @@ int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
     };
 
     int32_t status = call.step([&](Device& device) {
-      if (device.liar.swallows()) {
+      if (device.transfers.ignoresWrite()) {
         return simulator::kOk;
       }
       const auto begun = device.flash.beginBurn(std::move(*image));
@@ -83,7 +83,7 @@ int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
     while (status == simulator::kOk && !isDone) {
       call.wait(stepTime);
       status = call.step([&](Device& device) {
-        const int32_t result = device.flash.step(burn, device.liar);
+        const int32_t result = device.flash.step(burn, device.faults, device.transfers);
         return result == simulator::kOk ? look(device.flash) : result;
       });
       if (status == simulator::kOk) {

@@ -81,7 +81,7 @@ int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t siz
         if (slot >= EdidStore::kSlots || !bytes || size == 0 || size > EdidStore::kTableSize) {
           return simulator::kInvalidArgument;
         }
-        device.edid.writeSlot(slot, device.liar.arriving({bytes, size}));
+        device.edid.writeSlot(slot, device.transfers.arriving({bytes, size}));
         device.spend(kSlotWriteTime);
         return simulator::kOk;
       });

@@ -29,8 +29,8 @@ int32_t AT_System_Send_ExternalMCU_cmd(uint8_t bus, uint8_t slave, uint16_t leng
           return simulator::kInvalidArgument;
         }
         I2cTarget* const target = targetAt(device, bus, slave);
-        return target && target->write(slave, device.liar.arriving({data, length})) ? simulator::kOk
-                                                                                    : simulator::kNoAnswer;
+        return target && target->write(slave, device.transfers.arriving({data, length})) ? simulator::kOk
+                                                                                         : simulator::kNoAnswer;
       });
 }
 

@@ -22,7 +22,7 @@ int32_t burnHDCP(const char* path) {
     if (!key) {
       return simulator::kBadFile;
     }
-    device.provisioning.storeKey(device.liar.arriving(*key));
+    device.provisioning.storeKey(device.transfers.arriving(*key));
     device.spend(Provisioning::kKeyTime);
     return simulator::kOk;
   });
@@ -50,7 +50,7 @@ int32_t AT_USB_Set_SerialNum(const uint8_t* bytes, uint32_t length) {
     if (!bytes || length == 0 || length > Provisioning::kMaxSerialNumber) {
       return simulator::kInvalidArgument;
     }
-    const std::vector<uint8_t> arrived = device.liar.arriving({bytes, length});
+    const std::vector<uint8_t> arrived = device.transfers.arriving({bytes, length});
     device.provisioning.setSerialNumber(std::string(arrived.begin(), arrived.end()));
     return simulator::kOk;
   });

@@ -53,6 +53,13 @@ Library::Library() : device_(std::make_shared<Device>()) {
 void Library::install(Scenario scenario) {
   memory_.reset();
   device_ = std::move(scenario.device);
+  laterUnits_.clear();
+  for (std::unique_ptr<Device>& unit : scenario.laterUnits) {
+    laterUnits_.push_back(std::move(unit));
+  }
+  unit_ = 1;
+  nextUnitAt_.reset();
+  ++scenarios_;
   plan_ = std::move(scenario.plan);
   session_ = Session();
   calls_ = 0;
@@ -67,14 +74,16 @@ std::int32_t Library::recall() {
   }
   const std::chrono::nanoseconds before = device_->clock.now();
   try {
-    memory_.emplace(plan_.stateFile, *device_);
+    std::filesystem::path path = plan_.stateFile;
+    if (unit_ > 1) {
+      path += "." + std::to_string(unit_);
+    }
+    memory_.emplace(path, *device_);
   } catch (const StateFileError& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return error.status();
   }
-  if (plan_.unplugAfter) {
-    *plan_.unplugAfter += device_->clock.now() - before;
-  }
+  device_->postpone(device_->clock.now() - before);
   return kOk;
 }
 
@@ -91,52 +100,85 @@ void Library::remember() {
   }
 }
 
-void Library::unplugWhenDue() {
-  if (plan_.unplugAfterCalls && calls_ > *plan_.unplugAfterCalls) {
-    plan_.unplugAfterCalls.reset();
-    device_->unplug();
+void Library::plugWhenDue() {
+  device_->plugWhenDue();
+  if (laterUnits_.empty() || !device_->isUnplugged()) {
+    return;
   }
-  if (plan_.unplugAfter && device_->clock.now() >= *plan_.unplugAfter) {
-    plan_.unplugAfter.reset();
-    device_->unplug();
+  if (!nextUnitAt_) {
+    nextUnitAt_ = device_->clock.now() + plan_.nextUnitAfter;
   }
+  if (device_->clock.skipsWaiting() || device_->clock.now() >= *nextUnitAt_) {
+    plugNext();
+  }
+}
+
+void Library::plugNext() {
+  nextUnitAt_.reset();
+  memory_.reset();
+  device_->unplug();
+  const DevicePointer next = laterUnits_.front();
+  laterUnits_.pop_front();
+  next->clock = device_->clock;
+  next->postpone(next->clock.now());
+  device_ = next;
+  ++unit_;
 }
 
 std::optional<std::int32_t> Library::refusal(const DevicePointer& device, Needs needs) {
   if (needs == Needs::kNothing) {
     return std::nullopt;
   }
-  if (device != device_ || !session_.isPortOpen()) {
+  if (device != device_) {
+    return device->isReachable() ? kNoPort : kDeviceGone;
+  }
+  if (!session_.isPortOpen()) {
     return kNoPort;
   }
-  unplugWhenDue();
-  return device->isReachable() ? std::nullopt : std::optional(kDeviceGone);
+  device->plugWhenDue();
+  return device->isReachable() && session_.isPortOf(*device) ? std::nullopt : std::optional(kDeviceGone);
+}
+
+void Library::apply(const Fault& fault, const Call& call, Entered& entered) {
+  switch (fault.what) {
+    case FaultEffect::kDelay:
+      entered.delay = fault.delay;
+      break;
+    case FaultEffect::kUnplug:
+      device_->unplug(fault.delay);
+      break;
+    default:
+      if (call.output.data()) {
+        std::copy_n(fault.answer.begin(), std::min(fault.answer.size(), call.output.size()), call.output.begin());
+      }
+      if (call.length && fault.length) {
+        *call.length = *fault.length;
+      }
+      entered.status = fault.status;
+  }
 }
 
 Library::Entered Library::enter(Call call, Needs needs) {
   const std::scoped_lock lock(state_);
-  Entered entered{device_, {call.operation, std::move(call.arguments), 0, {}, std::this_thread::get_id()}, {}, {}, {},
-                  0};
+  plugWhenDue();
+  Entered entered;
+  entered.device = device_;
+  entered.scenario = scenarios_;
+  entered.entry.operation = call.operation;
+  entered.entry.arguments = std::move(call.arguments);
+  entered.entry.thread = std::this_thread::get_id();
   entered.start = device_->clock.now();
   entered.number = calls_++;
   device_->finishWork();
-  unplugWhenDue();
-  const FaultPlan::Fault* const fault = plan_.faults.nextCall(call.operation);
-  if (fault) {
-    entered.delay = fault->delay;
-    if (fault->unplugs) {
-      device_->unplug();
+  // Both are counted, whichever fault the call then has.
+  const Fault* const anyFault = device_->faults.next(FaultPoint::kCall);
+  const Fault* const ownFault = device_->faults.next(FaultPoint::kOperation, call.operation);
+  for (const Fault* const fault : {anyFault, ownFault}) {
+    if (fault) {
+      apply(*fault, call, entered);
     }
   }
-  if (fault && fault->answers) {
-    if (call.output.data()) {
-      std::copy_n(fault->answer.begin(), std::min(fault->answer.size(), call.output.size()), call.output.begin());
-    }
-    if (call.length && fault->length) {
-      *call.length = *fault->length;
-    }
-    entered.status = fault->status;
-  } else {
+  if (!entered.status) {
     entered.status = refusal(device_, needs);
   }
   return entered;
@@ -145,9 +187,9 @@ Library::Entered Library::enter(Call call, Needs needs) {
 std::int32_t Library::leave(Entered& entered, std::int32_t status) {
   pass(entered.device, entered.delay);
   const std::scoped_lock lock(state_);
-  if (entered.device == device_) {
+  if (entered.scenario == scenarios_) {
     entered.entry.result = status;
-    entered.entry.duration = device_->clock.now() - entered.start;
+    entered.entry.duration = entered.device->clock.now() - entered.start;
     journal_.push_back(std::move(entered.entry));
     if (journal_.size() > kMaxJournal) {
       journal_.pop_front();
@@ -194,7 +236,8 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
       status = *refused;
     } else {
       Device& device = *entered.device;
-      status = device.liar.transfer(entered.number, output, [&] { return body(device); });
+      status = device.transfers.transfer(entered.number, output, [&] { return body(device); });
+      device.unplugIfRequested();
       spent = entered.device->takeSpentTime();
       remember();
     }
@@ -241,7 +284,8 @@ std::int32_t Library::LongCall::step(const std::function<std::int32_t(Device&)>&
   if (const auto refused = library_.refusal(device_, Needs::kPort)) {
     return *refused;
   }
-  const std::int32_t status = device_->liar.begin(number_) ? step(*device_) : kNoAnswer;
+  const std::int32_t status = device_->transfers.begin(number_) ? step(*device_) : kNoAnswer;
+  device_->unplugIfRequested();
   library_.remember();
   return status;
 }
@@ -286,18 +330,22 @@ void Library::clearJournal() {
   journal_.clear();
 }
 
-void Library::addFault(FaultPlan::Fault fault) {
-  if (fault.call == 0 || device::findOperation(fault.operation) == nullptr) {
-    throw std::invalid_argument("no call " + std::to_string(fault.call) + " of an operation named " + fault.operation);
+void Library::addFault(Fault fault) {
+  const bool isKnown = fault.at != FaultPoint::kOperation || device::findOperation(fault.operation) != nullptr;
+  if (fault.first == 0 || !isKnown) {
+    throw std::invalid_argument("no call " + std::to_string(fault.first) + " of an operation named " + fault.operation);
   }
   const std::scoped_lock lock(state_);
-  plan_.faults.add(std::move(fault));
+  device_->faults.add(std::move(fault));
 }
 
-void Library::withDevice(const std::function<void(Device&)>& action) {
+bool Library::plugNextUnit() {
   const std::scoped_lock lock(state_);
-  action(*device_);
-  remember();
+  if (laterUnits_.empty()) {
+    return false;
+  }
+  plugNext();
+  return true;
 }
 
 }  // namespace simulator

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/control/control.h"
+#include "simulator/control/records.h"
 #include "simulator/device/burn_control.h"
 #include "simulator/device/device.h"
 #include "simulator/library/device_memory.h"
@@ -58,14 +58,28 @@ class Library {
   std::vector<JournalEntry> journal() const;
   void clearJournal();
   unsigned callsUnderWay() const { return callsUnderWay_.load(std::memory_order_relaxed); }
-  void addFault(FaultPlan::Fault fault);
-  void withDevice(const std::function<void(Device&)>& action);
+  /// @throws std::invalid_argument for an unknown operation and for a first of 0
+  void addFault(Fault fault);
+  /// @return false when there is no other unit
+  bool plugNextUnit();
+  /// Runs an action on the device and returns what it returns.
+  template <typename Action>
+  auto withDevice(Action action) {
+    const std::scoped_lock lock(state_);
+    const Finally remembers{[this] { remember(); }};
+    return action(*device_);
+  }
   BurnControl& burnControl() { return burnControl_; }
 
  private:
   using DevicePointer = std::shared_ptr<Device>;
+  struct Finally {
+    std::function<void()> action;
+    ~Finally() { action(); }
+  };
   struct Entered {
-    DevicePointer device;  // tells whether the device was replaced meanwhile
+    DevicePointer device;
+    std::uint64_t scenario = 0;  // tells whether another one was installed meanwhile
     JournalEntry entry;
     std::chrono::nanoseconds start{};
     std::optional<std::int32_t> status;  // set when the call ends here
@@ -78,7 +92,10 @@ class Library {
 
   enum class Needs { kNothing, kPort };
   Entered enter(Call call, Needs needs);
-  void unplugWhenDue();
+  void plugWhenDue();
+  void plugNext();
+  /// Lets a fault change the call that comes in.
+  void apply(const Fault& fault, const Call& call, Entered& entered);
   /// Takes the device's state from its file, when it has one and was not asked yet.
   std::int32_t recall();
   /// Writes what has changed of the device to its state file.
@@ -96,6 +113,10 @@ class Library {
 
   BurnControl burnControl_;
   DevicePointer device_;
+  std::deque<DevicePointer> laterUnits_;
+  unsigned unit_ = 1;  // number of the one that is plugged in
+  std::optional<std::chrono::nanoseconds> nextUnitAt_;
+  std::uint64_t scenarios_ = 0;
   RunPlan plan_;
   std::optional<DeviceMemory> memory_;
   Session session_;

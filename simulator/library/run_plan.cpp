@@ -1,7 +1,5 @@
 #include "simulator/library/run_plan.h"
 
-#include <limits>
-
 namespace simulator {
 namespace {
 
@@ -23,19 +21,12 @@ void RunPlan::configure(const Section& scenario) {
   if (const auto milliseconds = scenario.number("latencyMs", 0, 60'000)) {
     latency = fromMilliseconds(*milliseconds);
   }
-  if (const auto calls = scenario.integer("unplugAfterCalls", 0, 1'000'000'000)) {
-    unplugAfterCalls = static_cast<std::uint64_t>(*calls);
-  }
-  if (const auto milliseconds = scenario.number("unplugAfterMs", 0, kMaxMilliseconds)) {
-    unplugAfter = fromMilliseconds(*milliseconds);
-  }
-  if (const auto number = scenario.integer("seed", 0, std::numeric_limits<std::int64_t>::max())) {
-    seed = static_cast<std::uint64_t>(*number);
+  if (const auto milliseconds = scenario.number("nextUnitAfterMs", 0, kMaxMilliseconds)) {
+    nextUnitAfter = fromMilliseconds(*milliseconds);
   }
   if (const auto path = scenario.text("stateFile", kMaxPath)) {
     stateFile = std::u8string(path->begin(), path->end());
   }
-  faults.configure(scenario);
 }
 
 }  // namespace simulator

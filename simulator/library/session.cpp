@@ -44,6 +44,7 @@ std::int32_t Session::openPort(const Device& device) {
     return kDeviceGone;
   }
   state_ = State::kOpen;
+  device_ = &device;
   return kOk;
 }
 
@@ -56,7 +57,7 @@ std::int32_t Session::closePort(const Device& device) {
   }
   state_ = State::kSelected;
   stale_ = false;
-  return device.isReachable() ? kOk : kDeviceGone;
+  return isPortOf(device) && device.isReachable() ? kOk : kDeviceGone;
 }
 
 std::int32_t Session::uninitialize() {

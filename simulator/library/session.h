@@ -23,11 +23,14 @@ class Session {
   void loseEnd() { stale_ = state_ == State::kOpen; }
 
   bool isPortOpen() const { return state_ == State::kOpen; }
+  /// Whether the open port is that device's, not one's that was there before.
+  bool isPortOf(const Device& device) const { return device_ == &device; }
 
  private:
   enum class State { kStart, kInitialized, kSelected, kOpen };
   State state_ = State::kStart;
-  bool stale_ = false;  // the caller believes that the port is closed
+  const Device* device_ = nullptr;  // whose port was opened
+  bool stale_ = false;              // the caller believes that the port is closed
 };
 
 }  // namespace simulator

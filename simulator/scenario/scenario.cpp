@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::size_t kMaxFileSize = std::size_t{1024} * 1024;
 
-/// All keys of the outermost object: each part of the device names its own.
-std::vector<std::string_view> knownKeys() {
+/// All keys of a device: each part names its own.
+std::vector<std::string_view> unitKeys() {
   std::vector<std::string_view> keys;
   const auto add = [&keys](std::span<const std::string_view> more) {
     keys.insert(keys.end(), more.begin(), more.end());
@@ -25,10 +25,26 @@ std::vector<std::string_view> knownKeys() {
   add(Audio::kKeys);
   add(EdidStore::kKeys);
   add(ExternalMcu::kKeys);
-  add(CaptureFlash::kKeys);
-  add(RunPlan::kKeys);
+  add(Device::kKeys);
   add(FaultPlan::kKeys);
   return keys;
+}
+
+/// All keys of the outermost object.
+std::vector<std::string_view> scenarioKeys() {
+  std::vector<std::string_view> keys = unitKeys();
+  keys.insert(keys.end(), RunPlan::kKeys.begin(), RunPlan::kKeys.end());
+  return keys;
+}
+
+std::unique_ptr<Device> makeDevice(const RunPlan& plan, const Section& scenario) {
+  auto device = std::make_unique<Device>();
+  device->clock.setSpeedFactor(plan.speedFactor);
+  if (plan.skipsWaiting) {
+    device->clock.skipWaiting();
+  }
+  device->configure(scenario);
+  return device;
 }
 
 std::string nameOf(const std::filesystem::path& path) {
@@ -55,15 +71,18 @@ std::filesystem::path pathFromEnvironment([[maybe_unused]] const char* name, [[m
 Scenario readScenario(std::string_view json, const std::string& name) {
   try {
     const ScenarioValue tree = parseScenario(json);
-    const std::vector<std::string_view> keys = knownKeys();
-    const Section root(tree, "", keys);
+    const Section root(tree, "", scenarioKeys());
     Scenario scenario;
     scenario.plan.configure(root);
-    scenario.device->clock.setSpeedFactor(scenario.plan.speedFactor);
-    if (scenario.plan.skipsWaiting) {
-      scenario.device->clock.skipWaiting();
+    const std::vector<Section> units = root.sections("units", unitKeys());
+    scenario.device = makeDevice(scenario.plan, root);
+    if (!units.empty()) {
+      scenario.device->configure(units.front());
     }
-    scenario.device->configure(root);
+    for (std::size_t i = 1; i < units.size(); ++i) {
+      scenario.laterUnits.push_back(makeDevice(scenario.plan, root));
+      scenario.laterUnits.back()->configure(units[i]);
+    }
     return scenario;
   } catch (const ScenarioError& error) {
     throw std::runtime_error(errorLine(name + ":" + std::to_string(error.line()) + ": " + error.what()));

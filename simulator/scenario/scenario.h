@@ -9,11 +9,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simulator {
 
 struct Scenario {
   std::unique_ptr<Device> device = std::make_unique<Device>();
+  std::vector<std::unique_ptr<Device>> laterUnits;  ///< plugged in one after the other behind `device`
   RunPlan plan;
 };
 

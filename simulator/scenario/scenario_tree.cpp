@@ -13,15 +13,6 @@ namespace {
 
 constexpr std::size_t kMaxDepth = 32;
 
-std::string joined(std::span<const std::string_view> words) {
-  std::string text;
-  for (const std::string_view word : words) {
-    text += text.empty() ? "" : ", ";
-    text += word;
-  }
-  return text;
-}
-
 /// Walks over a text and keeps the line of the byte read last. A line break
 /// belongs to the line that it ends: the parser reads one byte past a number,
 /// which must not move the number to the next line.
@@ -155,6 +146,15 @@ std::string shortest(double value) {
 
 }  // namespace
 
+std::string joinedWords(std::span<const std::string_view> words) {
+  std::string text;
+  for (const std::string_view word : words) {
+    text += text.empty() ? "" : ", ";
+    text += word;
+  }
+  return text;
+}
+
 ScenarioValue parseScenario(std::string_view json) {
   if (json.find_first_not_of(" \t\r\n") == std::string_view::npos) {
     throw ScenarioError(1, "the scenario is empty; write at least {}");
@@ -176,12 +176,12 @@ Section::Section(const ScenarioValue& value, std::string path, std::span<const s
   const auto* members = std::get_if<ScenarioValue::Object>(&value.value);
   if (!members) {
     throw ScenarioError(value.line, (path_.empty() ? "the scenario" : "\"" + path_ + "\"") +
-                                        " must be an object in braces; keys known in it: " + joined(keys));
+                                        " must be an object in braces; keys known in it: " + joinedWords(keys));
   }
   for (const ScenarioValue::Member& member : *members) {
     if (std::find(keys.begin(), keys.end(), member.key) == keys.end()) {
       throw ScenarioError(member.line,
-                          "\"" + pathOf(member.key) + "\" is not a known key; known here: " + joined(keys));
+                          "\"" + pathOf(member.key) + "\" is not a known key; known here: " + joinedWords(keys));
     }
   }
 }
@@ -264,9 +264,9 @@ std::optional<std::size_t> Section::choice(std::string_view key, std::span<const
     if (const auto found = std::find(choices.begin(), choices.end(), *text); found != choices.end()) {
       return static_cast<std::size_t>(found - choices.begin());
     }
-    fail(key, "cannot be \"" + *text + "\"; known here: " + joined(choices));
+    fail(key, "cannot be \"" + *text + "\"; known here: " + joinedWords(choices));
   }
-  fail(key, "must be one of these texts: " + joined(choices));
+  fail(key, "must be one of these texts: " + joinedWords(choices));
 }
 
 std::optional<Section> Section::section(std::string_view key, std::span<const std::string_view> keys) const {

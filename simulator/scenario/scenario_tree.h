@@ -43,6 +43,9 @@ struct ScenarioValue::Member {
   ScenarioValue value;
 };
 
+/// Words with commas between them, for messages.
+std::string joinedWords(std::span<const std::string_view> words);
+
 /// Reads a JSON text.
 /// @throws ScenarioError at the first mistake, at a key that stands twice in an
 ///         object and at nesting deeper than 32

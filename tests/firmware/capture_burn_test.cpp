@@ -239,7 +239,7 @@ class CaptureBurnTest : public CaptureFixture {
   }
 
   void aFlashThatFailsLeavesNoFirmware() {
-    QCOMPARE(simulator::loadScenario(R"({"captureFlash": {"failAtPercent": 60.5}})"), std::string());
+    QCOMPARE(simulator::loadScenario(R"({"faults": [{"at": "captureFlash", "fromPercent": 60.5}]})"), std::string());
     simulator::useVirtualTime();
     user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7", 1'000'000)));

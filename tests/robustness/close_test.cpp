@@ -56,7 +56,7 @@ constexpr std::array kJobs{
         "click BN_Connect;click BN_Browse_ExtMCU_QX;open DIR/short.bin;CLOSE;click BN_Apply_ExtMCU_QX", 1500, 1500,
         true},
     Job{"MCU that never gets ready",
-        R"({"externalMcu": {"mode": "bootLoader", "faults": [{"at": "packet", "kind": "busy", "polls": 0}]},
+        R"({"externalMcu": {"mode": "bootLoader"}, "faults": [{"at": "mcu.packet", "what": "busy"}],
             "latencyMs": 5})",
         "click BN_Connect;click BN_Browse_ExtMCU_QX;open DIR/mcu.bin;CLOSE;click BN_Apply_ExtMCU_QX", 1350, 1300, true},
     Job{"capture burn", "{}",
@@ -75,7 +75,8 @@ constexpr std::array kJobs{
         "click BN_Connect;click BN_Browse_Cap_QX;open DIR/short.img;click BN_Browse_ExtMCU_QX;open DIR/mcu.bin;CLOSE;"
         "click BN_Apply_CapMCU_QX;click BN_Apply_ExtMCU_QX",
         800, 600, true, 1000},
-    Job{"failed burn, progress timer running", R"({"speedFactor": 50, "captureFlash": {"failAtPercent": 30}})",
+    Job{"failed burn, progress timer running",
+        R"({"speedFactor": 50, "faults": [{"at": "captureFlash", "fromPercent": 30, "count": 0}]})",
         "click BN_Connect;click BN_Browse_Cap_QX;open DIR/short.img;CLOSE;click BN_Apply_CapMCU_QX", 1300, 510, false},
     // From here on, the GUI thread itself makes the calls.
     Job{"Connect", R"({"latencyMs": 40})", "CLOSE;wait 20;click BN_Connect", 260, 220, true},

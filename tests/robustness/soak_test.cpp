@@ -55,11 +55,11 @@ constexpr std::array kDevices{
     R"({})",
     R"({"model": "KVR-5B", "signal": "2160p24-dolby-vision", "sink": {"present": false}})",
     R"({"externalMcu": {"family": "v"}, "signal": "2160p60-hdr10", "edid": {"mode": "mixed", "defaultSlot": 5}})",
-    R"({"externalMcu": {"family": "v", "faults": [{"at": "data", "number": 3, "kind": "damage"}]}})",
-    R"({"externalMcu": {"mode": "bootLoader", "faults": [{"at": "packet", "kind": "busy", "polls": 0}]}})",
+    R"({"externalMcu": {"family": "v"}, "faults": [{"at": "mcu.data", "first": 3, "what": "damage"}]})",
+    R"({"externalMcu": {"mode": "bootLoader"}, "faults": [{"at": "mcu.packet", "what": "busy"}]})",
     R"({"externalMcu": {"mode": "silent"}, "signal": "none"})",
     R"({"externalMcu": {"family": "0x41"}, "audio": {"format": 200, "samplingRate": 255}})",
-    R"({"captureFlash": {"failAtPercent": 40}, "latencyMs": 3})",
+    R"({"faults": [{"at": "captureFlash", "fromPercent": 40, "count": 0}], "latencyMs": 3})",
     R"({"unplugAfterCalls": 60, "speedFactor": 3})",
 };
 

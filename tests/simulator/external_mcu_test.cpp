@@ -284,13 +284,16 @@ class ExternalMcuTest : public QObject {
   }
 
   void faultsComeFromTheScenario() {
-    open(R"({"mode": "bootLoader", "faults": [
-        {"at": "start", "number": 2, "count": 2, "kind": "damage"},
-        {"at": "start", "number": 4, "kind": "wrongChecksum"},
-        {"at": "start", "number": 5, "kind": "noAnswer"},
-        {"at": "packet", "number": 6, "kind": "lostReply"},
-        {"at": "packet", "number": 7, "kind": "busy", "polls": 3},
-        {"at": "transfer", "number": 50, "kind": "noAnswer", "count": 0}]})");
+    QCOMPARE(simulator::loadScenario(R"({"externalMcu": {"mode": "bootLoader"}, "faults": [
+        {"at": "mcu.start", "first": 2, "count": 2, "what": "damage"},
+        {"at": "mcu.start", "first": 4, "what": "misread"},
+        {"at": "mcu.start", "first": 5, "what": "notAcknowledged"},
+        {"at": "mcu.packet", "first": 6, "what": "lost"},
+        {"at": "mcu.packet", "first": 7, "what": "busy", "polls": 3},
+        {"at": "mcu.transfer", "first": 50, "what": "notAcknowledged", "count": 0}]})"),
+             std::string());
+    simulator::useVirtualTime();
+    openDefaultDevice();
     QVERIFY(taken(packet(0xA1)));
     QVERIFY(!taken(packet(0xA1)));
     QVERIFY(!taken(packet(0xA1)));

@@ -154,14 +154,90 @@ class SimulatorFaultsTest : public QObject {
 
   void aScenarioInjectsFaults() {
     load(R"({"faults": [
-      {"operation": "AT_Get_Current_Input_Source", "call": 2, "count": 2, "status": -9},
-      {"operation": "AT_Get_Current_Input_Source", "call": 5, "count": 0},
-      {"operation": "AT_GPIO_Get_Param", "status": 0, "answer": "1f"}]})");
+      {"at": "AT_Get_Current_Input_Source", "first": 2, "count": 2, "status": -9},
+      {"at": "AT_Get_Current_Input_Source", "first": 5, "count": 0},
+      {"at": "AT_GPIO_Get_Param", "status": 0, "answer": "1f"}]})");
     openDefaultDevice();
     QCOMPARE(readSource(6), (QVector<int>{0, -9, -9, 0, simulator::kInjected, simulator::kInjected}));
     std::uint8_t value = 0;
     QCOMPARE(AT_GPIO_Get_Param(0, 0, &value), 0);
     QCOMPARE(value, std::uint8_t{0x1F});
+  }
+
+  // Whatever a test can do to a call, a scenario can say.
+  void aScenarioSaysAllThatATestCan() {
+    load(R"({"faults": [
+      {"at": "AT_Get_UVC_Name", "status": 0, "answer": "79", "length": 4294967295},
+      {"at": "AT_GPIO_Get_Param", "what": "delay", "delayMs": 2000},
+      {"at": "call", "first": 6, "what": "delay", "delayMs": 5},
+      {"at": "AT_Get_Current_Input_Source", "first": 2, "what": "unplug", "delayMs": 100}]})");
+    openDefaultDevice();
+    Scratch scratch;
+    QCOMPARE(AT_Get_UVC_Name(scratch.buffer.data(), 100, &scratch.length), 0);
+    QCOMPARE(scratch.length, std::uint32_t{0xFFFFFFFF});
+    QCOMPARE(AT_GPIO_Get_Param(0, 0, scratch.buffer.data()), 0);
+    QVERIFY(simulator::journal().back().duration == 2s);
+    QCOMPARE(readSource(3), (QVector<int>{0, simulator::kDeviceGone, simulator::kDeviceGone}));
+    QVERIFY(simulator::journal().at(5).duration == 5ms);
+    simulator::advanceTime(100ms);
+    QCOMPARE(readSource(2), (QVector<int>{0, 0}));
+  }
+
+  void theSeedDecidesWhatIsDrawnByLot() {
+    const auto statuses = [](const char* seed) {
+      const std::string faults = R"("faults": [{"at": "AT_Get_Current_Input_Source", "perMille": 300, "status": -9}]})";
+      load((std::string(R"({"seed": )") + seed + ", " + faults).c_str());
+      openDefaultDevice();
+      return readSource(1000);
+    };
+    const QVector<int> seen = statuses("1");
+    QVERIFY(seen.count(-9) > 200 && seen.count(-9) < 400);
+    QCOMPARE(seen.count(-9) + seen.count(0), 1000);
+    QCOMPARE(statuses("1"), seen);
+    QVERIFY(statuses("2") != seen);
+  }
+
+  void aFaultAtAStepOfABurnOrAPacketPullsThePlug() {
+    const BurnFile file;
+    load(R"({"faults": [{"at": "captureFlash", "first": 2, "what": "unplug", "delayMs": 10}]})");
+    openDefaultDevice();
+    QCOMPARE(burnToFlash(file.path(), [](float) {}), simulator::kDeviceGone);
+    simulator::advanceTime(10ms);
+    std::uint8_t version[128];
+    QCOMPARE(AT_Get_Customer_Ver(version), simulator::kNoFirmware);
+    QCOMPARE(burnToFlash(file.path(), [](float) {}), 0);
+    load(R"({"externalMcu": {"mode": "bootLoader"}, "faults": [{"at": "mcu.setBoot", "what": "unplug"}]})");
+    openDefaultDevice();
+    const std::uint8_t setBoot[] = {0x01, 0x01};
+    AT_System_Send_ExternalMCU_cmd(3, 0x43, 2, setBoot);
+    QCOMPARE(readSource(1), QVector<int>{simulator::kDeviceGone});
+  }
+
+  void unitsArePluggedInOneAfterTheOther() {
+    load(R"({"nextUnitAfterMs": 50, "edid": {"defaultSlot": 3}, "units": [
+      {"unplugAfterMs": 1000}, {"edid": {"defaultSlot": 4}, "unplugAfterCalls": 6}, {"edid": {"defaultSlot": 5}}]})");
+    const auto slot = [] {
+      std::uint8_t value = 99;
+      const std::int32_t status = AT_EDID_Flash_Get_Default_table(&value);
+      return status == 0 ? int{value} : status;
+    };
+    openDefaultDevice();
+    QCOMPARE(slot(), 3);
+    simulator::advanceTime(1000ms);
+    QCOMPARE(slot(), simulator::kDeviceGone);
+    simulator::advanceTime(50ms);
+    // The next unit is there; the port is still the first one's.
+    QCOMPARE(slot(), simulator::kDeviceGone);
+    QCOMPARE(closePort(), simulator::kDeviceGone);
+    openDefaultDevice();
+    QCOMPARE(slot(), 4);
+    // Counted per unit: two calls of the old port, three of Connect, the one above.
+    QCOMPARE(slot(), simulator::kDeviceGone);
+    QVERIFY(simulator::plugNextUnit());
+    QVERIFY(!simulator::plugNextUnit());
+    QCOMPARE(closePort(), simulator::kDeviceGone);
+    openDefaultDevice();
+    QCOMPARE(slot(), 5);
   }
 
   void thePlugIsPulledAfterANumberOfCalls() {

@@ -11,11 +11,10 @@
 namespace {
 
 const QString kTopKeys =
-    "model, identity, signal, inputs, sink, audio, edid, externalMcu, captureFlash, description, clock, "
-    "speedFactor, "
-    "latencyMs, unplugAfterCalls, unplugAfterMs, seed, stateFile, faults";
+    "model, identity, signal, inputs, sink, audio, edid, externalMcu, unplugAfterMs, seed, faults, unplugAfterCalls, "
+    "description, clock, speedFactor, latencyMs, stateFile, units, nextUnitAfterMs";
 const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
-const QString kMcuKeys = "family, version, mode, faults";
+const QString kMcuKeys = "family, version, mode";
 
 }  // namespace
 
@@ -82,8 +81,9 @@ class SimulatorScenarioTest : public QObject {
         "1: \"audio.gain\" is not a known key; known here: format, samplingRate, receiverGain, headphoneGain, muted");
     row("unknown key of externalMcu", "{\"externalMcu\": {\r\n\"fam\": \"2\"}}",
         "2: \"externalMcu.fam\" is not a known key; known here: " + kMcuKeys);
-    row("unknown key of a fault", "{\"faults\": [\n{\"operation\": \"openPort\"},\n{\"nth\": 1}]}",
-        "3: \"faults[1].nth\" is not a known key; known here: operation, call, count, status, answer");
+    row("unknown key of a fault", "{\"faults\": [\n{\"at\": \"openPort\"},\n{\"nth\": 1}]}",
+        "3: \"faults[1].nth\" is not a known key; known here: at, first, count, perMille, fromPercent, what, "
+        "status, answer, length, delayMs, polls");
     row("key twice", "{\"seed\": 1,\n\n\"seed\": 2}",
         "3: \"seed\" stands twice; the first is at line 1, remove one of them");
     row("unknown model", "{\n\"model\": \"KVR-9\"}", "2: \"model\" cannot be \"KVR-9\"; known here: KVR-7, KVR-5B");
@@ -112,21 +112,30 @@ class SimulatorScenarioTest : public QObject {
     row("mode unknown", "{\"externalMcu\": {\"mode\": \"boot\"}}",
         "1: \"externalMcu.mode\" cannot be \"boot\"; known here: application, bootLoader, silent");
     const auto faultRow = [](const char* name, const char* fault, const QString& error) {
-      QTest::newRow(name) << QByteArray("{\"externalMcu\": {\"faults\": [") + fault + "]}}"
-                          << "1: \"externalMcu.faults[0]" + error;
+      QTest::newRow(name) << QByteArray("{\"faults\": [") + fault + "]}"
+                          << "1: \"faults[0]" + error;
     };
-    faultRow("MCU fault without place", R"({"kind": "busy"})", ".at\" is missing");
-    faultRow("MCU fault without kind", R"({"at": "data"})", ".kind\" is missing");
-    faultRow("MCU fault at no place", R"({"at": "end", "kind": "busy"})",
-             ".at\" cannot be \"end\"; known here: transfer, reset, setBoot, packet, start, address, data, finish");
-    faultRow("MCU fault of no kind", R"({"at": "data", "kind": "late"})",
-             ".kind\" cannot be \"late\"; known here: noAnswer, lostReply, damage, wrongChecksum, busy");
-    faultRow("MCU fault counted from zero", R"({"at": "data", "kind": "damage", "number": 0})",
-             ".number\" must be a whole number from 1 to 2147483647");
-    faultRow("damage to no packet", R"({"at": "reset", "kind": "damage"})",
-             ".kind\" can only happen to a packet: at packet, start, address, data or finish");
-    faultRow("busy without work", R"({"at": "transfer", "kind": "busy"})",
-             ".kind\" can only follow what the boot loader works on: setBoot or a packet");
+    faultRow("MCU fault without effect", "{\"at\": \"mcu.transfer\"}",
+             ".what\" is missing; known here: notAcknowledged, lost, unplug");
+    faultRow("MCU fault of no effect", "{\"at\": \"mcu.data\", \"what\": \"late\"}",
+             ".what\" cannot be \"late\"; known here: notAcknowledged, lost, damage, misread, busy, unplug");
+    faultRow("MCU fault counted from zero", "{\"at\": \"mcu.data\", \"what\": \"damage\", \"first\": 0}",
+             ".first\" must be a whole number from 1 to 1000000000");
+    faultRow("damage to no packet", "{\"at\": \"mcu.reset\", \"what\": \"damage\"}",
+             ".what\" cannot be \"damage\"; known here: notAcknowledged, lost, unplug");
+    faultRow("busy without work", "{\"at\": \"mcu.transfer\", \"what\": \"busy\"}",
+             ".what\" cannot be \"busy\"; known here: notAcknowledged, lost, unplug");
+    faultRow("operation that is misread", "{\"at\": \"openPort\", \"what\": \"misread\"}",
+             ".what\" cannot be \"misread\"; known here: answer, delay, unplug");
+    faultRow("probability above one", "{\"at\": \"read\", \"what\": \"short\", \"perMille\": 1001}",
+             ".perMille\" must be a whole number from 0 to 1000");
+    faultRow("progress of no burn", "{\"at\": \"openPort\", \"fromPercent\": 60}",
+             ".fromPercent\" is the progress of a burn; it needs \"at\": \"captureFlash\"");
+    faultRow("length below zero", "{\"at\": \"openPort\", \"length\": -1}",
+             ".length\" must be a whole number from 0 to 4294967295");
+    row("unit with a key of the run", "{\"units\": [{},\n{\"latencyMs\": 3}]}",
+        "2: \"units[1].latencyMs\" is not a known key; known here: model, identity, signal, inputs, sink, audio, edid, "
+        "externalMcu, unplugAfterMs, seed, faults, unplugAfterCalls");
     for (const char* version : {"1.2", "0x", "0x100", "0xG1", "12", "0x1 "}) {
       row(qPrintable(QStringLiteral("version %1").arg(version)),
           QByteArray("{\"externalMcu\": {\"version\": \"" + QByteArray(version) + "\"}}"),
@@ -139,16 +148,18 @@ class SimulatorScenarioTest : public QObject {
         "2: \"inputs.hdmi\" cannot be \"1440p144\", which travels over DP");
     row("faults no array", "{\"faults\": {}}", "1: \"faults\" must be an array in brackets");
     row("fault no object", "{\"faults\": [\n3]}",
-        "2: \"faults[0]\" must be an object in braces; keys known in it: operation, call, count, status, answer");
-    row("fault without operation", "{\"faults\": [\n{\"call\": 1}]}",
-        "2: \"faults[0].operation\" is missing; name one of the library's operations");
-    row("call zero", "{\"faults\": [{\"operation\": \"openPort\", \"call\": 0}]}",
-        "1: \"faults[0].call\" must be a whole number from 1 to 1000000000");
-    row("status over 32 bits", "{\"faults\": [{\"operation\": \"openPort\", \"status\": 2147483648}]}",
+        "2: \"faults[0]\" must be an object in braces; keys known in it: at, first, count, perMille, fromPercent, "
+        "what, status, "
+        "answer, length, delayMs, polls");
+    row("fault without place", "{\"faults\": [\n{\"first\": 1}]}",
+        "2: \"faults[0].at\" is missing; name one of the library's operations or a point in the device");
+    row("call zero", "{\"faults\": [{\"at\": \"openPort\", \"first\": 0}]}",
+        "1: \"faults[0].first\" must be a whole number from 1 to 1000000000");
+    row("status over 32 bits", "{\"faults\": [{\"at\": \"openPort\", \"status\": 2147483648}]}",
         "1: \"faults[0].status\" must be a whole number from -2147483648 to 2147483647");
     for (const char* answer : {"1", "1 2", "123", "0g", "01  02", "01-02", "01 "}) {
       row(qPrintable(QStringLiteral("answer %1").arg(answer)),
-          QByteArray("{\"faults\": [{\"operation\": \"openPort\", \"answer\": \"" + QByteArray(answer) + "\"}]}"),
+          QByteArray("{\"faults\": [{\"at\": \"openPort\", \"answer\": \"" + QByteArray(answer) + "\"}]}"),
           "1: \"faults[0].answer\" must be bytes of two hexadecimal digits with blanks between, for example \"00 1F\"");
     }
   }
@@ -186,8 +197,8 @@ class SimulatorScenarioTest : public QObject {
   }
 
   void anUnknownOperationAndAnUnknownSignalAreAnsweredWithTheKnownOnes() {
-    QString text = QString::fromStdString(simulator::loadScenario(R"({"faults": [{"operation": "AT_Get"}]})"));
-    QVERIFY(text.startsWith("scenario:1: \"faults[0].operation\" cannot be \"AT_Get\"; known here: initialize, "));
+    QString text = QString::fromStdString(simulator::loadScenario(R"({"faults": [{"at": "AT_Get"}]})"));
+    QVERIFY(text.startsWith("scenario:1: \"faults[0].at\" cannot be \"AT_Get\"; known here: call, "));
     QVERIFY(text.endsWith("AT_SetHDMI_HDCP_OnOff"));
     text = QString::fromStdString(simulator::loadScenario("{\n\"signal\": \"1080p61\"}"));
     QVERIFY(text.startsWith("scenario:2: \"signal\" cannot be \"1080p61\"; known here: none, 480p60-dvi, "));

@@ -13,7 +13,7 @@ namespace {
 
 // Set by the command line: how often a process is killed at a random moment,
 // and how the moments are chosen.
-int kills = 3;
+int kills = 2;
 std::uint32_t seed = 1;
 
 constexpr int kSector = 64 * 1024;
@@ -273,7 +273,7 @@ class StateFileTest : public QObject {
     QCOMPARE(transfers, 13);
     const Run good = probe();
     QCOMPARE(good.said("running"), QStringLiteral("application"));
-    for (int end = 1; end < transfers; ++end) {
+    for (const int end : {1, 2, 4, 6, 9, 12}) {
       QVERIFY(QFile::remove(path("device.state")));
       QCOMPARE(probe({"upgrade", "0", QString::number(end)}).exitCode, -1);
       QCOMPARE(probe().said("running"), QStringLiteral("boot loader"));

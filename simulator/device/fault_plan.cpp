@@ -1,0 +1,245 @@
+#include "simulator/device/fault_plan.h"
+
+#include "device/operations.h"
+#include "simulator/device/status.h"
+#include "simulator/scenario/scenario_tree.h"
+
+#include <algorithm>
+#include <charconv>
+#include <initializer_list>
+#include <limits>
+
+namespace simulator {
+namespace {
+
+constexpr unsigned kCertain = 1000;
+constexpr std::int64_t kMaxCounted = 1'000'000'000;
+constexpr std::size_t kMaxAnswer = 4096;
+
+constexpr std::array<std::string_view, 11> kFaultKeys{"at",     "first",  "count",  "perMille", "fromPercent", "what",
+                                                      "status", "answer", "length", "delayMs",  "polls"};
+
+struct Effect {
+  std::string_view name;
+  FaultEffect what;
+};
+constexpr std::array<Effect, 10> kEffects{{
+    {"answer", FaultEffect::kAnswer},
+    {"delay", FaultEffect::kDelay},
+    {"unplug", FaultEffect::kUnplug},
+    {"notAcknowledged", FaultEffect::kNotAcknowledged},
+    {"lost", FaultEffect::kLost},
+    {"ignored", FaultEffect::kIgnored},
+    {"damage", FaultEffect::kDamage},
+    {"misread", FaultEffect::kMisread},
+    {"short", FaultEffect::kShort},
+    {"busy", FaultEffect::kStaysBusy},
+}};
+
+/// A point, and what can happen there.
+struct Point {
+  std::string_view name;
+  FaultPoint at;
+  std::array<FaultEffect, 6> effects;
+  std::size_t effectCount;
+  std::int32_t status;  ///< when the fault names none
+};
+
+constexpr Point point(std::string_view name, FaultPoint at, std::initializer_list<FaultEffect> effects,
+                      std::int32_t status = kInjected) {
+  Point result{name, at, {}, effects.size(), status};
+  std::copy(effects.begin(), effects.end(), result.effects.begin());
+  return result;
+}
+
+using enum FaultEffect;
+constexpr Point kOperationPoint = point("", FaultPoint::kOperation, {kAnswer, kDelay, kUnplug});
+constexpr std::array<Point, 13> kPoints{{
+    point("call", FaultPoint::kCall, {kAnswer, kDelay, kUnplug}),
+    point("transfer", FaultPoint::kTransfer, {kNotAcknowledged, kUnplug}),
+    point("read", FaultPoint::kRead, {kMisread, kShort}),
+    point("write", FaultPoint::kWrite, {kDamage, kIgnored}),
+    point("captureFlash", FaultPoint::kCaptureFlash, {kAnswer, kUnplug}, kFlashFault),
+    point("mcu.transfer", FaultPoint::kMcuTransfer, {kNotAcknowledged, kLost, kUnplug}),
+    point("mcu.reset", FaultPoint::kMcuReset, {kNotAcknowledged, kLost, kUnplug}),
+    point("mcu.setBoot", FaultPoint::kMcuSetBoot, {kNotAcknowledged, kLost, kStaysBusy, kUnplug}),
+    point("mcu.packet", FaultPoint::kMcuPacket, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
+    point("mcu.start", FaultPoint::kMcuStart, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
+    point("mcu.address", FaultPoint::kMcuAddress, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
+    point("mcu.data", FaultPoint::kMcuData, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
+    point("mcu.finish", FaultPoint::kMcuFinish, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
+}};
+
+constexpr std::size_t kPlaces = kPoints.size() + device::kOperationNames.size();
+/// The points inside the device, then the operations.
+constexpr auto kPlaceNames = [] {
+  std::array<std::string_view, kPlaces> names{};
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    names[i] = i < kPoints.size() ? kPoints[i].name : device::kOperationNames[i - kPoints.size()];
+  }
+  return names;
+}();
+
+std::string_view nameOf(FaultEffect what) {
+  return std::find_if(kEffects.begin(), kEffects.end(), [what](const Effect& effect) { return effect.what == what; })
+      ->name;
+}
+
+FaultEffect readEffect(const Section& section, const Point& where) {
+  std::vector<std::string_view> names;
+  for (std::size_t i = 0; i < where.effectCount; ++i) {
+    names.push_back(nameOf(where.effects[i]));
+  }
+  if (const auto index = section.choice("what", names)) {
+    return where.effects[*index];
+  }
+  if (where.effects[0] != kAnswer) {
+    section.fail("what", "is missing; known here: " + joinedWords(names));
+  }
+  return kAnswer;
+}
+
+/// Reads bytes written as "00 1F".
+std::optional<std::vector<std::uint8_t>> parseBytes(std::string_view text) {
+  std::vector<std::uint8_t> bytes;
+  if (!text.empty() && text.size() % 3 != 2) {
+    return std::nullopt;
+  }
+  for (std::size_t i = 0; i < text.size(); i += 3) {
+    std::uint8_t byte = 0;
+    const char* const first = text.data() + i;
+    if (i != 0 && first[-1] != ' ') {
+      return std::nullopt;
+    }
+    const auto [last, error] = std::from_chars(first, first + 2, byte, 16);
+    if (error != std::errc() || last != first + 2) {
+      return std::nullopt;
+    }
+    bytes.push_back(byte);
+  }
+  return bytes;
+}
+
+void readTimes(const Section& section, Fault& fault) {
+  fault.first = static_cast<std::uint64_t>(section.integer("first", 1, kMaxCounted).value_or(1));
+  fault.count = static_cast<std::uint64_t>(section.integer("count", 0, kMaxCounted).value_or(1));
+  if (const auto rate = section.integer("perMille", 0, kCertain)) {
+    fault.perMille = static_cast<unsigned>(*rate);
+  }
+  fault.fromPercent = section.number("fromPercent", 0, 100);
+  if (fault.fromPercent && fault.at != FaultPoint::kCaptureFlash) {
+    section.fail("fromPercent", "is the progress of a burn; it needs \"at\": \"captureFlash\"");
+  }
+}
+
+void readAnswer(const Section& section, const Point& where, Fault& fault) {
+  fault.status = static_cast<std::int32_t>(
+      section.integer("status", std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max())
+          .value_or(where.status));
+  if (const auto answer = section.text("answer", kMaxAnswer)) {
+    const auto bytes = parseBytes(*answer);
+    if (!bytes) {
+      section.fail("answer", "must be bytes of two hexadecimal digits with blanks between, for example \"00 1F\"");
+    }
+    fault.answer = *bytes;
+  }
+  if (const auto length = section.integer("length", 0, std::numeric_limits<std::uint32_t>::max())) {
+    fault.length = static_cast<std::uint32_t>(*length);
+  }
+}
+
+Fault readFault(const Section& section) {
+  const auto place = section.choice("at", kPlaceNames);
+  if (!place) {
+    section.fail("at", "is missing; name one of the library's operations or a point in the device");
+  }
+  const bool isPoint = *place < kPoints.size();
+  const Point& where = isPoint ? kPoints[*place] : kOperationPoint;
+  Fault fault;
+  fault.at = where.at;
+  fault.operation = isPoint ? "" : kPlaceNames[*place];
+  fault.what = readEffect(section, where);
+  readTimes(section, fault);
+  readAnswer(section, where, fault);
+  if (const auto delay = section.number("delayMs", 0, 1e9)) {
+    fault.delay =
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(*delay));
+  }
+  fault.polls = static_cast<unsigned>(section.integer("polls", 0, kMaxCounted).value_or(0));
+  return fault;
+}
+
+}  // namespace
+
+void FaultPlan::configure(const Section& scenario) {
+  if (const auto number = scenario.integer("seed", 0, std::numeric_limits<std::int64_t>::max())) {
+    seed(static_cast<std::uint64_t>(*number));
+  }
+  if (const auto calls = scenario.integer("unplugAfterCalls", 0, kMaxCounted)) {
+    add({.at = FaultPoint::kCall, .first = static_cast<std::uint64_t>(*calls) + 1, .what = kUnplug});
+  }
+  for (const Section& fault : scenario.sections("faults", kFaultKeys)) {
+    add(readFault(fault));
+  }
+}
+
+void FaultPlan::removeAt(FaultPoint first, FaultPoint last) {
+  std::erase_if(faults_, [&](const Planned& planned) { return planned.fault.at >= first && planned.fault.at <= last; });
+}
+
+bool FaultPlan::hasAt(FaultPoint first, FaultPoint last) const {
+  return std::any_of(faults_.begin(), faults_.end(),
+                     [&](const Planned& planned) { return planned.fault.at >= first && planned.fault.at <= last; });
+}
+
+const Fault* FaultPlan::next(FaultPoint at, std::string_view operation, double percent) {
+  const std::uint64_t number = ++counts_[{at, std::string(operation)}];
+  for (Planned& planned : faults_) {
+    const Fault& fault = planned.fault;
+    if (fault.at == at && fault.operation == operation && concerns(planned, number, percent)) {
+      return &fault;
+    }
+  }
+  return nullptr;
+}
+
+const Fault* FaultPlan::nextWith(FaultPoint at, FaultEffect what) {
+  const std::uint64_t number = ++counts_[{at, std::string(nameOf(what))}];
+  for (Planned& planned : faults_) {
+    const Fault& fault = planned.fault;
+    if (fault.at == at && fault.what == what && concerns(planned, number, 0)) {
+      return &fault;
+    }
+  }
+  return nullptr;
+}
+
+std::uint64_t FaultPlan::count(FaultPoint at) const {
+  const auto found = counts_.find({at, {}});
+  return found == counts_.end() ? 0 : found->second;
+}
+
+void FaultPlan::resetCount(FaultPoint at) {
+  std::erase_if(counts_, [at](const auto& count) { return count.first.at == at; });
+}
+
+// Not a distribution of the standard library: the same seed must bring the same
+// faults wherever this is built.
+std::size_t FaultPlan::below(std::size_t limit) { return static_cast<std::size_t>(random_() % limit); }
+
+bool FaultPlan::concerns(Planned& planned, std::uint64_t number, double percent) {
+  const Fault& fault = planned.fault;
+  if (fault.fromPercent) {
+    // Counts the burns that get so far, each of which it ends.
+    number = percent >= *fault.fromPercent ? ++planned.burns : 0;
+  }
+  if (number < fault.first) {
+    return false;
+  }
+  if (fault.perMille) {
+    return below(kCertain) < *fault.perMille;
+  }
+  return fault.count == 0 || number - fault.first < fault.count;
+}
+
+}  // namespace simulator

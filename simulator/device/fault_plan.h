@@ -1,0 +1,71 @@
+#pragma once
+
+#include "simulator/control/records.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace simulator {
+
+class Section;
+
+/// All faults of a device: where, when and what. Whatever can fail asks here
+/// each time, which counts it; that is the only place where faults are counted
+/// and drawn by lot.
+class FaultPlan {
+ public:
+  static constexpr std::array<std::string_view, 3> kKeys{"seed", "faults", "unplugAfterCalls"};
+  void configure(const Section& scenario);
+
+  void add(Fault fault) { faults_.push_back({std::move(fault)}); }
+  /// Takes the faults at a range of points away. Counts go on.
+  void removeAt(FaultPoint first, FaultPoint last);
+  bool hasAt(FaultPoint first, FaultPoint last) const;
+
+  /// Counts something at a point and gives the first fault added that concerns
+  /// it, or null.
+  /// @param operation of kOperation
+  /// @param percent progress of the burn, of kCaptureFlash
+  const Fault* next(FaultPoint at, std::string_view operation = {}, double percent = 0);
+  /// As `next`, for a point where each effect is asked for, and counted, alone.
+  const Fault* nextWith(FaultPoint at, FaultEffect what);
+  std::uint64_t count(FaultPoint at) const;
+  void resetCount(FaultPoint at);
+
+  void seed(std::uint64_t seed) { random_.seed(seed); }
+  /// A random number below `limit`.
+  std::size_t below(std::size_t limit);
+
+  /// Notes that a fault inside the device pulls its plug, for the library to do
+  /// when the step that runs is over.
+  void requestUnplug(const Fault& fault) { unplug_ = fault; }
+  std::optional<Fault> takeUnplug() { return std::exchange(unplug_, std::nullopt); }
+
+ private:
+  struct Counted {
+    FaultPoint at;
+    std::string detail;
+    auto operator<=>(const Counted&) const = default;
+  };
+
+  struct Planned {
+    Fault fault;
+    std::uint64_t burns = 0;  // that it has ended
+  };
+
+  bool concerns(Planned& planned, std::uint64_t number, double percent);
+
+  std::vector<Planned> faults_;
+  std::map<Counted, std::uint64_t> counts_;
+  std::mt19937_64 random_{1};
+  std::optional<Fault> unplug_;
+};
+
+}  // namespace simulator
