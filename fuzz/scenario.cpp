@@ -82,6 +82,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::require(std::none_of(error.begin(), error.end(),
                              [](char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F; }),
                 "an error is one printable line");
+  for (const char* hidden : {"\xC2\x9B", "\xC2\x85", "\xE2\x80\xAE", "\xE2\x81\xA6", "\xE2\x80\xA8"}) {
+    fuzz::require(error.find(hidden) == std::string::npos, "without control characters of any encoding");
+  }
   fuzz::require(error.size() < 2200, "of a length that can be read");
   const std::size_t lines = 1 + static_cast<std::size_t>(std::count(json.begin(), json.end(), '\n'));
   const std::size_t colon = error.find(": ");

@@ -1,6 +1,7 @@
 #include "simulator/device/audio.h"
 
 #include "simulator/device/state_bytes.h"
+#include "simulator/scenario/scenario_tree.h"
 
 namespace simulator {
 namespace {

@@ -1,14 +1,15 @@
 #pragma once
 
 #include "simulator/device/signals.h"
-#include "simulator/scenario/scenario_tree.h"
 
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 namespace simulator {
 
+class Section;
 class StateReader;
 class StateWriter;
 

@@ -7,8 +7,8 @@
 
 namespace simulator {
 
-/// What a test does to the reports of burns: holds a burn after some of them,
-/// puts others in their place. Any thread.
+/// Lets a test hold burns after a number of progress reports, or replace the
+/// reports. Any thread.
 class BurnControl {
  public:
   void hold(unsigned reports);

@@ -3,6 +3,7 @@
 #include "simulator/device/identity.h"
 #include "simulator/device/state_bytes.h"
 #include "simulator/device/status.h"
+#include "simulator/scenario/scenario_tree.h"
 
 #include <algorithm>
 #include <string_view>

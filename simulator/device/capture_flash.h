@@ -2,7 +2,6 @@
 
 #include "simulator/device/fault_plan.h"
 #include "simulator/device/transfers.h"
-#include "simulator/scenario/scenario_tree.h"
 
 #include <array>
 #include <chrono>
@@ -14,6 +13,7 @@
 
 namespace simulator {
 
+class Section;
 class StateReader;
 class StateWriter;
 

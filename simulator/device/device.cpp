@@ -1,6 +1,7 @@
 #include "simulator/device/device.h"
 
 #include "simulator/device/state_bytes.h"
+#include "simulator/scenario/scenario_tree.h"
 
 #include <algorithm>
 #include <string_view>

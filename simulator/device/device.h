@@ -25,8 +25,12 @@
 
 namespace simulator {
 
-/// The simulated capture device: its parts and what they share. The parts see
-/// each other's state only through the device, so that there is one story.
+class Section;
+class StateReader;
+class StateWriter;
+
+/// The simulated capture device. Its parts see each other's state only through
+/// the device, which keeps them consistent.
 class Device {
  public:
   /// A device in its default state, which embeds the default scenario.

@@ -2,6 +2,7 @@
 
 #include "simulator/device/edid_tables.h"
 #include "simulator/device/state_bytes.h"
+#include "simulator/scenario/scenario_tree.h"
 
 #include <algorithm>
 

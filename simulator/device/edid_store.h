@@ -1,7 +1,5 @@
 #pragma once
 
-#include "simulator/scenario/scenario_tree.h"
-
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -11,6 +9,7 @@
 
 namespace simulator {
 
+class Section;
 class StateReader;
 class StateWriter;
 

@@ -1,5 +1,7 @@
 #include "simulator/device/external_mcu.h"
 
+#include "simulator/scenario/scenario_tree.h"
+
 #include <algorithm>
 #include <charconv>
 #include <limits>
@@ -12,7 +14,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::array<std::string_view, 3> kMcuKeys{"family", "version", "mode"};
-constexpr std::array<std::string_view, 3> kModes{"application", "bootLoader", "silent"};
+enum Mode : std::size_t { kApplicationMode, kBootLoaderMode, kSilentMode };
+constexpr std::array<std::string_view, 3> kModes{"application", "bootLoader", "silent"};  // in that order
 constexpr std::size_t kMaxText = 100;
 
 constexpr std::uint8_t kFamilyRegister = 0x00;
@@ -97,8 +100,8 @@ void ExternalMcu::configure(const Section& scenario) {
   }
   setFamily(code);
   if (const auto mode = mcu->choice("mode", kModes)) {
-    silent_ = *mode == 2;
-    if (*mode == 1) {
+    silent_ = *mode == kSilentMode;
+    if (*mode == kBootLoaderMode) {
       applicationValid_ = false;
       enterBootLoader();
     }
@@ -114,7 +117,7 @@ void ExternalMcu::setFamily(std::uint8_t code) {
 }
 
 void ExternalMcu::installFactoryFirmware() {
-  // Bytes that no image of zeros or of 0xFF is mistaken for.
+  // A fill pattern that differs from images of all 0x00 and all 0xFF.
   flash_.resize(family_ ? family_->capacity : kFamilies[0].capacity);
   std::iota(flash_.begin(), flash_.end(), std::uint8_t{0x55});
   flash_[kVersionOffset] = factoryVersion_;
@@ -153,8 +156,7 @@ bool ExternalMcu::runsApplication() const {
                             clock_.now() - std::max(lastTransfer_, workEnd_) >= kSilenceBeforeStart);
 }
 
-// The application starts by the clock, not by a transfer; this notes it at the
-// next one.
+// Time starts the application, not a transfer; the next transfer takes note.
 void ExternalMcu::settle(std::uint8_t address) {
   if (inBootLoader_ && (runsApplication() || address == kApplicationAddress)) {
     inBootLoader_ = false;
@@ -268,7 +270,7 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
   if (bytes.size() != kPacketSize) {
     return false;
   }
-  // Both counts go on, whichever of the two has the fault.
+  // Advance both counters, whichever fault fires.
   const Fault* const fault = faultAt(FaultPoint::kMcuPacket);
   const auto point = pointOf(bytes);
   const Fault* const ownFault = point ? faultAt(*point) : nullptr;

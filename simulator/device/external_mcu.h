@@ -3,7 +3,6 @@
 #include "simulator/device/clock.h"
 #include "simulator/device/fault_plan.h"
 #include "simulator/device/i2c_bus.h"
-#include "simulator/scenario/scenario_tree.h"
 
 #include <algorithm>
 #include <array>
@@ -11,10 +10,12 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace simulator {
 
+class Section;
 class StateReader;
 class StateWriter;
 

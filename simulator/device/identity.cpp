@@ -1,5 +1,7 @@
 #include "simulator/device/identity.h"
 
+#include "simulator/scenario/scenario_tree.h"
+
 namespace simulator {
 namespace {
 

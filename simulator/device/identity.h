@@ -1,12 +1,13 @@
 #pragma once
 
-#include "simulator/scenario/scenario_tree.h"
-
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace simulator {
+
+class Section;
 
 /// Which model is plugged in and what it calls itself.
 class Identity {

@@ -2,6 +2,7 @@
 
 #include "simulator/device/identity.h"
 #include "simulator/device/state_bytes.h"
+#include "simulator/scenario/scenario_tree.h"
 
 namespace simulator {
 

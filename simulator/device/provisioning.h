@@ -1,7 +1,5 @@
 #pragma once
 
-#include "simulator/scenario/scenario_tree.h"
-
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -9,6 +7,7 @@
 
 namespace simulator {
 
+class Section;
 class StateReader;
 class StateWriter;
 

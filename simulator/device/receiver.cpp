@@ -2,6 +2,7 @@
 
 #include "simulator/device/little_endian.h"
 #include "simulator/device/state_bytes.h"
+#include "simulator/scenario/scenario_tree.h"
 
 namespace simulator {
 namespace {

@@ -1,18 +1,19 @@
 #pragma once
 
 #include "simulator/device/signals.h"
-#include "simulator/scenario/scenario_tree.h"
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 
 namespace simulator {
 
+class Section;
 class StateReader;
 class StateWriter;
 
-/// The HDMI/DP receiver: what arrives at each input, which input is chosen and
-/// whether the HDMI source is told that we are here.
+/// The HDMI/DP receiver: the signal at each input, the selected input, and
+/// whether hot-plug is asserted to the HDMI source.
 class Receiver {
  public:
   static constexpr std::array<std::string_view, 2> kKeys{"signal", "inputs"};

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "simulator/device/signals.h"
-#include "simulator/scenario/scenario_tree.h"
 
 #include <array>
+#include <string_view>
 
 namespace simulator {
 
+class Section;
 class StateReader;
 class StateWriter;
 

@@ -1,30 +1,15 @@
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/device/status.h"
-#include "simulator/library/caller_buffer.h"
 #include "simulator/library/journal_text.h"
 #include "simulator/library/library.h"
+#include "simulator/library/values.h"
 
 #include <limits>
 
 using simulator::arguments;
 using simulator::Device;
 using simulator::Library;
-
-namespace {
-
-/// Runs an operation that reads one value of the device.
-template <typename Value, typename Read>
-int32_t readValue(const char* operation, Value* value, Read read) {
-  return Library::instance().call({operation, {}, simulator::bytesOf(value)}, [&](Device& device) {
-    if (!value) {
-      return simulator::kInvalidArgument;
-    }
-    *value = read(device);
-    return simulator::kOk;
-  });
-}
-
-}  // namespace
+using simulator::readValue;
 
 int32_t AT_Audio_Get_HdmiRX_AudioFormat(uint8_t* format) {
   return readValue(__func__, format, [](Device& device) { return device.audio.format(device.receiver.signal()); });
@@ -69,7 +54,7 @@ int32_t AT_Audio_Get_DACHP_Mute(uint8_t* mute) {
 
 int32_t AT_Audio_Set_DACHP_Mute(int32_t mute) {
   return Library::instance().call({__func__, arguments(mute)}, [&](Device& device) {
-    if (mute != 0 && mute != 1) {
+    if (!simulator::isSwitch(mute)) {
       return simulator::kInvalidArgument;
     }
     device.audio.settings().muted = mute == 1;

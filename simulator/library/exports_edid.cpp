@@ -2,6 +2,7 @@
 #include "simulator/device/status.h"
 #include "simulator/library/journal_text.h"
 #include "simulator/library/library.h"
+#include "simulator/library/values.h"
 
 #include <algorithm>
 #include <chrono>
@@ -11,6 +12,7 @@ using simulator::arguments;
 using simulator::Device;
 using simulator::EdidStore;
 using simulator::Library;
+using simulator::readValue;
 
 namespace {
 
@@ -27,13 +29,7 @@ int32_t copyTable(const std::vector<uint8_t>& table, uint8_t* buffer) {
 }  // namespace
 
 int32_t AT_EDID_Get_EDID_mode(uint8_t* mode) {
-  return Library::instance().call({__func__, {}, {mode, 1}}, [&](Device& device) {
-    if (!mode) {
-      return simulator::kInvalidArgument;
-    }
-    *mode = device.edid.mode();
-    return simulator::kOk;
-  });
+  return readValue(__func__, mode, [](Device& device) { return static_cast<uint8_t>(device.edid.mode()); });
 }
 
 int32_t AT_EDID_Set_EDID_mode(int32_t mode) {
@@ -47,13 +43,7 @@ int32_t AT_EDID_Set_EDID_mode(int32_t mode) {
 }
 
 int32_t AT_EDID_Flash_Get_Default_table(uint8_t* slot) {
-  return Library::instance().call({__func__, {}, {slot, 1}}, [&](Device& device) {
-    if (!slot) {
-      return simulator::kInvalidArgument;
-    }
-    *slot = device.edid.defaultSlot();
-    return simulator::kOk;
-  });
+  return readValue(__func__, slot, [](Device& device) { return device.edid.defaultSlot(); });
 }
 
 int32_t AT_EDID_Flash_Set_Default_table(uint8_t slot) {
@@ -77,7 +67,7 @@ int32_t AT_EDID_Flash_Get_table(uint8_t slot, uint8_t* buffer, uint32_t size) {
 
 int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t size) {
   return Library::instance().call(
-      {__func__, arguments(slot, simulator::bytes(bytes, size), size)}, [&](Device& device) {
+      {__func__, arguments(slot, simulator::byteText(bytes, size), size)}, [&](Device& device) {
         if (slot >= EdidStore::kSlots || !bytes || size == 0 || size > EdidStore::kTableSize) {
           return simulator::kInvalidArgument;
         }

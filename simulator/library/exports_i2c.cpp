@@ -24,7 +24,7 @@ I2cTarget* targetAt(Device& device, uint8_t bus, uint8_t slave) {
 
 int32_t AT_System_Send_ExternalMCU_cmd(uint8_t bus, uint8_t slave, uint16_t length, const uint8_t* data) {
   return Library::instance().call(
-      {__func__, arguments(bus, hex(slave, 2), length, simulator::bytes(data, length))}, [&](Device& device) {
+      {__func__, arguments(bus, hex(slave, 2), length, simulator::byteText(data, length))}, [&](Device& device) {
         if (!data || length == 0 || length > kMaxTransfer) {
           return simulator::kInvalidArgument;
         }
@@ -38,7 +38,7 @@ int32_t AT_System_Get_ExternalMCU_cmd(uint8_t bus, uint8_t slave, unsigned int w
                                       unsigned int readLength, uint8_t* readBuffer) {
   return Library::instance().call(
       {__func__,
-       arguments(bus, hex(slave, 2), writeLength, simulator::bytes(writeData, writeLength), readLength),
+       arguments(bus, hex(slave, 2), writeLength, simulator::byteText(writeData, writeLength), readLength),
        {readBuffer, readLength}},
       [&](Device& device) {
         if (!writeData || !readBuffer || writeLength == 0 || readLength == 0 || writeLength > kMaxTransfer ||

@@ -46,14 +46,15 @@ int32_t AT_USB_Get_SerialNum(uint8_t* buffer, uint32_t capacity, uint32_t* lengt
 }
 
 int32_t AT_USB_Set_SerialNum(const uint8_t* bytes, uint32_t length) {
-  return Library::instance().call({__func__, arguments(simulator::bytes(bytes, length), length)}, [&](Device& device) {
-    if (!bytes || length == 0 || length > Provisioning::kMaxSerialNumber) {
-      return simulator::kInvalidArgument;
-    }
-    const std::vector<uint8_t> arrived = device.transfers.arriving({bytes, length});
-    device.provisioning.setSerialNumber(std::string(arrived.begin(), arrived.end()));
-    return simulator::kOk;
-  });
+  return Library::instance().call({__func__, arguments(simulator::byteText(bytes, length), length)},
+                                  [&](Device& device) {
+                                    if (!bytes || length == 0 || length > Provisioning::kMaxSerialNumber) {
+                                      return simulator::kInvalidArgument;
+                                    }
+                                    const std::vector<uint8_t> arrived = device.transfers.arriving({bytes, length});
+                                    device.provisioning.setSerialNumber(std::string(arrived.begin(), arrived.end()));
+                                    return simulator::kOk;
+                                  });
 }
 
 int32_t AT_RestoreToDefault() {

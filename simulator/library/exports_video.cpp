@@ -3,12 +3,14 @@
 #include "simulator/library/caller_buffer.h"
 #include "simulator/library/journal_text.h"
 #include "simulator/library/library.h"
+#include "simulator/library/values.h"
 
 #include <algorithm>
 
 using simulator::arguments;
 using simulator::Device;
 using simulator::Library;
+using simulator::readValue;
 using simulator::Receiver;
 
 int32_t AT_HdmiRX_GetRawTimingInfo(uint8_t* record) {
@@ -24,17 +26,11 @@ int32_t AT_HdmiRX_GetRawTimingInfo(uint8_t* record) {
 }
 
 int32_t AT_Get_Current_Input_Source(uint8_t* source) {
-  return Library::instance().call({__func__, {}, {source, 1}}, [&](Device& device) {
-    if (!source) {
-      return simulator::kInvalidArgument;
-    }
-    *source = device.receiver.source();
-    return simulator::kOk;
-  });
+  return readValue(__func__, source, [](Device& device) { return static_cast<uint8_t>(device.receiver.source()); });
 }
 
 int32_t AT_Input_Source_Switch(const uint8_t* source) {
-  return Library::instance().call({__func__, simulator::bytes(source, 1)}, [&](Device& device) {
+  return Library::instance().call({__func__, simulator::byteText(source, 1)}, [&](Device& device) {
     if (!source || *source > Receiver::kDp) {
       return simulator::kInvalidArgument;
     }
@@ -45,7 +41,7 @@ int32_t AT_Input_Source_Switch(const uint8_t* source) {
 
 int32_t AT_HdmiRX_Set_HPD(int32_t on) {
   return Library::instance().call({__func__, arguments(on)}, [&](Device& device) {
-    if (on != 0 && on != 1) {
+    if (!simulator::isSwitch(on)) {
       return simulator::kInvalidArgument;
     }
     device.receiver.setHotPlug(on == 1);
@@ -54,13 +50,7 @@ int32_t AT_HdmiRX_Set_HPD(int32_t on) {
 }
 
 int32_t AT_HdmiTX_Get_HPD_Status(int32_t* status) {
-  return Library::instance().call({__func__, {}, simulator::bytesOf(status)}, [&](Device& device) {
-    if (!status) {
-      return simulator::kInvalidArgument;
-    }
-    *status = device.transmitter.sinkPresent() ? 1 : 0;
-    return simulator::kOk;
-  });
+  return readValue(__func__, status, [](Device& device) { return device.transmitter.sinkPresent() ? 1 : 0; });
 }
 
 int32_t AT_UVC_Get_Output_Timing(uint8_t* record) {
@@ -75,13 +65,7 @@ int32_t AT_UVC_Get_Output_Timing(uint8_t* record) {
 }
 
 int32_t AT_UVC_Get_VideoFormat(uint8_t* format) {
-  return Library::instance().call({__func__, {}, {format, 1}}, [&](Device& device) {
-    if (!format) {
-      return simulator::kInvalidArgument;
-    }
-    *format = device.receiver.uvcFormat();
-    return simulator::kOk;
-  });
+  return readValue(__func__, format, [](Device& device) { return device.receiver.uvcFormat(); });
 }
 
 int32_t AT_Get_RX_TX_HDCP_Version(uint8_t* versions) {
@@ -98,7 +82,7 @@ int32_t AT_Get_RX_TX_HDCP_Version(uint8_t* versions) {
 
 int32_t AT_SetHDMI_HDCP_OnOff(int32_t on) {
   return Library::instance().call({__func__, arguments(on)}, [&](Device& device) {
-    if (on != 0 && on != 1) {
+    if (!simulator::isSwitch(on)) {
       return simulator::kInvalidArgument;
     }
     device.transmitter.setHdcp(on == 1);

@@ -17,7 +17,7 @@ std::string hex(std::uint32_t value, std::size_t digits) {
   return "0x" + text;
 }
 
-std::string bytes(const std::uint8_t* data, std::size_t length) {
+std::string byteText(const std::uint8_t* data, std::size_t length) {
   if (!data) {
     return "null";
   }

@@ -13,7 +13,7 @@ namespace simulator {
 /// "0x5C19", zeros in front up to `digits`.
 std::string hex(std::uint32_t value, std::size_t digits);
 /// "[08 01]"; "null" for a null pointer and "[70000 bytes]" for more than 1024.
-std::string bytes(const std::uint8_t* data, std::size_t length);
+std::string byteText(const std::uint8_t* data, std::size_t length);
 /// "\"path\"" or "null".
 std::string quoted(const char* text);
 

@@ -125,7 +125,7 @@ void Library::plugNext() {
   ++unit_;
 }
 
-std::optional<std::int32_t> Library::refusal(const DevicePointer& device, Needs needs) {
+std::optional<std::int32_t> Library::whyUnreachable(const DevicePointer& device, Needs needs) {
   if (needs == Needs::kNothing) {
     return std::nullopt;
   }
@@ -139,7 +139,7 @@ std::optional<std::int32_t> Library::refusal(const DevicePointer& device, Needs 
   return device->isReachable() && session_.isPortOf(*device) ? std::nullopt : std::optional(kDeviceGone);
 }
 
-void Library::apply(const Fault& fault, const Call& call, Entered& entered) {
+void Library::apply(const Fault& fault, const Call& call, CallInProgress& entered) {
   switch (fault.what) {
     case FaultEffect::kDelay:
       entered.delay = fault.delay;
@@ -158,10 +158,10 @@ void Library::apply(const Fault& fault, const Call& call, Entered& entered) {
   }
 }
 
-Library::Entered Library::enter(Call call, Needs needs) {
+Library::CallInProgress Library::enter(Call call, Needs needs) {
   const std::scoped_lock lock(state_);
   plugWhenDue();
-  Entered entered;
+  CallInProgress entered;
   entered.device = device_;
   entered.scenario = scenarios_;
   entered.entry.operation = call.operation;
@@ -179,13 +179,13 @@ Library::Entered Library::enter(Call call, Needs needs) {
     }
   }
   if (!entered.status) {
-    entered.status = refusal(device_, needs);
+    entered.status = whyUnreachable(device_, needs);
   }
   return entered;
 }
 
-std::int32_t Library::leave(Entered& entered, std::int32_t status) {
-  pass(entered.device, entered.delay);
+std::int32_t Library::finishCall(CallInProgress& entered, std::int32_t status) {
+  letTimePass(entered.device, entered.delay);
   const std::scoped_lock lock(state_);
   if (entered.scenario == scenarios_) {
     entered.entry.result = status;
@@ -198,7 +198,7 @@ std::int32_t Library::leave(Entered& entered, std::int32_t status) {
   return status;
 }
 
-void Library::pass(const DevicePointer& device, std::chrono::nanoseconds time) {
+void Library::letTimePass(const DevicePointer& device, std::chrono::nanoseconds time) {
   if (time <= std::chrono::nanoseconds::zero()) {
     return;
   }
@@ -216,23 +216,23 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
   const UnderWay underWay(callsUnderWay_);
   const std::scoped_lock oneCall(oneCall_);
   const std::span<std::uint8_t> output = call.output;
-  Entered entered = enter(std::move(call), Needs::kPort);
+  CallInProgress entered = enter(std::move(call), Needs::kPort);
   if (entered.status) {
-    return leave(entered, *entered.status);
+    return finishCall(entered, *entered.status);
   }
   std::chrono::nanoseconds latency;
   {
     const std::scoped_lock lock(state_);
     latency = plan_.latency;
   }
-  pass(entered.device, latency);
+  letTimePass(entered.device, latency);
 
   std::int32_t status = kOk;
   std::chrono::nanoseconds spent{};
   {
     const std::scoped_lock lock(state_);
     // The device may have gone while the call was on its way.
-    if (const auto refused = refusal(entered.device, Needs::kPort)) {
+    if (const auto refused = whyUnreachable(entered.device, Needs::kPort)) {
       status = *refused;
     } else {
       Device& device = *entered.device;
@@ -242,8 +242,8 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
       remember();
     }
   }
-  pass(entered.device, spent);
-  return leave(entered, status);
+  letTimePass(entered.device, spent);
+  return finishCall(entered, status);
 }
 
 std::int32_t Library::sessionCall(Call call, const std::function<std::int32_t(Session&, Device&)>& body) {
@@ -251,7 +251,7 @@ std::int32_t Library::sessionCall(Call call, const std::function<std::int32_t(Se
   const std::scoped_lock oneCall(oneCall_);
   const bool beginsSession = call.beginsSession;
   const bool endsSession = call.endsSession;
-  Entered entered = enter(std::move(call), Needs::kNothing);
+  CallInProgress entered = enter(std::move(call), Needs::kNothing);
   {
     const std::scoped_lock lock(state_);
     if (!entered.status) {
@@ -261,12 +261,12 @@ std::int32_t Library::sessionCall(Call call, const std::function<std::int32_t(Se
       session_.loseEnd();
     }
   }
-  return leave(entered, *entered.status);
+  return finishCall(entered, *entered.status);
 }
 
 std::int32_t Library::longCall(Call call, const std::function<std::int32_t(LongCall&)>& body) {
   const UnderWay underWay(callsUnderWay_);
-  Entered entered;
+  CallInProgress entered;
   {
     const std::scoped_lock oneCall(oneCall_);
     entered = enter(std::move(call), Needs::kPort);
@@ -275,13 +275,13 @@ std::int32_t Library::longCall(Call call, const std::function<std::int32_t(LongC
     LongCall longCall(*this, entered.device, entered.number);
     entered.status = body(longCall);
   }
-  return leave(entered, *entered.status);
+  return finishCall(entered, *entered.status);
 }
 
 std::int32_t Library::LongCall::step(const std::function<std::int32_t(Device&)>& step) {
   const std::scoped_lock oneCall(library_.oneCall_);
   const std::scoped_lock lock(library_.state_);
-  if (const auto refused = library_.refusal(device_, Needs::kPort)) {
+  if (const auto refused = library_.whyUnreachable(device_, Needs::kPort)) {
     return *refused;
   }
   const std::int32_t status = device_->transfers.begin(number_) ? step(*device_) : kNoAnswer;
@@ -301,7 +301,7 @@ void Library::LongCall::wait(std::chrono::nanoseconds nominal) {
     const std::scoped_lock lock(library_.state_);
     scaled = device_->clock.scaled(nominal);
   }
-  library_.pass(device_, scaled);
+  library_.letTimePass(device_, scaled);
 }
 
 void Library::reset() {

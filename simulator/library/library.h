@@ -22,12 +22,11 @@
 
 namespace simulator {
 
-/// The process-wide state behind the exported functions, and the one way in
-/// which each of them goes through it.
+/// Process-wide state and the common path of every call.
 class Library {
  public:
-  /// Made at the first use and never destroyed: a worker thread may still be
-  /// inside a call while the process ends.
+  /// Made at the first use and never destroyed, because a worker thread may still
+  /// be inside a call when the process ends.
   static Library& instance();
 
   /// A call as it comes in.
@@ -77,7 +76,7 @@ class Library {
     std::function<void()> action;
     ~Finally() { action(); }
   };
-  struct Entered {
+  struct CallInProgress {
     DevicePointer device;
     std::uint64_t scenario = 0;  // tells whether another one was installed meanwhile
     JournalEntry entry;
@@ -91,19 +90,19 @@ class Library {
   void install(struct Scenario scenario);
 
   enum class Needs { kNothing, kPort };
-  Entered enter(Call call, Needs needs);
+  CallInProgress enter(Call call, Needs needs);
   void plugWhenDue();
   void plugNext();
   /// Lets a fault change the call that comes in.
-  void apply(const Fault& fault, const Call& call, Entered& entered);
+  void apply(const Fault& fault, const Call& call, CallInProgress& entered);
   /// Takes the device's state from its file, when it has one and was not asked yet.
   std::int32_t recall();
   /// Writes what has changed of the device to its state file.
   void remember();
   /// Why the device cannot be reached, if it cannot.
-  std::optional<std::int32_t> refusal(const DevicePointer& device, Needs needs);
-  std::int32_t leave(Entered& entered, std::int32_t status);
-  void pass(const DevicePointer& device, std::chrono::nanoseconds time);
+  std::optional<std::int32_t> whyUnreachable(const DevicePointer& device, Needs needs);
+  std::int32_t finishCall(CallInProgress& entered, std::int32_t status);
+  void letTimePass(const DevicePointer& device, std::chrono::nanoseconds time);
 
   // Held for the whole of a call: the device serves one at a time. Taken before
   // state_, which guards everything below for short moments only, so that the
@@ -124,7 +123,7 @@ class Library {
   std::deque<JournalEntry> journal_;
   bool scenarioFailed_ = false;
 
-  // Relaxed: whoever looks at it must not thereby order the callers' memory.
+  // Relaxed, so that watching it does not synchronise the callers.
   std::atomic<unsigned> callsUnderWay_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "simulator/library/run_plan.h"
 
+#include "simulator/scenario/scenario_tree.h"
+
 namespace simulator {
 namespace {
 

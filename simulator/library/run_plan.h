@@ -1,14 +1,15 @@
 #pragma once
 
-#include "simulator/scenario/scenario_tree.h"
-
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string_view>
 
 namespace simulator {
+
+class Section;
 
 /// What a scenario says of the run rather than of the device.
 struct RunPlan {

@@ -1,6 +1,7 @@
 #include "simulator/scenario/scenario.h"
 
 #include "simulator/scenario/error_line.h"
+#include "simulator/scenario/scenario_tree.h"
 
 #include <algorithm>
 #include <cstdlib>
