@@ -84,9 +84,8 @@ struct Story {
 
 const Story kStories[] = {
     {"failing-mcu-upgrade.jsonl",
-     R"({"externalMcu": {"faults": [{"at": "data", "number": 4, "count": 0, "kind": "damage"}]}, "speedFactor": 1000})",
-     &upgrade},
-    {"failing-burn.jsonl", R"({"captureFlash": {"failAtPercent": 60}, "speedFactor": 1000})", &burn},
+     R"({"faults": [{"at": "mcu.data", "first": 4, "count": 0, "what": "damage"}], "speedFactor": 1000})", &upgrade},
+    {"failing-burn.jsonl", R"({"faults": [{"at": "captureFlash", "fromPercent": 60}], "speedFactor": 1000})", &burn},
 };
 
 recorder::FunctionTable simulatedDevice() {
