@@ -138,15 +138,15 @@ std::vector<std::uint8_t> hdcpKey() {
 }
 
 void addMcuFault(const McuFault& fault) {
-  constexpr std::array kPoints{FaultPoint::kMcuTransfer, FaultPoint::kMcuReset, FaultPoint::kMcuSetBoot,
-                               FaultPoint::kMcuPacket,   FaultPoint::kMcuStart, FaultPoint::kMcuAddress,
-                               FaultPoint::kMcuData,     FaultPoint::kMcuFinish};
-  constexpr std::array kEffects{FaultEffect::kNotAcknowledged, FaultEffect::kLost, FaultEffect::kDamage,
-                                FaultEffect::kMisread, FaultEffect::kStaysBusy};
-  addFault({.at = kPoints.at(static_cast<std::size_t>(fault.at)),
+  constexpr std::array kMcuPoints{FaultPoint::kMcuTransfer, FaultPoint::kMcuReset, FaultPoint::kMcuSetBoot,
+                                  FaultPoint::kMcuPacket,   FaultPoint::kMcuStart, FaultPoint::kMcuAddress,
+                                  FaultPoint::kMcuData,     FaultPoint::kMcuFinish};
+  constexpr std::array kMcuEffects{FaultEffect::kNotAcknowledged, FaultEffect::kLost, FaultEffect::kDamage,
+                                   FaultEffect::kMisread, FaultEffect::kStaysBusy};
+  addFault({.at = kMcuPoints.at(static_cast<std::size_t>(fault.at)),
             .first = fault.number,
             .count = fault.count,
-            .what = kEffects.at(static_cast<std::size_t>(fault.kind)),
+            .what = kMcuEffects.at(static_cast<std::size_t>(fault.kind)),
             .polls = fault.polls});
 }
 
