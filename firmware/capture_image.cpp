@@ -28,7 +28,11 @@ constexpr std::array<Model, 2> kModels{{{{0x5C19, 0x6B03}, "KVR-7"}, {{0x5C19, 0
 // Large enough that system calls do not count, small enough to stay in the cache.
 constexpr std::size_t kPieceSize = std::size_t{256} * 1024;
 
-/// Moves to the next byte that is not in a hole of a sparse file, where the
+// The most that is searched of what a file holds beyond its size: some files of
+// the system tell none and go on for ever.
+constexpr qint64 kMostBeyondSize = qint64{64} * 1024 * 1024;
+
+/// Moves ahead to the next byte that is not in a hole of a sparse file, where the
 /// file system tells.
 /// @return whether that is another place
 bool skipHole([[maybe_unused]] QFileDevice& file) {
@@ -36,11 +40,13 @@ bool skipHole([[maybe_unused]] QFileDevice& file) {
   const qint64 position = file.pos();
   const qint64 data = lseek(file.handle(), position, SEEK_DATA);
   const bool onlyHoleLeft = data < 0 && errno == ENXIO;
-  if (data > position || onlyHoleLeft) {
-    return file.seek(onlyHoleLeft ? file.size() : data);
-  }
-#endif
+  // Some files hold more than their size tells, and that may lie behind us: a
+  // search that goes back never ends.
+  const qint64 next = onlyHoleLeft ? file.size() : data;
+  return next > position && file.seek(next);
+#else
   return false;
+#endif
 }
 
 // Branch-free, one letter of the text after the other, so that the compiler can
@@ -97,7 +103,7 @@ bool containsText(QFileDevice& file, const QByteArray& text) {
       kept = 0;  // a hole reads as NUL, which is not in the text
     }
     const qint64 read = file.read(buffer.data() + kept, static_cast<qint64>(buffer.size() - kept));
-    if (read <= 0) {
+    if (read <= 0 || file.pos() - file.size() > kMostBeyondSize) {
       return false;
     }
     const std::string_view piece(buffer.data(), kept + static_cast<std::size_t>(read));

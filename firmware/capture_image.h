@@ -30,7 +30,8 @@ tl::expected<void, ImageRefusal> checkCaptureImage(const QString& path, const de
 
 /// Whether `file` contains `text`, from its current position on. Memory use does
 /// not depend on the file's size, nor the speed on its content; the holes of a
-/// sparse file are not read. A read error counts as end of file.
+/// sparse file are not read, and no byte is read twice. A read error counts as
+/// end of file, and so do 64 MiB beyond the size that the file tells.
 /// @param file open for reading and unbuffered
 /// @param text not empty, without NUL
 bool containsText(QFileDevice& file, const QByteArray& text);

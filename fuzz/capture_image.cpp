@@ -2,7 +2,8 @@
 /// The search for the model's name in a capture image. The first byte chooses
 /// the model (bit 0) and how the image comes (bits 1 to 4): 0, from a file in
 /// which the search's first piece ends within the image, which takes its time; 1
-/// to 3, the same with a hole before the image; otherwise in short pieces, whose
+/// and 2, the same with a hole before the image; 3, with a hole in the middle of
+/// the image, up to which a piece is read; otherwise in short pieces, whose
 /// lengths are the next 8 bytes in turn. The rest is the image.
 #include "firmware/capture_image.h"
 
@@ -50,6 +51,20 @@ class PiecewiseFile : public QFile {
   std::size_t piece_ = 0;
 };
 
+/// A file of which a read returns no more than lies before the hole.
+class FileWithHole : public QFile {
+ public:
+  FileWithHole(const QString& path, qint64 hole) : QFile(path), hole_(hole) {}
+
+ protected:
+  qint64 readData(char* bytes, qint64 size) override {
+    return QFile::readData(bytes, pos() < hole_ ? std::min(size, hole_ - pos()) : size);
+  }
+
+ private:
+  qint64 hole_;
+};
+
 constexpr qint64 kPieceSize = qint64{256} * 1024;
 
 bool isFoundInFile(std::span<const std::uint8_t> image, bool afterHole, const QByteArray& text) {
@@ -72,6 +87,31 @@ bool isFoundInFile(std::span<const std::uint8_t> image, bool afterHole, const QB
   return firmware::containsText(read, text);
 }
 
+bool isFoundAroundHole(std::span<const std::uint8_t> image, const QByteArray& text) {
+  constexpr qint64 kBegin = qint64{64} * 1024;
+  static QTemporaryFile file;
+  const std::size_t half = image.size() / 2;
+  const auto put = [&](std::span<const std::uint8_t> part, qint64 at) {
+    const auto size = static_cast<qint64>(part.size());
+    return file.seek(at) && file.write(reinterpret_cast<const char*>(part.data()), size) == size;
+  };
+  fuzz::require((file.isOpen() || file.open()) && file.resize(0), "a temporary file can be made");
+  // The first half ends where the hole begins, as far as there is room for it.
+  const auto first = image.first(std::min(half, static_cast<std::size_t>(kBegin)));
+  fuzz::require(
+      put(first, kBegin - static_cast<qint64>(first.size())) && put(image.subspan(half), 10 * kBegin) && file.flush(),
+      "it takes the image");
+
+  FileWithHole read(file.fileName(), kBegin);
+  fuzz::require(read.open(QIODevice::ReadOnly | QIODevice::Unbuffered), "it can be read");
+  return firmware::containsText(read, text);
+}
+
+bool holds(std::span<const std::uint8_t> bytes, const QByteArray& text) {
+  const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return all.find(text.constData()) != std::string_view::npos;
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -87,14 +127,20 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::vector<std::uint8_t> pieces = inFile ? std::vector<std::uint8_t>() : input.take(8);
   const std::span<const std::uint8_t> image = input.rest();
   bool isFound = false;
+  if (way == 3) {
+    const std::size_t half = image.size() / 2;
+    const std::size_t kept = std::min(half, std::size_t{64} * 1024);
+    fuzz::require(
+        isFoundAroundHole(image, *text) == (holds(image.first(kept), *text) || holds(image.subspan(half), *text)),
+        "the name is found on one side of a hole, not in pieces on both");
+    return 0;
+  }
   if (inFile) {
     isFound = isFoundInFile(image, way > 0, *text);
   } else {
     PiecewiseFile file(image, std::move(pieces));
     isFound = firmware::containsText(file, *text);
   }
-  const std::string_view all(reinterpret_cast<const char*>(image.data()), image.size());
-  fuzz::require(isFound == (all.find(text->constData()) != std::string_view::npos),
-                "the name is found when the image contains it, however it is read");
+  fuzz::require(isFound == holds(image, *text), "the name is found when the image contains it, however it is read");
   return 0;
 }
