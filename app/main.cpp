@@ -1,6 +1,7 @@
 #include "app/high_dpi.h"
 #include "app/main_window.h"
 #include "app/program_icon.h"
+#include "app/standard_streams.h"
 
 #include <QApplication>
 
@@ -14,7 +15,8 @@ int main(int argc, char* argv[]) {
   // is wherever the last file was chosen.
   SetDllDirectoryW(L"");
 #endif
-  enableHighDpi();
+  secureStandardStreams();
+  enableHighDpi(argc, argv);
   QApplication application(argc, argv);
   setProgramIcon();
   MainWindow window;

@@ -150,7 +150,7 @@ bool writeSamples(const QTemporaryDir& folder) {
 /// code 0 when everything expected appeared, else 1. With --look it only connects
 /// and reads, and prints what any device shows.
 int main(int argc, char* argv[]) {
-  enableHighDpi();
+  enableHighDpi(argc, argv);
   // Only Qt's own file dialogs can be operated from here.
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   QApplication application(argc, argv);

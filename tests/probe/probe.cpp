@@ -10,8 +10,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QThread>
 #include <QTimer>
+#include <QWindow>
 
 #include <algorithm>
 #include <atomic>
@@ -44,6 +46,7 @@ unsigned callsUnderWay() {
 //   open PATH          names a file in the open file dialog and accepts it
 //   print NAME         prints "NAME=<text>" of a label
 //   icon               prints "icon=<sizes>" of the window's icon
+//   picture PATH       saves what the screen shows of the window, once it does
 //   wait MS            waits
 //   close              closes the window
 //   closeafter MS      goes on at once, and that much later closes the window,
@@ -92,6 +95,10 @@ class Probe : public QObject {
       QTimer::singleShot(1, this, &Probe::next);
       return;
     }
+    if (step.value(0) == "picture" && !main->windowHandle()->isExposed()) {
+      QTimer::singleShot(1, this, &Probe::next);
+      return;
+    }
     steps_.removeFirst();
     QTimer::singleShot(step.value(0) == "wait" ? step.value(1).toInt() : 0, this, &Probe::next);
     if (steps_.isEmpty()) {
@@ -125,6 +132,9 @@ class Probe : public QObject {
       }
       std::printf("\n");
       std::fflush(stdout);
+    } else if (verb == "picture") {
+      window.repaint();
+      window.screen()->grabWindow(window.winId()).save(name);
     } else if (verb == "close") {
       window.close();
     } else if (verb == "closeafter") {

@@ -1,0 +1,143 @@
+#include "app/high_dpi.h"
+#include "tests/support/program_run.h"
+
+#include <QDir>
+#include <QImage>
+#include <QTest>
+
+#include <map>
+
+namespace {
+
+/// A virtual screen that tells a resolution, as long as this lives.
+class VirtualScreen {
+ public:
+  explicit VirtualScreen(int dpi) {
+    server_.start(XVFB, {"-displayfd", "1", "-screen", "0", "1600x1600x24", "-dpi", QString::number(dpi), "-nolisten",
+                         "tcp", "-noreset"});
+    if (!server_.waitForStarted() || !server_.waitForReadyRead()) {
+      qFatal("%s does not start: %s", XVFB, server_.readAllStandardError().constData());
+    }
+    name_ = ":" + QString::fromLatin1(server_.readAllStandardOutput().trimmed());
+  }
+  Q_DISABLE_COPY_MOVE(VirtualScreen)
+  ~VirtualScreen() {
+    server_.terminate();
+    server_.waitForFinished();
+  }
+
+  QString name() const { return name_; }
+
+ private:
+  QProcess server_;
+  QString name_;
+};
+
+/// The program's window, as the screen of that resolution has it.
+QImage pictureAt(int dpi) {
+  static std::map<int, QImage> pictures;
+  if (pictures.count(dpi) == 0) {
+    const VirtualScreen screen(dpi);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* const variable :
+         {"QT_QPA_PLATFORM", "QT_FONT_DPI", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"}) {
+      environment.remove(variable);
+    }
+    environment.insert("QT_QPA_PLATFORM", "xcb");
+    environment.insert("DISPLAY", screen.name());
+    const QString file = QStringLiteral(PICTURES "/%1-dpi.png").arg(dpi);
+    QFile::remove(file);
+    const ProgramRun run = runScript(PROGRAM, PLUGINS, "click BN_Connect;picture " + file + ";close", environment);
+    if (!run.ended || run.exitCode != 0) {
+      qFatal("the program failed: %s", run.errors.constData());
+    }
+    pictures[dpi] = QImage(file).convertToFormat(QImage::Format_RGB32);
+  }
+  return pictures[dpi];
+}
+
+/// How much darker the darkest point within two pixels of a place is than the page.
+int contrastAt(const QImage& picture, const QPointF& place, double factor) {
+  const QPoint at(qRound(place.x() * factor), qRound(place.y() * factor));
+  const int page = qGray(picture.pixel(qRound(5 * factor), qRound(50 * factor)));
+  int most = 0;
+  for (int y = at.y() - 2; y <= at.y() + 2; ++y) {
+    for (int x = at.x() - 2; x <= at.x() + 2; ++x) {
+      most = std::max(most, page - qGray(picture.pixel(x, y)));
+    }
+  }
+  return most;
+}
+
+}  // namespace
+
+/// The real window on screens of any resolution, each a virtual X server's.
+class ScreenResolutionTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase() { QVERIFY(QDir().mkpath(PICTURES)); }
+
+  void aResolutionIsRoundedToTheNearestQuarter_data() {
+    QTest::addColumn<double>("dpi");
+    QTest::addColumn<int>("rounded");
+    QTest::newRow("nothing known") << 0.0 << 96;
+    QTest::newRow("coarse") << 60.0 << 96;
+    QTest::newRow("plain") << 96.0 << 96;
+    QTest::newRow("100") << 100.0 << 96;
+    QTest::newRow("just below an eighth") << 107.9 << 96;
+    QTest::newRow("an eighth") << 108.0 << 120;
+    QTest::newRow("109") << 109.0 << 120;
+    QTest::newRow("120") << 120.0 << 120;
+    QTest::newRow("144") << 144.0 << 144;
+    QTest::newRow("163") << 163.0 << 168;
+    QTest::newRow("192") << 192.0 << 192;
+  }
+
+  void aResolutionIsRoundedToTheNearestQuarter() {
+    QFETCH(double, dpi);
+    QFETCH(int, rounded);
+    QCOMPARE(roundedDpi(dpi), rounded);
+  }
+
+  void theWindowIsWholeAndSharp_data() {
+    QTest::addColumn<int>("dpi");
+    QTest::addColumn<double>("factor");
+    QTest::newRow("96 dpi") << 96 << 1.0;
+    QTest::newRow("100 dpi") << 100 << 1.0;
+    QTest::newRow("109 dpi") << 109 << 1.25;
+    QTest::newRow("120 dpi") << 120 << 1.25;
+    QTest::newRow("144 dpi") << 144 << 1.5;
+    QTest::newRow("192 dpi") << 192 << 2.0;
+  }
+
+  void theWindowIsWholeAndSharp() {
+    QFETCH(int, dpi);
+    QFETCH(double, factor);
+    const QImage picture = pictureAt(dpi);
+    QVERIFY(!picture.isNull());
+    QVERIFY2(qAbs(picture.width() - 668 * factor) < 1, qPrintable(QString::number(picture.width())));
+    QVERIFY2(qAbs(picture.height() - 737 * factor) < 1, qPrintable(QString::number(picture.height())));
+    // The four edges of "Connect". Between two points of the screen, as a quarter
+    // puts some of them, an edge is fainter, but there.
+    const QRectF button(250, 60, 91, 21);
+    const QImage plain = pictureAt(96);
+    for (const QPointF edge :
+         {QPointF(button.left(), button.center().y()), QPointF(button.right(), button.center().y()),
+          QPointF(button.center().x(), button.top()), QPointF(button.center().x(), button.bottom())}) {
+      const int expected = contrastAt(plain, edge, 1);
+      QVERIFY(expected > 30);
+      const int found = contrastAt(picture, edge, factor);
+      QVERIFY2(found * 3 > expected,
+               qPrintable(QStringLiteral("%1 of %4 at %2, %3").arg(found).arg(edge.x()).arg(edge.y()).arg(expected)));
+    }
+  }
+
+  void aResolutionBetweenLooksLikeItsQuarter() {
+    QVERIFY(pictureAt(100) == pictureAt(96));
+    QVERIFY(pictureAt(109) == pictureAt(120));
+  }
+};
+
+QTEST_GUILESS_MAIN(ScreenResolutionTest)
+#include "screen_resolution_test.moc"
