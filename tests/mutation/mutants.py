@@ -12,9 +12,9 @@ import subprocess
 import sys
 import time
 
-FOLDERS = ["app", "device", "session", "firmware", "video", "audio", "edid", "diag"]
+FOLDERS = ["app", "ui", "device", "session", "firmware", "video", "audio", "edid", "diag", "simulator"]
 NOT_TESTED_HERE = {"device/RTICE_SDK_x64.h", "app/windows_load_config.cpp"}  # the library's contract; Windows only
-REQUIRED = 0.90
+REQUIRED = 0.95
 LIMIT = 120  # seconds for one run of the tests; a mutant that hangs is caught
 
 # Each pattern finds a place in a line whose texts and comments are blanked out.
@@ -32,6 +32,13 @@ TEXT = re.compile(r'"((?:[^"\\]|\\.)+)"')
 STATEMENT = re.compile(r"^\s+(?!return\b|else\b|using\b|constexpr\b|const\b|auto\b|static_assert\b|assert\b|break\b|continue\b)"
                        r"[\w:.>(*-]+.*\);\s*$")
 DECLARATION = re.compile(r"^\s+[\w:<>]+[&*]? \w+\(|^\s+(explicit|void|bool|static|virtual|std::|Q\w+ \w)")
+
+
+# Of the form: its texts and its properties. Most places are free to choose.
+FORM_TEXT = re.compile(r"<string>([^<]+)</string>")
+FORM_NUMBER = re.compile(r"<number>(-?\d+)</number>")
+FORM_CHOICES = [("<bool>true</bool>", "<bool>false</bool>"), ("<bool>false</bool>", "<bool>true</bool>"),
+                ("<enum>Qt::PlainText</enum>", "<enum>Qt::AutoText</enum>")]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -67,14 +74,53 @@ def mutants_of(file: str, text: str) -> list[Mutant]:
         for pattern, new in OPERATORS:
             found += [Mutant(file, number, m.start(), m.end(), new) for m in re.finditer(pattern, code)]
         for m in NUMBER.finditer(code):
-            value = int(m[0].replace("'", ""), 0)
-            found.append(Mutant(file, number, m.start(), m.end(), hex(value + 1) if m[0].startswith("0x") else str(value + 1)))
+            digits = m[0].replace("'", "")
+            if digits.startswith("0x"):
+                more = hex(int(digits, 16) + 1)
+            elif digits.startswith("0") and len(digits) > 1:
+                more = f"0{int(digits, 8) + 1:o}"
+            else:
+                more = str(int(digits) + 1)
+            found.append(Mutant(file, number, m.start(), m.end(), more))
         for m in TEXT.finditer(line):
             if m.start() < len(code.rstrip()) and code[m.start()] == '"':
                 found.append(Mutant(file, number, m.start(), m.end(), '"' + m[1] + '~"'))
         if whole and balance == 0 and STATEMENT.match(code) and not DECLARATION.match(code):
             found.append(Mutant(file, number, len(line) - len(line.lstrip()), len(line), ";"))
     return found
+
+
+def mutants_of_form(file: str, text: str) -> list[Mutant]:
+    found = []
+    for number, line in enumerate(text.split("\n"), 1):
+        for m in FORM_TEXT.finditer(line):
+            found.append(Mutant(file, number, m.end(1), m.end(1), "~"))
+        for m in FORM_NUMBER.finditer(line):
+            found.append(Mutant(file, number, m.start(1), m.end(1), str(int(m[1]) + 1)))
+        for old, new in FORM_CHOICES:
+            start = line.find(old)
+            if start >= 0:
+                found.append(Mutant(file, number, start, start + len(old), new))
+    return found
+
+
+def build_aloud(name: str, build: pathlib.Path) -> None:
+    """Builds, and prints every tenth of the way."""
+    begin = time.monotonic()
+    told = 0
+    with subprocess.Popen(["cmake", "--build", str(build)], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                          text=True) as process:
+        tail: list[str] = []
+        for line in process.stdout:
+            tail = (tail + [line])[-20:]
+            step = re.match(r"\[(\d+)/(\d+)\]", line)
+            tenth = int(step[1]) * 10 // int(step[2]) if step else told
+            if tenth > told:
+                told = tenth
+                print(f"{name}: built {10 * tenth} % after {time.monotonic() - begin:.0f} s", flush=True)
+    if process.returncode != 0:
+        print("".join(tail), end="")
+        raise SystemExit(f"FAILED: {name} does not build")
 
 
 def run(command: list[str], folder: pathlib.Path, limit: float) -> bool:
@@ -95,7 +141,8 @@ def ctest(*arguments: str) -> list[str]:
 class Copy:
     """A copy of the checkout with a build of its own, where one mutant lives at a time."""
 
-    def __init__(self, folder: pathlib.Path):
+    def __init__(self, name: str, folder: pathlib.Path):
+        print(f"{name}: preparing {folder}", flush=True)
         self.folder = folder
         self.build = folder / "build"
         tracked = subprocess.check_output(["git", "ls-files", "-z"], text=True).split("\0")
@@ -116,7 +163,7 @@ class Copy:
         if shutil.which("ld.lld"):
             configure.append("-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
         subprocess.run(configure, check=True, stdout=subprocess.DEVNULL)
-        subprocess.run(["cmake", "--build", str(self.build)], check=True, stdout=subprocess.DEVNULL)
+        build_aloud(name, self.build)
 
     def judge(self, mutant: Mutant) -> str:
         path = self.folder / mutant.file
@@ -142,8 +189,9 @@ class Copy:
 
 def main() -> int:
     files = [f for f in subprocess.check_output(["git", "ls-files", *FOLDERS], text=True).split()
-             if f.endswith((".cpp", ".h")) and f not in NOT_TESTED_HERE]
-    everything = [m for f in files for m in mutants_of(f, pathlib.Path(f).read_text())]
+             if f.endswith((".cpp", ".h", ".ui")) and f not in NOT_TESTED_HERE]
+    everything = [m for f in files for m in
+                  (mutants_of_form if f.endswith(".ui") else mutants_of)(f, pathlib.Path(f).read_text())]
     seed = int(sys.argv[2])
     count = len(everything) if sys.argv[1] == "all" else min(int(sys.argv[1]), len(everything))
     chosen = random.Random(seed).sample(everything, count)
@@ -152,8 +200,9 @@ def main() -> int:
     workers = os.cpu_count() or 1
     copies: queue.Queue = queue.Queue()
     for i in range(workers):
-        copies.put(Copy(pathlib.Path("build/mutation").absolute() / str(i)))
+        copies.put(Copy(f"copy {i + 1} of {workers}", pathlib.Path("build/mutation").absolute() / str(i)))
     first = copies.get()
+    print("running the tests on the unchanged program", flush=True)
     if not run(ctest("--test-dir", str(first.build)), first.build, 10 * LIMIT):
         print("FAILED: the tests fail on the unchanged program; see ctest --test-dir", first.build)
         return 1
@@ -171,6 +220,9 @@ def main() -> int:
     with concurrent.futures.ThreadPoolExecutor(workers) as pool:
         for mutant, outcome in pool.map(judge, chosen):
             outcomes[outcome] += 1
+            done = sum(outcomes.values())
+            if done % 10 == 0:
+                print(f"{done} of {count} after {time.monotonic() - begin:.0f} s: {outcomes['caught']} caught", flush=True)
             if outcome == "survived":
                 old = pathlib.Path(mutant.file).read_text()
                 print(f"survived: {mutant.file}:{mutant.line}\n"
