@@ -30,6 +30,11 @@ struct ThreadNumber {
   unsigned number;
 };
 
+std::string utf8Name(const std::filesystem::path& path) {
+  const std::u8string name = path.u8string();
+  return {name.begin(), name.end()};
+}
+
 std::int64_t nanoseconds(std::chrono::steady_clock::duration time) {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
 }
@@ -44,6 +49,9 @@ Recorder::Recorder(Options options) : options_(std::move(options)), id_(++record
   salt_.assign(salt.begin(), salt.end());
   if (options_.header.redacted) {
     redaction_.emplace(salt_);
+  }
+  if (!options_.auditFile.empty()) {
+    audit_.emplace(options_.auditFile, options_.header);
   }
   file_.emplace(options_.file, options_.header, options_.limits, options_.tell);
 }
@@ -100,7 +108,7 @@ std::int32_t Recorder::call(device::Operation operation, std::span<const RawArgu
     }
   }
   std::int64_t took = 0;
-  const std::int32_t result = forward(*scratch, arguments, invoke, place.number, took);
+  const std::int32_t result = forward(*scratch, arguments, invoke, place, took);
   if (redaction_) {
     redaction_->redactOutputs(image);
   }
@@ -120,23 +128,35 @@ std::int32_t Recorder::call(device::Operation operation, std::span<const RawArgu
 }
 
 std::int32_t Recorder::forward(Scratch& scratch, std::span<const RawArgument> arguments, Invoke invoke,
-                               std::uint64_t call, std::int64_t& took) {
+                               const CallPlace& place, std::int64_t& took) {
   const device::OperationDescription& operation = scratch.image.description();
   const AnyFunction function = options_.functions[static_cast<std::size_t>(operation.id)];
   scratch.watch.begin(operation, arguments);
   std::array<RawArgument, device::OperationDescription::kMaxParameters> forwarded{};
   std::copy(arguments.begin(), arguments.end(), forwarded.begin());
+  const auto all = std::span(forwarded).first(arguments.size());
   std::optional<ProgressSlot> slot;
   for (std::size_t i = 0; i < operation.parameterCount; ++i) {
     if (operation.parameters()[i].direction == device::Direction::kProgress) {
-      slot.emplace(static_cast<ProgressListener&>(*this), call, typedArgument<RTICE_ProgressCallback>(arguments[i]));
+      slot.emplace(static_cast<ProgressListener&>(*this), place.number,
+                   typedArgument<RTICE_ProgressCallback>(arguments[i]));
       forwarded[i] = rawArgument(slot->function());
     }
   }
-  const InsideLibrary inside(true);
-  const Clock::time_point begin = Clock::now();
-  scratch.image.result = invoke(function, std::span(forwarded).first(arguments.size()));
-  took = nanoseconds(Clock::now() - begin);
+  std::optional<GuardedBuffers> guarded;
+  if (audit_) {
+    audit_->began(place.number, place.thread, operation.id);
+    guarded.emplace(operation, all);
+  }
+  {
+    const InsideLibrary inside(true);
+    const Clock::time_point begin = Clock::now();
+    scratch.image.result = invoke(function, all);
+    took = nanoseconds(Clock::now() - begin);
+  }
+  if (audit_) {
+    audit_->ended(place.number, scratch.image.result, took, guarded->release());
+  }
   scratch.watch.end(scratch.image, arguments);
   return scratch.image.result;
 }
@@ -144,6 +164,9 @@ std::int32_t Recorder::forward(Scratch& scratch, std::span<const RawArgument> ar
 void Recorder::progressed(std::uint64_t call, float percent) {
   CallPlace place = placeHere();
   place.number = call;
+  if (audit_) {
+    audit_->calledBack(call, place.thread);
+  }
   std::string line;
   writeProgress(line, place, percent);
   const std::scoped_lock lock(mutex_);
@@ -158,6 +181,9 @@ void Recorder::finish() {
   if (lock.owns_lock() && file_) {
     file_->finish();
     file_.reset();
+    if (audit_ && !audit_->write()) {
+      options_.tell("cannot write " + utf8Name(options_.auditFile));
+    }
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recorder/audit.h"
 #include "recorder/call_image.h"
 #include "recorder/progress_slots.h"
 #include "recorder/raw_call.h"
@@ -20,13 +21,14 @@ namespace recorder {
 
 /// Forwards calls to a device library and writes them into a recording. Any
 /// thread may call.
-class Recorder : private ProgressListener {
+class Recorder final : private ProgressListener {
  public:
   struct Options {
     FunctionTable functions{};  ///< of the device library
     std::filesystem::path file;
     RecordingFile::Limits limits = {};
-    Header header = {};  ///< an empty salt is replaced by a random one
+    std::filesystem::path auditFile = {};  ///< empty = no audit
+    Header header = {};                    ///< an empty salt is replaced by a random one
     std::function<void(const std::string&)> tell = [](const std::string&) {};
   };
 
@@ -54,13 +56,14 @@ class Recorder : private ProgressListener {
   std::unique_ptr<Scratch> takeScratch();
   void giveBack(std::unique_ptr<Scratch> scratch);
   CallPlace placeHere();
-  std::int32_t forward(Scratch& scratch, std::span<const RawArgument> arguments, Invoke invoke, std::uint64_t call,
+  std::int32_t forward(Scratch& scratch, std::span<const RawArgument> arguments, Invoke invoke, const CallPlace& place,
                        std::int64_t& took);
   void progressed(std::uint64_t call, float percent) override;
 
   Options options_;
   std::string salt_;  // as bytes
   std::optional<Redaction> redaction_;
+  std::optional<Audit> audit_;
   Clock::time_point start_ = Clock::now();
   std::uint64_t id_;  // tells this from other recorders in thread-local data
   std::atomic<std::uint64_t> begun_ = 0;

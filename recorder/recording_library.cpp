@@ -97,6 +97,9 @@ struct Process {
     options.header.redacted = environmentText("PELLAVOX_RECORDING_REDACTED") == "1";
     options.limits.partSize = environmentNumber("PELLAVOX_RECORDING_PART_SIZE", options.limits.partSize);
     options.file = recordingFile(options.header.utc);
+    if (environmentText("PELLAVOX_RECORDING_AUDIT") == "1") {
+      options.auditFile = auditFileIn(options.file.parent_path(), options.header);
+    }
     options.tell = &tell;
     recorder.emplace(std::move(options));
   }

@@ -14,7 +14,7 @@ namespace recorder {
 namespace {
 
 using device::Operation;
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
 /// A signal that the simulated device knows, told apart by size and rate alone.
 struct KnownSignal {
@@ -83,7 +83,7 @@ class LastReads {
   std::map<Operation, const CallImage*> last_;
 };
 
-void addIdentity(Json& scenario, const LastReads& reads) {
+void addIdentity(OrderedJson& scenario, const LastReads& reads) {
   constexpr std::int64_t kKvr5b = 0x6B02;
   if (const CallImage* const selected = reads.of(Operation::setDevice)) {
     scenario["model"] = selected->inputs[3].number == kKvr5b ? "KVR-5B" : "KVR-7";
@@ -119,7 +119,7 @@ std::string signalOf(const Bytes& record) {
   return std::string(nearest);
 }
 
-void addSignal(Json& scenario, const LastReads& reads) {
+void addSignal(OrderedJson& scenario, const LastReads& reads) {
   const std::optional<unsigned> source = reads.byte(Operation::AT_Get_Current_Input_Source);
   const bool isDp = source && *source != 0;
   if (source) {
@@ -136,7 +136,7 @@ void addSignal(Json& scenario, const LastReads& reads) {
   }
 }
 
-void addSettings(Json& scenario, const LastReads& reads) {
+void addSettings(OrderedJson& scenario, const LastReads& reads) {
   constexpr std::array kModes{"fromFlash", "followTx", "followUsb", "mixed"};
   if (const auto mode = reads.byte(Operation::AT_EDID_Get_EDID_mode); mode && *mode < kModes.size()) {
     scenario["edid"]["mode"] = kModes.at(*mode);
@@ -157,7 +157,7 @@ void addSettings(Json& scenario, const LastReads& reads) {
 
 // The external MCU's application tells its family in register 0, its version in
 // register 2.
-void addExternalMcu(Json& scenario, const Recording& recording) {
+void addExternalMcu(OrderedJson& scenario, const Recording& recording) {
   constexpr std::int64_t kApplication = 0x0D;
   const auto hexadecimal = [](unsigned byte) {
     std::array<char, 8> text{};
@@ -188,12 +188,12 @@ void addExternalMcu(Json& scenario, const Recording& recording) {
 
 std::string scenarioOf(const Recording& recording) {
   const LastReads reads(recording);
-  Json scenario = Json::object();
+  OrderedJson scenario = OrderedJson::object();
   addIdentity(scenario, reads);
   addSignal(scenario, reads);
   addSettings(scenario, reads);
   addExternalMcu(scenario, recording);
-  return scenario.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
+  return scenario.dump(2, ' ', true, OrderedJson::error_handler_t::replace) + "\n";
 }
 
 }  // namespace recorder
