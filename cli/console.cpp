@@ -73,7 +73,11 @@ Console processConsole() {
   console.usesColour = qEnvironmentVariableIsEmpty("NO_COLOR");
   console.pause = [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); };
   console.now = [] { return std::chrono::steady_clock::now(); };
-  console.library = QDir(QCoreApplication::applicationDirPath()).filePath(QLatin1String(kLibraryName));
+  // Set where a recording is made or replayed.
+  console.library = qEnvironmentVariable("PELLAVOX_LIBRARY");
+  if (console.library.isEmpty()) {
+    console.library = QDir(QCoreApplication::applicationDirPath()).filePath(QLatin1String(kLibraryName));
+  }
   console.lockFolder = QDir::tempPath();
   return console;
 }

@@ -26,6 +26,8 @@ QLatin1String exitCodeName(ExitCode code) {
       return QLatin1String("recovery");
     case ExitCode::kUnconfirmed:
       return QLatin1String("unconfirmed");
+    case ExitCode::kDifference:
+      return QLatin1String("difference");
     case ExitCode::kInterrupted:
       return QLatin1String("interrupted");
   }

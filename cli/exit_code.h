@@ -17,6 +17,7 @@ enum class ExitCode {
   kInUse = 8,          ///< another instance holds the device
   kRecovery = 9,       ///< the device needs the command that is printed
   kUnconfirmed = 10,   ///< confirmation missing or declined
+  kDifference = 11,    ///< a replay, or a recording, differs from the recording
   kInterrupted = 130,  ///< interrupted before any write
 };
 

@@ -25,13 +25,15 @@ for file in sorted(folder.glob("*.json")):
 files = tempfile.TemporaryDirectory()
 for name, content in (("IMAGE", b"KVR-7 V1.04.00"), ("OTHER", b"KVR-5 V1.04.00"), ("KEY", b"0123456789")):
     (pathlib.Path(files.name) / name).write_bytes(content)
+recordings = folder.parent.parent / "tests/recorder/recordings"
+(pathlib.Path(files.name) / "RECORDING").write_bytes((recordings / "failing-burn.jsonl").read_bytes())
 subprocess.run([program, "snapshot", files.name + "/SNAPSHOT"], check=True, timeout=60)
 
 problems = []
 used = set()
 count = 0
 for line in pathlib.Path(sys.argv[3]).read_text().splitlines():
-    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY)$", files.name + r"/\1", word) for word in shlex.split(line)]
+    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY|RECORDING)$", files.name + r"/\1", word) for word in shlex.split(line)]
     if not words:
         continue
     count += 1

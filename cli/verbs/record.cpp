@@ -1,0 +1,132 @@
+#include "cli/failure.h"
+#include "cli/run.h"
+#include "cli/verb.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+namespace cli {
+namespace {
+
+// For programs that load the library themselves, as this one does.
+constexpr const char* kLibraryVariable = "PELLAVOX_LIBRARY";
+
+#ifdef _WIN32
+constexpr const char* kLibraryName = "RTICE_SDK_x64.dll";
+constexpr const char* kNotUsed =
+    "the program did not use the library put before it; on Windows, put it beside the "
+    "program by hand";
+#else
+constexpr const char* kLibraryName = "libRTICE_SDK_x64.so";
+constexpr const char* kNotUsed = "the program did not use the device library";
+#endif
+
+/// Puts a library of ours before the one that a program would find.
+QProcessEnvironment environmentWith(const char* folder) {
+  const QString library = QDir(QCoreApplication::applicationDirPath()).filePath(QString(folder) + '/' + kLibraryName);
+  if (!QFile::exists(library)) {
+    throw Failure(ExitCode::kLibrary, QStringLiteral("%1 is missing").arg(library));
+  }
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert(kLibraryVariable, library);
+  const QString before = environment.value("LD_LIBRARY_PATH");
+  environment.insert("LD_LIBRARY_PATH", QFileInfo(library).path() + (before.isEmpty() ? QString() : ':' + before));
+  return environment;
+}
+
+/// Runs the program to its end, its input and output those of this one.
+int runProgram(const QStringList& command, const QProcessEnvironment& environment) {
+  QProcess process;
+  process.setProcessEnvironment(environment);
+  process.setProcessChannelMode(QProcess::ForwardedChannels);
+  process.setInputChannelMode(QProcess::ForwardedInputChannel);
+  process.start(command.first(), command.mid(1));
+  if (!process.waitForStarted(-1)) {
+    throw Failure(ExitCode::kFailed, QStringLiteral("cannot start %1").arg(command.first()));
+  }
+  process.waitForFinished(-1);
+  if (process.exitStatus() != QProcess::NormalExit) {
+    throw Failure(ExitCode::kFailed, QStringLiteral("%1 crashed").arg(command.first()));
+  }
+  return process.exitCode();
+}
+
+void record(Run& run, const Arguments& arguments) {
+  const QString file = QFileInfo(arguments.text("output")).absoluteFilePath();
+  if (QFile::exists(file)) {
+    throw Failure(ExitCode::kRefused, QStringLiteral("%1 exists already").arg(file));
+  }
+  QProcessEnvironment environment = environmentWith("recorder");
+  environment.insert("PELLAVOX_RECORDING", file);
+  environment.insert("PELLAVOX_RECORDED_LIBRARY",
+                     run.options().library.isEmpty() ? run.console().library : run.options().library);
+  if (arguments.has("redact")) {
+    environment.insert("PELLAVOX_RECORDING_REDACTED", "1");
+  }
+  if (arguments.has("audit")) {
+    environment.insert("PELLAVOX_RECORDING_AUDIT", "1");
+  }
+  const int code = runProgram(arguments.list("PROGRAM"), environment);
+  if (!QFile::exists(file)) {
+    throw Failure(ExitCode::kLibrary, kNotUsed);
+  }
+  run.setExitCode(static_cast<ExitCode>(code));
+}
+
+void replay(Run& run, const Arguments& arguments) {
+  const QTemporaryDir folder;
+  const QString reportFile = folder.filePath("report");
+  QProcessEnvironment environment = environmentWith("replay");
+  environment.insert("PELLAVOX_REPLAY", QFileInfo(arguments.text("FILE")).absoluteFilePath());
+  environment.insert("PELLAVOX_REPLAY_REPORT", reportFile);
+  if (arguments.has("recorded-speed")) {
+    environment.insert("PELLAVOX_REPLAY_SPEED", "recorded");
+  }
+  const int code = runProgram(arguments.list("PROGRAM"), environment);
+  QFile report(reportFile);
+  if (!report.open(QIODevice::ReadOnly)) {
+    throw Failure(ExitCode::kLibrary, kNotUsed);
+  }
+  const QString text = QString::fromUtf8(report.readAll()).trimmed();
+  if (text.startsWith("unusable: ")) {
+    throw Failure(ExitCode::kRefused, text.mid(QString("unusable: ").size()));
+  }
+  if (!text.startsWith("complete: ")) {
+    for (const QString& line : text.split('\n')) {
+      run.hint(line);
+    }
+    throw Failure(ExitCode::kDifference, "the program did not do what was recorded");
+  }
+  run.setExitCode(static_cast<ExitCode>(code));
+}
+
+}  // namespace
+
+Command recordVerb() {
+  using Takes = Option::Takes;
+  return {"record",
+          "Run a program and record what it does with the device library; ends with the program's exit code",
+          {{"-o,--output", "The recording; must not exist", Takes::kValue, "FILE", {}, true},
+           {"--redact", "Leave out serial numbers and firmware"},
+           {"--audit", "Watch the library's writes and times; audit-*.json beside the recording"},
+           {"PROGRAM", "The program and its arguments, after --", Takes::kValues, "", {}, true}},
+          {},
+          record};
+}
+
+Command replayVerb() {
+  using Takes = Option::Takes;
+  return {"replay",
+          "Run a program on a recording instead of a device; ends with the program's exit code, or 11",
+          {{"FILE", "The recording", Takes::kValue, "", {}, true},
+           {"--recorded-speed", "Let calls take as long as they did"},
+           {"PROGRAM", "The program and its arguments, after --", Takes::kValues, "", {}, true}},
+          {},
+          replay};
+}
+
+}  // namespace cli
