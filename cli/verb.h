@@ -26,6 +26,7 @@ Command captureVerb();
 Command completionVerb();
 Command diffVerb();
 Command doctorVerb();
+Command edidVerb();
 Command gpioVerb();
 Command hdcpVerb();
 Command i2cVerb();
