@@ -99,7 +99,7 @@ void DeviceSession::open() {
       isOpen_ = true;
       return;
     }
-    if (opened.error().step == session::OpenStep::kInitialize || run_.console().now() >= deadline_) {
+    if (run_.console().now() >= deadline_) {
       throw notOpened(opened.error(), run_.options());
     }
     run_.stopIfInterrupted();

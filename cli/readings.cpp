@@ -15,6 +15,7 @@ void addReading(Document& document, const QString& key, const QString& label, co
 Document readSnapshot() {
   Document document("snapshot");
   document.include("info", "Identity", readInfo());
+  document.include("mcu", "External MCU", readMcu());
   document.include("serial", "Serial number", readSerial());
   document.include("rx", "Receiver", readRx());
   document.include("video", "Video", readVideo());

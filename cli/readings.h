@@ -29,6 +29,8 @@ Document readVideo();
 Document readAudio();
 Document readSerial();
 Document readHdcp();
+/// What the external MCU runs.
+Document readMcu();
 /// Mode, slot in use and all tables.
 Document readEdid();
 /// @param group only this one; empty = both

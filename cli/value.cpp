@@ -86,6 +86,11 @@ QString Value::text() const {
   return text == nullptr ? QString() : *text;
 }
 
+std::int64_t Value::number() const {
+  const auto* number = std::get_if<std::int64_t>(&data_);
+  return number == nullptr ? 0 : *number;
+}
+
 const Value::Members& Value::members() const {
   static const Members none;
   const auto* members = std::get_if<Members>(&data_);

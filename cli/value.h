@@ -37,6 +37,8 @@ class Value {
   bool isNull() const { return std::holds_alternative<std::monostate>(data_); }
   /// The text, or empty when this is none.
   QString text() const;
+  /// The whole number, or 0 when this is none.
+  std::int64_t number() const;
   /// The members; none when this is no object.
   const Members& members() const;
   /// The elements; none when this is no list.

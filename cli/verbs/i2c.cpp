@@ -71,6 +71,14 @@ Value byteList(const QByteArray& bytes) {
   return list;
 }
 
+QByteArray bytesOf(const Value& list) {
+  QByteArray bytes;
+  for (const Value& byte : list.list()) {
+    bytes += static_cast<char>(byte.number());
+  }
+  return bytes;
+}
+
 QString spacedHex(const QByteArray& bytes) { return QString::fromLatin1(bytes.toHex(' ').toUpper()); }
 
 void getRegister(Run& run, const Arguments& arguments) {
@@ -133,6 +141,7 @@ void setRegister(Run& run, const Arguments& arguments) {
   change.label = QStringLiteral("%1 register %2").arg(hexText(target.slave), hexText(number));
   change.wanted = byteList(bytes);
   change.wantedText = spacedHex(bytes);
+  change.show = [](const Value& list) { return spacedHex(bytesOf(list)); };
   // What the MCU gives back is not what was written to it: its registers are
   // commands.
   const bool isMcu = target.slave == device::kMcuApplication || target.slave == device::kMcuBootLoader;
@@ -201,8 +210,8 @@ void scanBus(Run& run, const Arguments&) {
       lines << QStringLiteral("%1 (8-bit: %2)").arg(hexText(slave), hexText(slave * 2U));
     }
   }
-  // Nobody at all: perhaps it is the device that does not answer.
-  if (const auto source = video::readInputSource(); found.empty() && !source) {
+  // Perhaps it was the device that did not answer, not those on its bus.
+  if (const auto source = video::readInputSource(); !source) {
     throw Failure(ExitCode::kFailed, QStringLiteral("the device does not answer (%1)").arg(reasonOf(source.error())));
   }
   Document document("i2c");

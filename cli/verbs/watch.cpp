@@ -85,7 +85,11 @@ void watch(Run& run, const Arguments& arguments) {
       arguments.has("count") ? arguments.number("count", 1, std::numeric_limits<std::int32_t>::max()) : 0;
   const DeviceSession session(run);
   for (std::int64_t i = 0; !interruption::isRequested(); ++i) {
-    print(run, verb->read());
+    const Document document = verb->read();
+    print(run, document);
+    if (!document.isComplete()) {
+      run.setExitCode(ExitCode::kFailed);
+    }
     if (i + 1 == count) {
       return;
     }

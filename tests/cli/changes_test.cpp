@@ -1,5 +1,5 @@
-#include "cli_bench.h"
 #include "device/RTICE_SDK_x64.h"
+#include "tests/cli/cli_bench.h"
 
 #include <QtTest>
 

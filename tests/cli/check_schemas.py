@@ -27,13 +27,18 @@ for name, content in (("IMAGE", b"KVR-7 V1.04.00"), ("OTHER", b"KVR-5 V1.04.00")
     (pathlib.Path(files.name) / name).write_bytes(content)
 recordings = folder.parent.parent / "tests/recorder/recordings"
 (pathlib.Path(files.name) / "RECORDING").write_bytes((recordings / "failing-burn.jsonl").read_bytes())
+subprocess.run([program, "edid", "read", "--slot", "1", "-o", files.name + "/TABLE"], check=True, timeout=60,
+               stdout=subprocess.DEVNULL)
+table = bytearray((pathlib.Path(files.name) / "TABLE").read_bytes())
+table[-1] ^= 1
+(pathlib.Path(files.name) / "WRONG").write_bytes(table)
 subprocess.run([program, "snapshot", files.name + "/SNAPSHOT"], check=True, timeout=60)
 
 problems = []
 used = set()
 count = 0
 for line in pathlib.Path(sys.argv[3]).read_text().splitlines():
-    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY|RECORDING)$", files.name + r"/\1", word) for word in shlex.split(line)]
+    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY|TABLE|WRONG|RECORDING)$", files.name + r"/\1", word) for word in shlex.split(line)]
     if not words:
         continue
     count += 1

@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,8 @@ class CliBench {
     answers.clear();
     input.clear();
     isTerminal = false;
+    onPause = {};
+    onHint = {};
   }
 
   Result run(const QStringList& arguments) {
@@ -48,7 +51,12 @@ class CliBench {
       result.out += bytes;
       return true;
     };
-    console.err = [&result](const QByteArray& bytes) { result.err += bytes; };
+    console.err = [this, &result](const QByteArray& bytes) {
+      result.err += bytes;
+      if (onHint) {
+        onHint();
+      }
+    };
     console.readLine = [this]() -> std::optional<QString> {
       if (answers.isEmpty()) {
         return std::nullopt;
@@ -58,7 +66,12 @@ class CliBench {
     console.readAll = [this] { return input; };
     console.asksAtTerminal = isTerminal;
     console.showsErrorsAtTerminal = isTerminal;
-    console.pause = [](std::chrono::milliseconds time) { simulator::advanceTime(time); };
+    console.pause = [this](std::chrono::milliseconds time) {
+      simulator::advanceTime(time);
+      if (onPause) {
+        onPause();
+      }
+    };
     console.now = [] { return std::chrono::steady_clock::time_point(simulator::now()); };
     console.library = DEVICE_LIBRARY;
     console.lockFolder = folder_.path();
@@ -82,6 +95,8 @@ class CliBench {
   QStringList answers;  ///< typed at the terminal
   QByteArray input;     ///< on standard input
   bool isTerminal = false;
+  std::function<void()> onPause;  ///< called whenever the program waits
+  std::function<void()> onHint;   ///< called for each text on standard error
 
  private:
   QTemporaryDir folder_;

@@ -1,4 +1,4 @@
-#include "cli_bench.h"
+#include "tests/cli/cli_bench.h"
 
 #include <QLockFile>
 #include <QtTest>

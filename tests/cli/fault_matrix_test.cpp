@@ -1,0 +1,227 @@
+#include "device/operations.h"
+#include "tests/cli/cli_bench.h"
+
+#include <QtTest>
+
+#include <map>
+
+namespace {
+
+enum class Verb {
+  kReading,  // shows what it reads
+  kChange,   // writes one value
+  kBurn,     // writes firmware
+  kRestart,  // loses the device on purpose
+  kProbing,  // takes a failed read for nobody there
+};
+
+struct Line {
+  const char* words;
+  Verb verb;
+};
+
+// Each verb; FILE is a capture image, TABLE an EDID, KEY a key.
+const std::vector<Line> kLines{
+    {"info", Verb::kReading},
+    {"rx", Verb::kReading},
+    {"video", Verb::kReading},
+    {"audio", Verb::kReading},
+    {"hdcp", Verb::kReading},
+    {"serial", Verb::kReading},
+    {"snapshot", Verb::kReading},
+    {"gpio list", Verb::kReading},
+    {"gpio get 3", Verb::kReading},
+    {"i2c get 48 0 2", Verb::kReading},
+    {"i2c dump 50 0-FF", Verb::kReading},
+    {"i2c scan", Verb::kProbing},
+    {"edid show --sink", Verb::kReading},
+    {"edid check --slot 3", Verb::kReading},
+    {"edid read --ddc", Verb::kReading},
+    {"edid mode", Verb::kReading},
+    {"edid default", Verb::kReading},
+    {"watch audio --count 1", Verb::kReading},
+    {"serial set NEW", Verb::kChange},
+    {"video source dp", Verb::kChange},
+    {"video hpd off", Verb::kChange},
+    {"audio gain 5", Verb::kChange},
+    {"audio hp-gain 5", Verb::kChange},
+    {"audio mute on", Verb::kChange},
+    {"gpio set 3 7", Verb::kChange},
+    {"i2c set 48 1 60 80", Verb::kChange},
+    {"edid write TABLE --slot 2", Verb::kChange},
+    {"edid mode mixed", Verb::kChange},
+    {"edid default 4", Verb::kChange},
+    {"hdcp tx off", Verb::kChange},
+    {"--confirm=key hdcp burn KEY", Verb::kChange},
+    {"restore", Verb::kChange},
+    {"reboot --wait", Verb::kRestart},
+    {"capture burn FILE", Verb::kBurn},
+};
+
+enum class Fault { kStatus, kGarbage, kHang, kUnplug };
+
+struct Call {
+  std::string operation;
+  unsigned number;  // of that operation, from 1
+  bool isAfterWrite;
+};
+
+std::vector<Call> callsMade() {
+  std::vector<Call> calls;
+  std::map<std::string, unsigned> counts;
+  bool written = false;
+  for (const simulator::JournalEntry& entry : simulator::journal()) {
+    calls.push_back({entry.operation, ++counts[entry.operation], written});
+    written = written || device::findOperation(entry.operation)->kind == device::Kind::kChange;
+  }
+  return calls;
+}
+
+void put(const Call& call, Fault fault, std::int32_t status) {
+  switch (fault) {
+    case Fault::kStatus:
+      simulator::failCall(call.operation, call.number, status);
+      break;
+    case Fault::kGarbage:
+      simulator::answerCall(call.operation, call.number, 0, std::vector<std::uint8_t>(600, 0xFF));
+      break;
+    case Fault::kHang:
+      simulator::delayCall(call.operation, call.number, std::chrono::seconds(2));
+      break;
+    case Fault::kUnplug:
+      simulator::unplugAtCall(call.operation, call.number);
+      break;
+  }
+}
+
+int codeOfUnplug(Verb verb, const Call& call, device::Kind kind) {
+  if (call.operation == "closePort" || call.operation == "uninitialize") {
+    return verb == Verb::kRestart && !call.isAfterWrite ? -1 : 0;
+  }
+  if (kind == device::Kind::kSession) {
+    return 3;
+  }
+  if (verb == Verb::kBurn) {
+    return call.isAfterWrite ? 7 : 9;
+  }
+  return call.isAfterWrite ? 7 : 1;
+}
+
+/// What docs/command-line.md promises; -1 = depends.
+int expectedCode(Verb verb, const Call& call, Fault fault) {
+  const device::OperationDescription& operation = *device::findOperation(call.operation);
+  if (verb == Verb::kRestart && call.isAfterWrite) {
+    return fault == Fault::kUnplug ? -1 : 0;  // it tries until the device is back
+  }
+  if (fault == Fault::kUnplug) {
+    return codeOfUnplug(verb, call, operation.kind);
+  }
+  if (fault == Fault::kHang) {
+    return 0;
+  }
+  if (fault == Fault::kGarbage) {
+    // A status of 0 that comes with the port not open, or the write not done.
+    return operation.kind == device::Kind::kRead && verb != Verb::kReading ? 0 : -1;
+  }
+  if (!operation.failed(0) && operation.result == device::ResultMeaning::kTextLength) {
+    return -1;  // a positive status is a length
+  }
+  if (call.operation == "closePort" || call.operation == "uninitialize") {
+    return 0;
+  }
+  if (operation.kind == device::Kind::kSession) {
+    // --wait tries again.
+    return verb == Verb::kRestart ? 0 : 3;
+  }
+  if (operation.kind == device::Kind::kChange) {
+    return 1;
+  }
+  // A probe that nobody answers is no failure, but a device that is gone is.
+  const bool isProbe = verb == Verb::kProbing && call.operation == "AT_System_Get_ExternalMCU_cmd";
+  return verb == Verb::kReading || (verb == Verb::kProbing && !isProbe) ? 1 : 0;
+}
+
+/// Asks again or elsewhere, so that one failed read takes no value away.
+bool canDoWithout(const Line& line, const Call& call) {
+  const std::string words = line.words;
+  return call.number > 1 && words == "snapshot" &&
+         (call.operation == "AT_System_Get_ExternalMCU_cmd" || call.operation == "AT_HdmiTX_Get_HPD_Status");
+}
+
+}  // namespace
+
+/// Each call of each verb fails once.
+class FaultMatrixTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase() { QCOMPARE(bench_.run(QStringList{"edid", "read", "--slot", "3", "-o", table_}).code, 0); }
+
+  void everyFaultEndsAsDocumented_data() {
+    QTest::addColumn<int>("line");
+    for (std::size_t i = 0; i < kLines.size(); ++i) {
+      QTest::newRow(kLines[i].words) << static_cast<int>(i);
+    }
+  }
+  void everyFaultEndsAsDocumented() {
+    QFETCH(int, line);
+    const Line& tried = kLines[static_cast<std::size_t>(line)];
+    bench_.renew();
+    QCOMPARE(start(tried).code, 0);
+    const std::vector<Call> calls = callsMade();
+    for (const Call& call : calls) {
+      // Of many equal calls, some.
+      if (call.number > 2 && call.number % 32 != 0) {
+        continue;
+      }
+      for (const std::int32_t status : {-1, -5, -100, 7}) {
+        tryFault(tried, call, Fault::kStatus, status);
+      }
+      tryFault(tried, call, Fault::kGarbage, 0);
+      tryFault(tried, call, Fault::kHang, 0);
+      tryFault(tried, call, Fault::kUnplug, 0);
+      if (QTest::currentTestFailed()) {
+        return;
+      }
+    }
+  }
+
+ private:
+  CliBench::Result start(const Line& line) {
+    QStringList words{"-j", "-y", "-q"};
+    for (const QString& word : QString(line.words).split(' ')) {
+      words << (word == "FILE" ? image_ : word == "TABLE" ? table_ : word == "KEY" ? key_ : word);
+    }
+    return bench_.run(words);
+  }
+
+  void tryFault(const Line& line, const Call& call, Fault fault, std::int32_t status) {
+    bench_.renew();
+    put(call, fault, status);
+    const auto result = start(line);
+    const QByteArray what = QByteArray(line.words) + ": " + call.operation.c_str() + " #" +
+                            QByteArray::number(call.number) + ", fault " + QByteArray::number(static_cast<int>(fault)) +
+                            ", status " + QByteArray::number(status) + ": ended with " +
+                            QByteArray::number(result.code) + ": " + result.out.left(300);
+    const int expected =
+        fault != Fault::kUnplug && canDoWithout(line, call) ? -1 : expectedCode(line.verb, call, fault);
+    if (expected >= 0 && !(call.operation.find("_USB_Get_i") != std::string::npos && status > 0)) {
+      QVERIFY2(result.code == expected, what.constData());
+    }
+    QVERIFY2(callsOf("closePort") >= (callsOf("openPort") > 0 && result.code != 3 ? 1 : 0), what.constData());
+    const cli::Value document = result.document();
+    QVERIFY2(!document["schema"].text().isEmpty(), what.constData());
+    const bool isError = document["schema"].text() == "pellavox-cli/error";
+    QVERIFY2(result.code != 0 || !isError, what.constData());
+    // Nothing that lacks a value passes for whole.
+    QVERIFY2(result.code != 0 || !result.out.contains("\"unread\""), what.constData());
+  }
+
+  CliBench bench_;
+  QString image_ = bench_.write("image.img", "KVR-7 V1.04.00");
+  QString key_ = bench_.write("key.bin", "0123456789");
+  QString table_ = bench_.path("table.bin");
+};
+
+QTEST_GUILESS_MAIN(FaultMatrixTest)
+#include "fault_matrix_test.moc"

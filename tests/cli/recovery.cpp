@@ -1,0 +1,173 @@
+/// @file
+/// Lets upgrades and burns fail or be interrupted in every way, follows the command
+/// that the program then prints, and looks whether the device is good.
+/// Usage: recovery [COUNT [SEED]]
+#include "tests/cli/cli_bench.h"
+#include "tests/support/seeded_random.h"
+#include "tests/support/upgrade_images.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct Counts {
+  unsigned done = 0;          // at once
+  unsigned untouched = 0;     // failed or interrupted, device as before
+  unsigned recovered = 0;     // by the printed command
+  unsigned afterReplug = 0;   // by it, once the device had been plugged anew as the message says
+  unsigned falseSuccess = 0;  // exit code 0, another content
+  unsigned breach = 0;
+};
+
+bool startsWith(const Bytes& bytes, const Bytes& wanted) {
+  return bytes.size() >= wanted.size() && std::equal(wanted.begin(), wanted.end(), bytes.begin());
+}
+
+QByteArray byteArray(const Bytes& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size())};
+}
+
+void breach(Counts& counts, const char* what, const CliBench::Result& result) {
+  ++counts.breach;
+  std::printf("breach: %s: ended with %d: %s%s\n", what, result.code, result.out.constData(), result.err.constData());
+}
+
+/// The command that exit code 9 comes with, run as printed.
+CliBench::Result follow(CliBench& bench, const CliBench::Result& failed) {
+  QStringList words = QProcess::splitCommand(failed.document()["next"].text());
+  if (words.isEmpty() || words.takeFirst() != "pellavox-cli") {
+    return {};
+  }
+  return bench.run(QStringList{"-j", "-q"} + words);
+}
+
+void addRandomFaults(SeededRandom& random) {
+  using Fault = simulator::McuFault;
+  const unsigned faults = random.below(4);
+  for (unsigned i = 0; i < faults; ++i) {
+    Fault fault;
+    fault.at = static_cast<Fault::At>(random.below(8));
+    fault.kind = static_cast<Fault::Kind>(random.below(5));
+    fault.number = 1 + random.below(40);
+    fault.count = random.oneOf({1U, 2U, 10U, 0U});
+    fault.polls = random.below(150);
+    simulator::addMcuFault(fault);
+  }
+}
+
+void upgradeOnce(CliBench& bench, SeededRandom& random, Counts& counts) {
+  const bool isFamily2 = random.chance(50);
+  bench.renew();
+  simulator::loadScenario(isFamily2 ? R"({"externalMcu": {"family": "2"}})" : R"({"externalMcu": {"family": "v"}})");
+  simulator::useVirtualTime();
+  const Bytes image = upgrade_images::randomImage(1 + random.below(isFamily2 ? 2500 : 600), random);
+  const Bytes whole = upgrade_images::padded(image, isFamily2 ? 1024 : 128);
+  const QString path = bench.write("mcu.bin", byteArray(image));
+  addRandomFaults(random);
+  if (random.chance(20)) {
+    simulator::unplugAtCall("AT_System_Send_ExternalMCU_cmd", 1 + random.below(40));
+  }
+  unsigned pausesLeft = random.chance(30) ? 1 + random.below(40) : 0;
+  bench.onPause = [&pausesLeft] {
+    if (pausesLeft > 0 && --pausesLeft == 0) {
+      cli::interruption::request();
+    }
+  };
+  auto result = bench.run(QStringList{"-j", "-y", "-q", "mcu", "upgrade", path});
+  bench.onPause = {};
+  cli::interruption::request(false);
+  simulator::clearMcuFaults();
+  simulator::replug();
+  const bool isFirst = result.code != 9;
+  bool isPluggedAnew = false;
+  if (!isFirst) {
+    result = follow(bench, result);
+  }
+  // A boot loader that hangs needs its power cut.
+  if (!isFirst && result.code == 9 && result.document()["message"].text().contains("plug the device anew")) {
+    isPluggedAnew = true;
+    simulator::unplug();
+    simulator::replug();
+    result = follow(bench, result);
+  }
+  if (result.code == 0) {
+    counts.afterReplug += isPluggedAnew ? 1 : 0;
+    const bool good = simulator::mcuRunsApplication() && startsWith(simulator::mcuFlash(), whole);
+    ++(!good ? counts.falseSuccess : isFirst ? counts.done : counts.recovered);
+  } else if (isFirst && (result.code == 1 || result.code == 130 || result.code == 3) &&
+             simulator::mcuRunsApplication()) {
+    ++counts.untouched;
+  } else if (isFirst && result.code == 7) {
+    ++counts.untouched;  // nothing answers: nobody can tell
+  } else {
+    breach(counts, "upgrade", result);
+  }
+}
+
+void burnOnce(CliBench& bench, SeededRandom& random, Counts& counts) {
+  bench.renew();
+  Bytes image(1 + random.below(20'000));
+  for (std::uint8_t& byte : image) {
+    byte = random.byte();
+  }
+  QByteArray content = byteArray(image) + "KVR-7 V1.04.00";
+  const QString path = bench.write("capture.img", content);
+  // Progress comes as texts: the plug is pulled at one of them.
+  unsigned textsLeft = random.chance(80) ? 1 + random.below(110) : 0;
+  bench.onHint = [&textsLeft] {
+    if (textsLeft > 0 && --textsLeft == 0) {
+      simulator::unplug();
+    }
+  };
+  if (random.chance(10)) {
+    simulator::failCall("burnToFlash", 1, -14);
+  }
+  auto result = bench.run(QStringList{"-j", "-y", "--progress=json", "capture", "burn", path});
+  bench.onHint = {};
+  simulator::replug();
+  const bool isFirst = result.code != 9;
+  if (!isFirst) {
+    result = follow(bench, result);
+  }
+  if (result.code == 0) {
+    const bool good = startsWith(simulator::captureFlash(), Bytes(content.begin(), content.end()));
+    ++(!good ? counts.falseSuccess : isFirst ? counts.done : counts.recovered);
+  } else if (isFirst && (result.code == 1 || result.code == 7)) {
+    ++counts.untouched;
+  } else {
+    breach(counts, "burn", result);
+  }
+}
+
+void print(const char* name, const Counts& counts) {
+  std::printf(
+      "%-8s %8u done, %8u not begun, %8u recovered by the printed command (%u of them plugged anew), %u false "
+      "successes, %u breaches\n",
+      name, counts.done, counts.untouched, counts.recovered, counts.afterReplug, counts.falseSuccess, counts.breach);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  const unsigned count = argc > 1 ? static_cast<unsigned>(std::atoi(argv[1])) : 10'000;
+  const unsigned seed = argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 1;
+  CliBench bench;
+  Counts upgrades;
+  Counts burns;
+  for (unsigned number = 0; number < count; ++number) {
+    SeededRandom random({seed, number});
+    upgradeOnce(bench, random, upgrades);
+    burnOnce(bench, random, burns);
+  }
+  print("upgrade", upgrades);
+  print("burn", burns);
+  const bool good = upgrades.breach + burns.breach + upgrades.falseSuccess + burns.falseSuccess == 0;
+  return good && upgrades.recovered > 0 && burns.recovered > 0 ? 0 : 1;
+}
