@@ -241,7 +241,7 @@ void FormTest::widgetHasItsClassParentAndText_data() {
 
 void FormTest::widgetHasItsClassParentAndText() {
   QFETCH(int, index);
-  const WidgetRow& row = kWidgets[index];
+  const WidgetRow& row = kWidgets[static_cast<std::size_t>(index)];
   const auto* found = window->findChild<QWidget*>(latin1(row.name));
   QVERIFY(found);
   QCOMPARE(found->metaObject()->className(), row.className);
@@ -263,8 +263,8 @@ void FormTest::pagesStandInOrderAndTheSixthIsCurrent() const {
   const QTabWidget& tabs = *form.tabWidget;
   QCOMPARE(tabs.count(), static_cast<int>(std::size(kPages)));
   for (int index = 0; index < tabs.count(); ++index) {
-    QCOMPARE(tabs.widget(index)->objectName(), latin1(kPages[index].name));
-    QCOMPARE(tabs.tabText(index), latin1(kPages[index].caption));
+    QCOMPARE(tabs.widget(index)->objectName(), latin1(kPages[static_cast<std::size_t>(index)].name));
+    QCOMPARE(tabs.tabText(index), latin1(kPages[static_cast<std::size_t>(index)].caption));
   }
   QCOMPARE(tabs.currentIndex(), 5);
 }
@@ -278,7 +278,7 @@ void FormTest::widgetStandsAtItsGivenPlace_data() {
 
 void FormTest::widgetStandsAtItsGivenPlace() {
   QFETCH(int, index);
-  const PlaceRow& place = kPlaces[index];
+  const PlaceRow& place = kPlaces[static_cast<std::size_t>(index)];
   const QRect actual = widget(place.name).geometry();
   QCOMPARE(actual.topLeft(), QPoint(place.x, place.y));
   if (place.width != 0) {
@@ -373,7 +373,7 @@ void FormTest::everyTextIsTranslatedInTheWindowsContext() {
   const QString context = QStringLiteral("MainWindow/");
   QCOMPARE(window->windowTitle(), context + QStringLiteral("Pellavox v1.03"));
   for (int index = 0; index < form.tabWidget->count(); ++index) {
-    QCOMPARE(form.tabWidget->tabText(index), context + latin1(kPages[index].caption));
+    QCOMPARE(form.tabWidget->tabText(index), context + latin1(kPages[static_cast<std::size_t>(index)].caption));
   }
   for (const WidgetRow& row : kWidgets) {
     if (qstrcmp(row.name, "Edit_VID") == 0) {
