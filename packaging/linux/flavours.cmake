@@ -22,6 +22,8 @@ first. An empty element in it means the current directory.")
   set(program_folder lib/${name})
   set(document_folder share/doc/${name})
   install(TARGETS Pellavox RUNTIME DESTINATION ${program_folder} COMPONENT ${component})
+  install(TARGETS pellavox_recording_library LIBRARY DESTINATION ${program_folder}/recorder COMPONENT ${component})
+  install(TARGETS pellavox_replaying_library LIBRARY DESTINATION ${program_folder}/replay COMPONENT ${component})
   # The program finds the device library beside itself, also when started by
   # this name.
   file(CREATE_LINK ../${program_folder}/Pellavox ${made}/bin SYMBOLIC)
