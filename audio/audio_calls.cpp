@@ -13,7 +13,9 @@ device::Result<std::int16_t> readReceiverGain() { return device::readNumber(AT_A
 
 device::Result<> setReceiverGain(std::int32_t gain) { return device::resultOf(AT_Audio_Set_HdmiDPRX_VolumeGain(gain)); }
 
-device::Result<std::int16_t> readHeadphoneGain() { return device::readNumber(AT_Audio_Get_HPOUTgain); }
+device::Result<std::int16_t> readHeadphoneGain(std::int16_t before) {
+  return device::readNumber(AT_Audio_Get_HPOUTgain, before);
+}
 
 device::Result<> setHeadphoneGain(std::int16_t gain) { return device::resultOf(AT_Audio_Set_HPOUTgain(&gain)); }
 

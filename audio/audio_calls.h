@@ -19,7 +19,8 @@ device::Result<std::int16_t> readReceiverGain();
 device::Result<> setReceiverGain(std::int32_t gain);
 
 /// Gain of the headphone output.
-device::Result<std::int16_t> readHeadphoneGain();
+/// @param before the result when the library succeeds without writing a gain
+device::Result<std::int16_t> readHeadphoneGain(std::int16_t before = 0);
 device::Result<> setHeadphoneGain(std::int16_t gain);
 
 /// Headphone mute; every code but 0 counts as muted.

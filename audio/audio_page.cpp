@@ -40,7 +40,7 @@ void MainWindow::slot_Read_AudioInfo() {
   }
   ui->CB_DACHP_MUTE->setChecked(*muted);
 
-  const auto headphoneGain = audio::readHeadphoneGain();
+  const auto headphoneGain = audio::readHeadphoneGain(*receiverGain);
   if (!headphoneGain) {
     ui->LB_Message->setText(QStringLiteral("Get HPOut gain...[fail]"));
     return;

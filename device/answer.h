@@ -21,9 +21,10 @@ struct Answer {
 };
 
 /// Reads a number with an operation that takes nothing but the place for it.
+/// @param before what stands in that place, and stays when nothing is written
 template <typename Value>
-Result<Value> readNumber(std::int32_t (*operation)(Value*)) {
-  Answer<Value> answer;
+Result<Value> readNumber(std::int32_t (*operation)(Value*), Value before = {}) {
+  Answer<Value> answer{.value = before};
   if (const std::int32_t status = operation(&answer.value); status != 0) {
     return failure(status);
   }
