@@ -1,5 +1,7 @@
 #include "cli/console.h"
 
+#include "device/library_name.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -23,10 +25,8 @@ namespace cli {
 namespace {
 
 #ifdef _WIN32
-constexpr const char* kLibraryName = "RTICE_SDK_x64.dll";
 bool isTerminal(FILE* file) { return _isatty(_fileno(file)) != 0; }
 #else
-constexpr const char* kLibraryName = "libRTICE_SDK_x64.so";
 bool isTerminal(FILE* file) { return isatty(fileno(file)) != 0; }
 #endif
 
@@ -76,7 +76,7 @@ Console processConsole() {
   // Set where a recording is made or replayed.
   console.library = qEnvironmentVariable("PELLAVOX_LIBRARY");
   if (console.library.isEmpty()) {
-    console.library = QDir(QCoreApplication::applicationDirPath()).filePath(QLatin1String(kLibraryName));
+    console.library = QDir(QCoreApplication::applicationDirPath()).filePath(QLatin1String(device::kLibraryName));
   }
   console.lockFolder = QDir::tempPath();
   return console;

@@ -81,11 +81,11 @@ void addMaker(Document& document, const edid::Description& d) {
 void addScreen(Document& document, const edid::Description& d) {
   document.add("structure", "EDID version", QStringLiteral("%1.%2").arg(d.version).arg(d.revision));
   QString input = d.digital ? QStringLiteral("digital") : QStringLiteral("analogue");
-  if (!d.interface.empty()) {
-    input += QStringLiteral(", %1").arg(QString::fromStdString(d.interface));
+  if (!d.videoInterface.empty()) {
+    input += QStringLiteral(", %1").arg(QString::fromStdString(d.videoInterface));
   }
   document.add("digital", "Input", d.digital, input);
-  document.addQuietly("interface", optionalText(d.interface));
+  document.addQuietly("interface", optionalText(d.videoInterface));
   addKnown(document, "bitsPerColor", "Bits per colour", optionalNumber(d.bitsPerColor));
   addKnown(document, "widthMm", "Width", optionalNumber(d.widthMm), QStringLiteral("%1 mm").arg(d.widthMm));
   addKnown(document, "heightMm", "Height", optionalNumber(d.heightMm), QStringLiteral("%1 mm").arg(d.heightMm));

@@ -154,8 +154,8 @@ void describeInput(Bytes block, Description& description) {
   description.digital = (input & 0x80U) != 0;
   if (description.digital && description.revision >= 4) {
     description.bitsPerColor = kDepths[input >> 4 & 7U];
-    const std::size_t interface = input & 0x0FU;
-    description.interface = interface < kInterfaces.size() ? kInterfaces[interface] : "";
+    const std::size_t code = input & 0x0FU;
+    description.videoInterface = code < kInterfaces.size() ? kInterfaces[code] : "";
   }
 }
 

@@ -129,7 +129,7 @@ struct Description {
   std::uint8_t version = 0;
   std::uint8_t revision = 0;
   bool digital = false;
-  std::string interface;           ///< for example "DisplayPort"; empty = not told
+  std::string videoInterface;      ///< for example "DisplayPort"; empty = not told
   std::uint32_t bitsPerColor = 0;  ///< 0 = not told
   std::uint32_t widthMm = 0;       ///< of the screen; 0 = not told
   std::uint32_t heightMm = 0;

@@ -44,9 +44,11 @@ std::int32_t forward(device::Operation id, Call call) {
 
 #ifdef _WIN32
 // Callers were compiled to go through a DLL's import table; this is that table.
-#define OPERATION(name, ...)                 \
-  extern "C" decltype(&::name) __imp_##name; \
-  extern "C" decltype(&::name) __imp_##name = &::name;
+#define OPERATION(name, ...)                \
+  extern "C" {                              \
+  extern decltype(&::name) __imp_##name;    \
+  decltype(&::name) __imp_##name = &::name; \
+  }
 #include "device/operations.inc"
 #undef OPERATION
 #endif

@@ -9,6 +9,8 @@
 namespace recorder {
 namespace {
 
+std::string keyOf(const Bytes& text) { return {text.begin(), text.end()}; }
+
 std::atomic<std::uint64_t> players = 0;
 
 /// Which recorded thread this one stands for. Of a plain type, for threads that
@@ -91,7 +93,7 @@ CallImage Player::imageOf(device::Operation operation, std::span<const RawArgume
       return Bytes(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
     };
     const Lock lock(mutex_);
-    pseudonyms_[trimmed(image.inputs[0].bytes)] = trimmed(before);
+    pseudonyms_[keyOf(trimmed(image.inputs[0].bytes))] = trimmed(before);
   }
   return image;
 }
@@ -254,7 +256,7 @@ void Player::putOutputs(const RecordedCall& call, std::span<const RawArgument> a
     if (call.image.operation == device::Operation::AT_USB_Get_SerialNum && run.offset == 0) {
       // What the program itself has written it reads as it wrote it.
       const Bytes text(run.bytes.begin(), std::find(run.bytes.begin(), run.bytes.end(), 0));
-      const auto known = pseudonyms_.find(text);
+      const auto known = pseudonyms_.find(keyOf(text));
       if (known != pseudonyms_.end()) {
         std::copy(known->second.begin(), known->second.end(), run.bytes.begin());
       }

@@ -90,8 +90,8 @@ class Player {
   std::condition_variable changed_;
   std::map<unsigned, Thread> threads_;
   std::set<std::uint64_t> endedOutOfOrder_;
-  std::uint64_t ended_ = 0;  // so many calls have ended, in the recorded order
-  std::map<Bytes, Bytes> pseudonyms_;
+  std::uint64_t ended_ = 0;                  // so many calls have ended, in the recorded order
+  std::map<std::string, Bytes> pseudonyms_;  // by serial number
   std::deque<const RecordedCall*> last_;
   std::vector<std::thread> lateThreads_;
   bool isDifferent_ = false;

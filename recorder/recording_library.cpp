@@ -1,6 +1,7 @@
 /// @file
 /// The recorder under the device library's own name. What it does is said by
 /// the environment; docs/recording.md lists the variables.
+#include "device/library_name.h"
 #include "gate/loaded_file.h"
 #include "recorder/code_range.h"
 #include "recorder/environment.h"
@@ -23,12 +24,6 @@ namespace fs = std::filesystem;
 // as some return lengths.
 constexpr std::int32_t kNotLoaded = -2'000'000'001;
 
-#ifdef _WIN32
-constexpr const char* kLibraryName = "RTICE_SDK_x64.dll";
-#else
-constexpr const char* kLibraryName = "libRTICE_SDK_x64.so";
-#endif
-
 // Something that only the simulated device exports.
 constexpr const char* kSignOfSimulator = "_ZN9simulator5resetEv";
 
@@ -38,7 +33,7 @@ fs::path ownFolder() { return fileOfCode(reinterpret_cast<const void*>(&tell)).p
 
 fs::path realLibrary() {
   const fs::path named = environmentPath("PELLAVOX_RECORDED_LIBRARY");
-  return named.empty() ? ownFolder() / "vendor" / kLibraryName : named;
+  return named.empty() ? ownFolder() / "vendor" / device::kLibraryName : named;
 }
 
 // A name that nothing has yet: two runs of a program must not mix.

@@ -1,6 +1,7 @@
 #include "cli/failure.h"
 #include "cli/run.h"
 #include "cli/verb.h"
+#include "device/library_name.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -16,18 +17,17 @@ namespace {
 constexpr const char* kLibraryVariable = "PELLAVOX_LIBRARY";
 
 #ifdef _WIN32
-constexpr const char* kLibraryName = "RTICE_SDK_x64.dll";
 constexpr const char* kNotUsed =
     "the program did not use the library put before it; on Windows, put it beside the "
     "program by hand";
 #else
-constexpr const char* kLibraryName = "libRTICE_SDK_x64.so";
 constexpr const char* kNotUsed = "the program did not use the device library";
 #endif
 
 /// Puts a library of ours before the one that a program would find.
 QProcessEnvironment environmentWith(const char* folder) {
-  const QString library = QDir(QCoreApplication::applicationDirPath()).filePath(QString(folder) + '/' + kLibraryName);
+  const QString library =
+      QDir(QCoreApplication::applicationDirPath()).filePath(QString(folder) + '/' + device::kLibraryName);
   if (!QFile::exists(library)) {
     throw Failure(ExitCode::kLibrary, QStringLiteral("%1 is missing").arg(library));
   }

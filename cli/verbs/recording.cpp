@@ -15,7 +15,7 @@ QString textOf(const std::string& text) { return QString::fromStdString(text); }
 
 Failure refusal(const recorder::RecordingError& error) { return {ExitCode::kRefused, textOf(error.text())}; }
 
-recorder::Recording read(const QString& file) {
+recorder::Recording wholeRecording(const QString& file) {
   auto recording = recorder::readRecording(pathOf(file));
   if (!recording) {
     throw refusal(recording.error());
@@ -23,8 +23,8 @@ recorder::Recording read(const QString& file) {
   return *std::move(recording);
 }
 
-void show(Run& run, const Arguments& arguments) {
-  const recorder::Recording recording = read(arguments.text("FILE"));
+void showRecording(Run& run, const Arguments& arguments) {
+  const recorder::Recording recording = wholeRecording(arguments.text("FILE"));
   Document document("recording");
   document.addQuietly("file", arguments.text("FILE"));
   document.addQuietly("library", textOf(recording.header.library));
@@ -38,7 +38,7 @@ void show(Run& run, const Arguments& arguments) {
   run.finish(document);
 }
 
-void check(Run& run, const Arguments& arguments) {
+void checkRecording(Run& run, const Arguments& arguments) {
   const auto walk = recorder::walkRecording(pathOf(arguments.text("FILE")), [](auto, auto&&) {});
   if (!walk) {
     throw refusal(walk.error());
@@ -55,8 +55,9 @@ void check(Run& run, const Arguments& arguments) {
   run.finish(document);
 }
 
-void compare(Run& run, const Arguments& arguments) {
-  const std::string differences = recorder::differencesBetween(read(arguments.text("A")), read(arguments.text("B")));
+void compareRecordings(Run& run, const Arguments& arguments) {
+  const std::string differences =
+      recorder::differencesBetween(wholeRecording(arguments.text("A")), wholeRecording(arguments.text("B")));
   Document document("recording");
   document.addQuietly("file", arguments.text("A"));
   document.addQuietly("other", arguments.text("B"));
@@ -68,7 +69,7 @@ void compare(Run& run, const Arguments& arguments) {
   }
 }
 
-void redact(Run& run, const Arguments& arguments) {
+void redactFile(Run& run, const Arguments& arguments) {
   const auto redacted = recorder::redactRecording(pathOf(arguments.text("FILE")), pathOf(arguments.text("output")));
   if (!redacted) {
     throw refusal(redacted.error());
@@ -81,7 +82,7 @@ void redact(Run& run, const Arguments& arguments) {
 }
 
 void makeScenario(Run& run, const Arguments& arguments) {
-  const QByteArray scenario = QByteArray::fromStdString(recorder::scenarioOf(read(arguments.text("FILE"))));
+  const QByteArray scenario = QByteArray::fromStdString(recorder::scenarioOf(wholeRecording(arguments.text("FILE"))));
   if (arguments.has("output")) {
     writeResultFile(arguments.text("output"), scenario);
   } else {
@@ -99,18 +100,18 @@ Command recordingVerb() {
   };
   Command verb{"recording", "Look into recordings; needs no device"};
   verb.commands = {
-      {"show", "Sum a recording up: operations, times, packets to the external MCU", {file}, {}, show},
-      {"check", "Find out whether a recording is whole and unchanged", {file}, {}, check},
+      {"show", "Sum a recording up: operations, times, packets to the external MCU", {file}, {}, showRecording},
+      {"check", "Find out whether a recording is whole and unchanged", {file}, {}, checkRecording},
       {"diff",
        "Tell where two recordings part; ends with 11 when they do",
        {{"A", "A recording", Takes::kValue, "", {}, true}, {"B", "Another one", Takes::kValue, "", {}, true}},
        {},
-       compare},
+       compareRecordings},
       {"redact",
        "Write a recording anew, without serial numbers and firmware",
        {file, output("The new recording; must not exist", true)},
        {},
-       redact},
+       redactFile},
       {"to-scenario",
        "Make a scenario for the simulated device from what a recording tells of the real one",
        {file, output("Write it there instead of printing it", false)},

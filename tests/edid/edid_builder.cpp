@@ -74,12 +74,12 @@ CtaBuilder& CtaBuilder::timing(const Timing& timing, unsigned widthMm, unsigned 
 Table CtaBuilder::block() const {
   Table block;
   appendTo(block, {0x02, revision_, 4 + static_cast<unsigned>(data_.size()), flags_});
-  block.insert(block.end(), data_.begin(), data_.end());
-  block.insert(block.end(), timings_.begin(), timings_.end());
-  if (block.size() >= kBlock) {
+  if (block.size() + data_.size() + timings_.size() >= kBlock) {
     throw std::logic_error("the extension is too long");
   }
   block.resize(kBlock);
+  const auto next = std::copy(data_.begin(), data_.end(), block.begin() + 4);
+  std::copy(timings_.begin(), timings_.end(), next);
   return block;
 }
 

@@ -115,7 +115,7 @@ class EdidDescriptionTest : public QObject {
 
   void structure14TellsInterfaceAndDepth_data() {
     QTest::addColumn<int>("input");
-    QTest::addColumn<QByteArray>("interface");
+    QTest::addColumn<QByteArray>("videoInterface");
     QTest::addColumn<int>("bits");
     QTest::newRow("DisplayPort, 6 bits") << 0x95 << QByteArray("DisplayPort") << 6;
     QTest::newRow("HDMI-a, 8 bits") << 0xA2 << QByteArray("HDMI-a") << 8;
@@ -128,12 +128,12 @@ class EdidDescriptionTest : public QObject {
 
   void structure14TellsInterfaceAndDepth() {
     QFETCH(int, input);
-    QFETCH(QByteArray, interface);
+    QFETCH(QByteArray, videoInterface);
     QFETCH(int, bits);
     const Description description =
         ofBase(edid_test::EdidBuilder("ORV", 1, 4, static_cast<unsigned>(input), 0x06).timing(edid_test::k1080p60));
     QVERIFY(description.digital);
-    QCOMPARE(QByteArray(description.interface.c_str()), interface);
+    QCOMPARE(QByteArray(description.videoInterface.c_str()), videoInterface);
     QCOMPARE(static_cast<int>(description.bitsPerColor), bits);
   }
 
