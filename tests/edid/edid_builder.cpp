@@ -72,12 +72,14 @@ CtaBuilder& CtaBuilder::timing(const Timing& timing, unsigned widthMm, unsigned 
 }
 
 Table CtaBuilder::block() const {
-  Table block;
-  appendTo(block, {0x02, revision_, 4 + static_cast<unsigned>(data_.size()), flags_});
-  if (block.size() + data_.size() + timings_.size() >= kBlock) {
+  if (4 + data_.size() + timings_.size() >= kBlock) {
     throw std::logic_error("the extension is too long");
   }
-  block.resize(kBlock);
+  Table block(kBlock);
+  block[0] = 0x02;
+  block[1] = low(revision_);
+  block[2] = low(4 + static_cast<unsigned>(data_.size()));
+  block[3] = low(flags_);
   const auto next = std::copy(data_.begin(), data_.end(), block.begin() + 4);
   std::copy(timings_.begin(), timings_.end(), next);
   return block;
