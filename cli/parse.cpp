@@ -77,6 +77,8 @@ Arguments argumentsOf(const Slot& slot) {
 
 std::variant<Invocation, HelpText, UsageError> parse(const Command& program, const QStringList& arguments) {
   CLI::App app(program.help, program.name);
+  // A path may begin with a slash on Windows, too.
+  app.allow_windows_style_options(false);
   std::list<Slot> slots;
   try {
     build(app, program, slots);
