@@ -83,8 +83,8 @@ std::variant<Invocation, HelpText, UsageError> parse(const Command& program, con
   try {
     build(app, program, slots);
     std::vector<std::string> reversed;
-    for (auto argument = arguments.rbegin(); argument != arguments.rend(); ++argument) {
-      reversed.push_back(argument->toStdString());
+    for (const QString& argument : arguments) {
+      reversed.insert(reversed.begin(), argument.toStdString());
     }
     app.parse(std::move(reversed));
   } catch (const CLI::CallForHelp&) {

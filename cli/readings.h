@@ -33,8 +33,8 @@ Document readHdcp();
 Document readMcu();
 /// Mode, slot in use and all tables.
 Document readEdid();
-/// @param group only this one; empty = both
-Document readGpio(std::optional<diag::GpioGroup> group = {});
+/// @param only this group; empty = both
+Document readGpio(std::optional<diag::GpioGroup> only = {});
 
 /// Everything that can be read.
 Document readSnapshot();

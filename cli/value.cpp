@@ -45,7 +45,7 @@ Value fromQt(const QJsonValue& value) {
       return value.toString();
     case QJsonValue::Array: {
       Value::List list;
-      for (const QJsonValue& element : value.toArray()) {
+      for (const auto element : value.toArray()) {
         list.push_back(fromQt(element));
       }
       return list;

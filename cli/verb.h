@@ -27,7 +27,6 @@ Command completionVerb();
 Command diffVerb();
 Command edidVerb();
 Command doctorVerb();
-Command edidVerb();
 Command gpioVerb();
 Command hdcpVerb();
 Command i2cVerb();

@@ -117,6 +117,9 @@ Process* process() {
 }
 
 struct AtExit {
+  AtExit() = default;
+  AtExit(const AtExit&) = delete;
+  AtExit& operator=(const AtExit&) = delete;
   ~AtExit() {
     Process* const made = current.load(std::memory_order_acquire);
     if (made != nullptr && made->recorder) {

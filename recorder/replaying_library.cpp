@@ -44,6 +44,9 @@ const std::unique_ptr<Player>& player() {
 }
 
 struct ReplayAtExit {
+  ReplayAtExit() = default;
+  ReplayAtExit(const ReplayAtExit&) = delete;
+  ReplayAtExit& operator=(const ReplayAtExit&) = delete;
   ~ReplayAtExit() {
     // A program that calls nothing leaves everything over.
     const std::unique_ptr<Player>& made = player();

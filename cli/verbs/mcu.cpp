@@ -171,7 +171,7 @@ QString requireRunning(const Run& run, const QString& expected, const QString& p
         ExitCode::kUnchecked,
         QStringLiteral("every packet was taken, but the version cannot be read (%1)").arg(reasonOf(version.error())));
   }
-  const QString found = session::mainVersionText(*version);
+  QString found = session::mainVersionText(*version);
   if (!expected.isEmpty() && found != expected) {
     Failure failure(ExitCode::kMismatch,
                     QStringLiteral("every packet was taken, but the version is %1 instead of %2").arg(found, expected));

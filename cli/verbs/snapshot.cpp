@@ -24,7 +24,7 @@ void takeSnapshot(Run& run, const Arguments& arguments) {
 
 Value loadSnapshot(const QString& path) {
   QString error;
-  const Value snapshot = Value::fromJson(readInputFile(path), &error);
+  Value snapshot = Value::fromJson(readInputFile(path), &error);
   if (!error.isEmpty() || snapshot["schema"].text() != "pellavox-cli/snapshot") {
     throw Failure(ExitCode::kRefused, QStringLiteral("%1 is no snapshot%2")
                                           .arg(path, error.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(error)));

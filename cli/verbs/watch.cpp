@@ -31,6 +31,7 @@ constexpr std::array kWatched{
 
 std::vector<std::string> watchedNames() {
   std::vector<std::string> names;
+  names.reserve(kWatched.size());
   for (const WatchedVerb& verb : kWatched) {
     names.emplace_back(verb.name);
   }

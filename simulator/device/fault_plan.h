@@ -52,7 +52,7 @@ class FaultPlan {
   struct Counted {
     FaultPoint at;
     std::string detail;
-    auto operator<=>(const Counted&) const = default;
+    auto operator<=>(const Counted&) const = default;  // NOLINT(modernize-use-nullptr): made by the compiler
   };
 
   struct Planned {

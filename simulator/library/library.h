@@ -73,8 +73,11 @@ class Library {
  private:
   using DevicePointer = std::shared_ptr<Device>;
   struct Finally {
-    std::function<void()> action;
+    explicit Finally(std::function<void()> last) : action(std::move(last)) {}
+    Finally(const Finally&) = delete;
+    Finally& operator=(const Finally&) = delete;
     ~Finally() { action(); }
+    std::function<void()> action;
   };
   struct CallInProgress {
     DevicePointer device;

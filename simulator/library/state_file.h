@@ -46,7 +46,7 @@ class StateFile {
   bool isLong() const { return appended_ > snapshotSize_ + kAppendedAnyway; }
 
  private:
-  static constexpr std::uint64_t kAppendedAnyway = 1024 * 1024;
+  static constexpr std::uint64_t kAppendedAnyway = std::uint64_t{1024} * 1024;
 
   void write(std::ofstream& file, const std::vector<std::uint8_t>& bytes) const;
 
