@@ -142,7 +142,8 @@ class RecordingTest : public QObject {
     changed.pop_back();
     row("without its last line", textOf(changed), "without its end");
     changed = lines;
-    changed[4].replace(changed[4].find("\"at\":") + 5, 1, "9");
+    char& digit = changed[4][changed[4].find("\"at\":") + 5];
+    digit = digit == '9' ? '8' : '9';
     row("edited", textOf(changed), std::string("text:5: ") + kDoesNotFit);
     changed = lines;
     std::swap(changed[2], changed[3]);
