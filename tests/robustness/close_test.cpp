@@ -27,6 +27,11 @@ namespace {
 // program that waits for them is noticed.
 constexpr auto kPrompt = 20s;
 constexpr auto kStuck = 60s;
+// More, and a machine with many cores runs out of what a process needs to start.
+constexpr int kMostAtOnce = 16;
+// A process that cannot be made is the machine's fault, not the program's: tried again.
+constexpr int kStarts = 5;
+constexpr auto kBeforeNextStart = 500ms;
 // After so many runs of a job, some must have hit its calls.
 constexpr unsigned kSpread = 50;
 
@@ -137,7 +142,7 @@ class Runs : public QObject {
 
   /// Returns when all have ended.
   void go() {
-    const int atOnce = 8 * std::max(1, QThread::idealThreadCount());
+    const int atOnce = std::min(8 * std::max(1, QThread::idealThreadCount()), kMostAtOnce);
     for (int i = 0; i < atOnce; ++i) {
       startNext();
     }
@@ -157,6 +162,7 @@ class Runs : public QObject {
     QByteArray output;
     std::chrono::steady_clock::time_point closed;  // as seen here
     bool isStuck = false;
+    int starts = 0;
   };
 
   // Only the job and the number of the run decide the moment.
@@ -207,16 +213,31 @@ class Runs : public QObject {
       --running_;
       startNext();
     });
-    connect(run, &QProcess::errorOccurred, run, [run](QProcess::ProcessError error) {
+    connect(run, &QProcess::errorOccurred, this, [this, run](QProcess::ProcessError error) {
       if (error == QProcess::FailedToStart) {
-        qFatal("%s: %s", PROGRAM, qPrintable(run->errorString()));
+        startAgain(*run);
       }
     });
     QTimer::singleShot(kStuck, run, [run] {
       run->isStuck = true;
       run->kill();
     });
-    run->start(PROGRAM, QStringList());
+    start(*run);
+  }
+
+  static void start(Run& run) {
+    ++run.starts;
+    run.start(PROGRAM, QStringList());
+  }
+
+  void startAgain(Run& run) {
+    std::fprintf(stderr, "%s did not start: %s\n", PROGRAM, qPrintable(run.errorString()));
+    if (run.starts < kStarts) {
+      QTimer::singleShot(kBeforeNextStart, &run, [&run] { start(run); });
+      return;
+    }
+    std::fflush(stderr);
+    std::exit(1);
   }
 
   void evaluate(Run& run) {
