@@ -11,7 +11,7 @@ set(components)
 function(component name version licence purl)
   set(files)
   foreach(pattern IN LISTS ARGN)
-    file(GLOB_RECURSE matches RELATIVE ${root} ${root}/${pattern})
+    file(GLOB matches RELATIVE ${root} ${root}/${pattern})
     list(APPEND files ${matches})
   endforeach()
   if(NOT files)
@@ -34,22 +34,31 @@ function(component name version licence purl)
   set(components ${components} "${entry}" PARENT_SCOPE)
 endfunction()
 
+# The libraries of one name in their folders; a device library lies beside the program.
+set(recording_libraries recorder/RTICE_SDK_x64.dll replay/RTICE_SDK_x64.dll
+  lib/pellavox*/recorder/libRTICE_SDK_x64.so lib/pellavox*/replay/libRTICE_SDK_x64.so)
+set(command_line pellavox-cli.exe lib/pellavox*/pellavox-cli)
+set(simulated_device RTICE_SDK_x64.dll lib/pellavox*/libRTICE_SDK_x64.so)
+
 component(Pellavox ${CPACK_PACKAGE_VERSION} MIT "" Pellavox.exe lib/pellavox*/Pellavox)
-component(simulated-device ${CPACK_PACKAGE_VERSION} MIT "" RTICE_SDK_x64.dll libRTICE_SDK_x64.so)
+component(pellavox-cli ${CPACK_PACKAGE_VERSION} MIT "" ${command_line})
+component(recorder-and-replay ${CPACK_PACKAGE_VERSION} MIT "" ${recording_libraries})
+component(simulated-device ${CPACK_PACKAGE_VERSION} MIT "" ${simulated_device})
 component(qtbase "${CPACK_PELLAVOX_QT_VERSION}" "LGPL-3.0-only OR GPL-2.0-or-later"
-  "pkg:generic/qtbase@${CPACK_PELLAVOX_QT_VERSION}" Qt5*.dll qwindows*.dll)
+  "pkg:generic/qtbase@${CPACK_PELLAVOX_QT_VERSION}" Qt5*.dll platforms/*.dll styles/*.dll)
 component(gcc-runtime "${CPACK_PELLAVOX_GCC_VERSION}" "GPL-3.0-or-later WITH GCC-exception-3.1"
   "pkg:deb/debian/gcc-mingw-w64-x86-64-posix-runtime@${CPACK_PELLAVOX_GCC_VERSION}" libgcc*.dll libstdc*.dll)
 component(winpthreads "${CPACK_PELLAVOX_MINGW_VERSION}" "MIT AND BSD-3-Clause"
   "pkg:deb/debian/mingw-w64-x86-64-dev@${CPACK_PELLAVOX_MINGW_VERSION}" libwinpthread-1.dll)
-# Headers only: compiled into the program.
+# Headers only: compiled into these files.
 component(expected "${CPACK_PELLAVOX_EXPECTED_VERSION}" CC0-1.0
-  "pkg:deb/debian/libexpected-dev@${CPACK_PELLAVOX_EXPECTED_VERSION}" Pellavox.exe lib*/pellavox/Pellavox)
-if(CPACK_PELLAVOX_FLAVOUR STREQUAL training)
-  # Headers only: compiled into the simulated device.
-  component(nlohmann-json "${CPACK_PELLAVOX_JSON_VERSION}" MIT
-    "pkg:deb/debian/nlohmann-json3-dev@${CPACK_PELLAVOX_JSON_VERSION}" RTICE_SDK_x64.dll libRTICE_SDK_x64.so)
-endif()
+  "pkg:deb/debian/libexpected-dev@${CPACK_PELLAVOX_EXPECTED_VERSION}"
+  Pellavox.exe lib/pellavox*/Pellavox ${command_line} ${recording_libraries})
+component(CLI11 "${CPACK_PELLAVOX_CLI11_VERSION}" BSD-3-Clause
+  "pkg:deb/debian/libcli11-dev@${CPACK_PELLAVOX_CLI11_VERSION}" ${command_line})
+component(nlohmann-json "${CPACK_PELLAVOX_JSON_VERSION}" MIT
+  "pkg:deb/debian/nlohmann-json3-dev@${CPACK_PELLAVOX_JSON_VERSION}"
+  ${simulated_device} ${command_line} ${recording_libraries})
 list(JOIN components ",\n" components)
 
 # The time and the number come from the commit and the content.

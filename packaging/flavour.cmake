@@ -31,7 +31,29 @@ if(CPACK_GENERATOR STREQUAL NSIS)
   set(CPACK_NSIS_INSTALL_ROOT "$PROGRAMFILES64")
   # A 64-bit installer: the usual 32-bit one needs Windows' 32-bit half. File
   # dates would differ from one making of the package to the next.
-  set(CPACK_NSIS_DEFINES "Target amd64-unicode\nSetDateSave off")
+  set(CPACK_NSIS_DEFINES "Target amd64-unicode\nSetDateSave off\n!include FileFunc.nsh")
+  # A page asks whether the command line is to be on PATH; a silent installation is
+  # asked to by /PATH. CPack's own commands add the folder "bin", which there is none
+  # of; these add the programs' folder by CPack's functions.
+  set(CPACK_NSIS_MODIFY_PATH ON)
+  set(CPACK_NSIS_EXTRA_PREINSTALL_COMMANDS "
+  \${GetParameters} $0
+  ClearErrors
+  \${GetOptions} $0 \"/PATH\" $1
+  IfErrors pathNotAskedFor
+    WriteINIStr \"$PLUGINSDIR\\NSIS.InstallOptions.ini\" \"Field 2\" \"State\" \"0\"
+    WriteINIStr \"$PLUGINSDIR\\NSIS.InstallOptions.ini\" \"Field 3\" \"State\" \"1\"
+  pathNotAskedFor:")
+  set(CPACK_NSIS_EXTRA_INSTALL_COMMANDS "
+  StrCmp $DO_NOT_ADD_TO_PATH \"1\" notOnPath
+    Push $INSTDIR
+    Call AddToPath
+  notOnPath:")
+  set(CPACK_NSIS_EXTRA_UNINSTALL_COMMANDS "
+  StrCmp $DO_NOT_ADD_TO_PATH \"1\" notFromPath
+    Push $INSTDIR
+    Call un.RemoveFromPath
+  notFromPath:")
   set(CPACK_NSIS_MUI_ICON ${CPACK_PELLAVOX_ICON})
   set(CPACK_NSIS_MUI_UNIICON ${CPACK_PELLAVOX_ICON})
   set(CPACK_NSIS_INSTALLED_ICON_NAME Pellavox.exe)

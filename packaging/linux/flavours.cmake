@@ -1,6 +1,17 @@
 # What the Debian packages hold: components "device" and "training", each complete
 # and with names of its own, so that both may be installed side by side.
 
+# install_command_line_texts(name component): where the shells and man look for them
+function(install_command_line_texts name component)
+  command_line_texts(${name}-cli)
+  set(made ${command_line_texts}/${name}-cli/${name}-cli)
+  install(FILES ${made}.1 DESTINATION share/man/man1 COMPONENT ${component})
+  install(FILES ${made}.bash DESTINATION share/bash-completion/completions RENAME ${name}-cli COMPONENT ${component})
+  install(FILES ${made}.zsh DESTINATION share/zsh/vendor-completions RENAME _${name}-cli COMPONENT ${component})
+  install(FILES ${made}.fish DESTINATION share/fish/vendor_completions.d COMPONENT ${component})
+  install(DIRECTORY ${CMAKE_SOURCE_DIR}/cli/schemas DESTINATION share/${name} COMPONENT ${component})
+endfunction()
+
 # flavour(component name title comment purpose)
 function(flavour component name title comment purpose)
   set(made ${CMAKE_CURRENT_BINARY_DIR}/deb/${name})
@@ -21,18 +32,25 @@ first. An empty element in it means the current directory.")
 
   set(program_folder lib/${name})
   set(document_folder share/doc/${name})
-  install(TARGETS Pellavox RUNTIME DESTINATION ${program_folder} COMPONENT ${component})
+  install(TARGETS Pellavox pellavox-cli RUNTIME DESTINATION ${program_folder} COMPONENT ${component})
   install(TARGETS pellavox_recording_library LIBRARY DESTINATION ${program_folder}/recorder COMPONENT ${component})
   install(TARGETS pellavox_replaying_library LIBRARY DESTINATION ${program_folder}/replay COMPONENT ${component})
-  # The program finds the device library beside itself, also when started by
-  # this name.
+  # The programs find the device library beside themselves, also when started by
+  # these names.
   file(CREATE_LINK ../${program_folder}/Pellavox ${made}/bin SYMBOLIC)
+  file(CREATE_LINK ../${program_folder}/pellavox-cli ${made}/bin-cli SYMBOLIC)
   install(FILES ${made}/bin DESTINATION bin RENAME ${name} COMPONENT ${component})
+  install(FILES ${made}/bin-cli DESTINATION bin RENAME ${name}-cli COMPONENT ${component})
+  install_command_line_texts(${name} ${component})
   install(FILES ${made}/com.orvenhal.${name}.desktop DESTINATION share/applications COMPONENT ${component})
   install(FILES ${made}/com.orvenhal.${name}.metainfo.xml DESTINATION share/metainfo COMPONENT ${component})
   install(FILES ${made}/${name}.1 DESTINATION share/man/man1 COMPONENT ${component})
   install(FILES icons/pellavox.svg DESTINATION share/icons/hicolor/scalable/apps
     RENAME com.orvenhal.${name}.svg COMPONENT ${component})
+  foreach(size IN ITEMS 16 24 32 48 64 128 256)
+    install(FILES ${CMAKE_SOURCE_DIR}/app/icons/${size}.png DESTINATION share/icons/hicolor/${size}x${size}/apps
+      RENAME com.orvenhal.${name}.png COMPONENT ${component})
+  endforeach()
   install(FILES linux/copyright linux/changelog DESTINATION ${document_folder} COMPONENT ${component})
   foreach(document IN LISTS documents)
     install(FILES ${CMAKE_SOURCE_DIR}/docs/${document}.md DESTINATION ${document_folder} COMPONENT ${component})
@@ -40,6 +58,7 @@ first. An empty element in it means the current directory.")
 
   if(component STREQUAL device)
     install(FILES linux/README.Debian DESTINATION ${document_folder} COMPONENT ${component})
+    install(FILES linux/60-pellavox.rules DESTINATION ${document_folder}/examples COMPONENT ${component})
     return()
   endif()
   foreach(document IN LISTS training_documents)
