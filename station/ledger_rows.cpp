@@ -1,0 +1,54 @@
+#include "station/ledger_rows.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <array>
+
+namespace station {
+namespace {
+
+constexpr std::array kOutcomeNames{"done", "skipped", "failed"};
+constexpr std::array kResultNames{"PASS", "FAIL", "ERROR", "TIMEOUT", "ABORTED"};
+
+template <typename Enum, std::size_t kCount>
+std::optional<Enum> enumOf(const std::array<const char*, kCount>& names, const QString& name) {
+  for (std::size_t i = 0; i < kCount; ++i) {
+    if (name == QLatin1String(names[i])) {
+      return static_cast<Enum>(i);
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+QString nameOf(StepOutcome outcome) { return QLatin1String(kOutcomeNames.at(static_cast<std::size_t>(outcome))); }
+QString nameOf(UnitResult result) { return QLatin1String(kResultNames.at(static_cast<std::size_t>(result))); }
+
+std::optional<StepOutcome> stepOutcomeOf(const QString& name) { return enumOf<StepOutcome>(kOutcomeNames, name); }
+std::optional<UnitResult> unitResultOf(const QString& name) { return enumOf<UnitResult>(kResultNames, name); }
+
+QString jsonOf(const Facts& facts) {
+  QJsonObject object;
+  for (const auto& [name, fact] : facts) {
+    object.insert(name, fact);
+  }
+  return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+Facts factsOf(const QString& json) {
+  Facts facts;
+  const QJsonObject object = QJsonDocument::fromJson(json.toUtf8()).object();
+  for (auto member = object.begin(); member != object.end(); ++member) {
+    facts.emplace(member.key(), member.value().toString());
+  }
+  return facts;
+}
+
+QString jsonOf(const QStringList& texts) {
+  return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(texts)).toJson(QJsonDocument::Compact));
+}
+
+}  // namespace station

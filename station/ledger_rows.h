@@ -1,0 +1,21 @@
+#pragma once
+
+#include "station/ledger.h"
+
+#include <QStringList>
+
+/// Conversions between the ledger's rows and its types; not for others.
+namespace station {
+
+/// A JSON object in one line.
+QString jsonOf(const Facts& facts);
+/// Empty for a text that is no JSON object of texts.
+Facts factsOf(const QString& json);
+
+/// A JSON array of texts.
+QString jsonOf(const QStringList& texts);
+
+std::optional<StepOutcome> stepOutcomeOf(const QString& name);
+std::optional<UnitResult> unitResultOf(const QString& name);
+
+}  // namespace station

@@ -1,0 +1,85 @@
+#include "station/ledger_open.h"
+#include "station/ledger_rows.h"
+
+namespace station {
+namespace {
+
+std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt) {
+  std::vector<StepRecord> steps;
+  Statement rows = database.prepare(
+      "SELECT name, outcome, evidence, reason, tries, duration_ms, details FROM steps WHERE attempt = ? ORDER BY seq");
+  rows.with({attempt});
+  while (rows.next()) {
+    steps.push_back({rows.text(0), stepOutcomeOf(rows.text(1)).value_or(StepOutcome::kFailed), rows.text(2),
+                     rows.text(3), static_cast<int>(rows.number(4)), std::chrono::milliseconds(rows.number(5)),
+                     factsOf(rows.text(6))});
+  }
+  return steps;
+}
+
+std::vector<TakenKey> keysOf(const Database& database, std::int64_t attempt) {
+  std::vector<TakenKey> keys;
+  Statement rows = database.prepare("SELECT file, sha256 FROM keys WHERE attempt = ? ORDER BY seq");
+  rows.with({attempt});
+  while (rows.next()) {
+    keys.push_back({rows.text(0), rows.text(1)});
+  }
+  return keys;
+}
+
+}  // namespace
+
+LedgerResult<std::vector<OpenAttempt>> Ledger::unfinished(const QString& station) const {
+  return guarded(path(), {}, [&] {
+    std::vector<OpenAttempt> open;
+    const Database& database = state_->database();
+    Statement rows = database.prepare(
+        "SELECT attempts.seq, attempts.serial, attempts.round, station, operator, job_sha256, recording, started "
+        "FROM attempts LEFT JOIN ends ON ends.attempt = attempts.seq "
+        "WHERE station = ? AND ends.seq IS NULL ORDER BY attempts.seq");
+    rows.with({sqlText(station)});
+    while (rows.next()) {
+      OpenAttempt attempt;
+      attempt.attempt = {rows.number(0), rows.text(1), static_cast<int>(rows.number(2))};
+      attempt.station = rows.text(3);
+      attempt.operatorName = rows.text(4);
+      attempt.jobSha256 = rows.text(5);
+      attempt.recording = rows.text(6);
+      attempt.started = QDateTime::fromString(rows.text(7), Qt::ISODateWithMs);
+      attempt.steps = stepsOf(database, attempt.attempt.id);
+      attempt.keys = keysOf(database, attempt.attempt.id);
+      open.push_back(std::move(attempt));
+    }
+    return open;
+  });
+}
+
+LedgerResult<UnitState> Ledger::unit(const QString& serial) const {
+  return guarded(path(), {}, [&] {
+    UnitState unit;
+    const Database& database = state_->database();
+    const std::vector<SqlValue> of{sqlText(serial)};
+    unit.isKnown = database.number("SELECT count(*) FROM serials WHERE serial = ?", of) > 0;
+    unit.isScrapped = database.number("SELECT count(*) FROM scraps WHERE serial = ?", of) > 0;
+    unit.round = static_cast<int>(database.number("SELECT count(*) FROM reworks WHERE serial = ?", of));
+    unit.hasPassed = database.number("SELECT count(*) FROM ends WHERE serial = ? AND round = ? AND result = 'PASS'",
+                                     {sqlText(serial), std::int64_t{unit.round}}) > 0;
+    const std::int64_t open = database.number(
+        "SELECT attempts.seq FROM attempts LEFT JOIN ends ON ends.attempt = attempts.seq "
+        "WHERE attempts.serial = ? AND ends.seq IS NULL",
+        of);
+    if (open != 0) {
+      unit.openAttempt = open;
+    }
+    Statement key = database.prepare(
+        "SELECT keys.sha256 FROM keys JOIN attempts ON attempts.seq = keys.attempt "
+        "WHERE attempts.serial = ? AND keys.sha256 NOT IN (SELECT sha256 FROM lost_keys) "
+        "ORDER BY keys.seq DESC LIMIT 1");
+    if (key.with(of).next()) {
+      unit.keySha256 = key.text(0);
+    }
+    return unit;
+  });
+}
+
+}  // namespace station

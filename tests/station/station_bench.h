@@ -1,0 +1,57 @@
+#pragma once
+
+#include "station/job_reader.h"
+#include "station/ledger.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// A folder with job, keys and ledger, and short ways to work on them.
+class StationBench {
+ public:
+  QString path(const QString& name) const { return folder_.filePath(name); }
+  QString ledgerPath() const { return path("line.ledger"); }
+
+  QString write(const QString& name, const QByteArray& content) const {
+    QFile file(path(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+      qFatal("cannot write %s", qPrintable(file.fileName()));
+    }
+    return file.fileName();
+  }
+
+  static QByteArray jobWith(const QByteArray& serial) {
+    return R"({"format": "pellavox station job 1", "model": "KVR-7", "serial": )" + serial +
+           R"(, "keys": "keys", "steps": [{"do": "key"}, {"do": "serial"}]})";
+  }
+  station::Job job(const QByteArray& serial = R"({"from": "scan"})") const {
+    auto read = station::readJob(jobWith(serial), path("line.json"));
+    if (!read) {
+      qFatal("%s", qPrintable(read.error().front().line()));
+    }
+    return *std::move(read);
+  }
+
+  static station::AttemptStart start(const QString& serial = {}, const QString& station = "A") {
+    return {serial, station, "Ann", "pellavox-cli 1.03", "libRTICE_SDK_x64.so", {}};
+  }
+
+  /// The value of a result, which must be there.
+  template <typename T>
+  static T must(tl::expected<T, station::LedgerError> result) {
+    if (!result) {
+      qFatal("%s", qPrintable(result.error().message));
+    }
+    if constexpr (!std::is_void_v<T>) {
+      return *std::move(result);
+    }
+  }
+
+  station::Ledger open(station::LedgerAccess access = station::LedgerAccess::kWrite) const {
+    return must(station::Ledger::open(ledgerPath(), access));
+  }
+
+ private:
+  QTemporaryDir folder_;
+};
