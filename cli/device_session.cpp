@@ -31,8 +31,12 @@ Failure notOpened(const session::OpenFailure& reason, const Globals& options) {
 
 }  // namespace
 
+QString libraryFile(const Run& run) {
+  return run.options().library.isEmpty() ? run.console().library : run.options().library;
+}
+
 void loadLibrary(Run& run) {
-  const QString file = run.options().library.isEmpty() ? run.console().library : run.options().library;
+  const QString file = libraryFile(run);
   const auto loaded = gate::load(std::filesystem::path(file.toStdU16String()));
   if (!loaded) {
     Failure failure(ExitCode::kLibrary, QString::fromStdString(loaded.error().text()));
@@ -50,24 +54,10 @@ QString lockFile(const Run& run) {
       .filePath(QStringLiteral("pellavox-%1.lock").arg(idText(run.options().ids).replace(':', '-')));
 }
 
-DeviceSession::DeviceSession(Run& run) : run_(run), deadline_(run.console().now() + run.options().wait.value_or(0ms)) {
+DeviceHold::DeviceHold(Run& run, std::chrono::steady_clock::time_point deadline) {
   run.stopIfInterrupted();
   loadLibrary(run);
-  lock();
-  open();
-}
-
-DeviceSession::~DeviceSession() {
-  if (isOpen_) {
-    session::closeSession();
-    session::releaseLibrary();
-  }
-  gate::observe({});
-  gate::refuseChanges(false);
-}
-
-void DeviceSession::lock() {
-  lock_ = std::make_unique<QLockFile>(lockFile(run_));
+  lock_ = std::make_unique<QLockFile>(lockFile(run));
   // A lock is stale when its owner is gone, however old it is.
   lock_->setStaleLockTime(0);
   while (!lock_->tryLock(0)) {
@@ -76,19 +66,36 @@ void DeviceSession::lock() {
     QString program;
     const bool isKnown = lock_->getLockInfo(&process, &host, &program);
     if (!isKnown && lock_->error() != QLockFile::LockFailedError) {
-      throw Failure(ExitCode::kFailed, QStringLiteral("cannot make the lock %1").arg(lockFile(run_)));
+      throw Failure(ExitCode::kFailed, QStringLiteral("cannot make the lock %1").arg(lockFile(run)));
     }
-    if (run_.console().now() >= deadline_) {
+    if (run.console().now() >= deadline) {
       Failure failure(ExitCode::kInUse,
                       QStringLiteral("%1 is in use by %2 (process %3)")
-                          .arg(run_.options().model, program.isEmpty() ? QString("another program") : program)
+                          .arg(run.options().model, program.isEmpty() ? QString("another program") : program)
                           .arg(process));
       failure.details.set("process", process);
       failure.details.set("program", program);
       throw failure;
     }
-    run_.stopIfInterrupted();
-    run_.console().pause(kTryAgainAfter);
+    run.stopIfInterrupted();
+    run.console().pause(kTryAgainAfter);
+  }
+}
+
+DeviceHold::~DeviceHold() {
+  gate::observe({});
+  gate::refuseChanges(false);
+}
+
+DeviceSession::DeviceSession(Run& run)
+    : run_(run), deadline_(run.console().now() + run.options().wait.value_or(0ms)), hold_(run, deadline_) {
+  open();
+}
+
+DeviceSession::~DeviceSession() {
+  if (isOpen_) {
+    session::closeSession();
+    session::releaseLibrary();
   }
 }
 

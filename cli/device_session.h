@@ -8,6 +8,22 @@
 
 namespace cli {
 
+/// The library, loaded, and the lock that keeps a second instance off the device:
+/// for a command that opens and closes the port by itself. Both are given back
+/// when this goes.
+class DeviceHold {
+ public:
+  /// @param deadline how long to wait for whoever holds the device
+  /// @throws Failure (library, in use, interrupted)
+  DeviceHold(Run& run, std::chrono::steady_clock::time_point deadline);
+  ~DeviceHold();
+  DeviceHold(const DeviceHold&) = delete;
+  DeviceHold& operator=(const DeviceHold&) = delete;
+
+ private:
+  std::unique_ptr<QLockFile> lock_;
+};
+
 /// The device, opened for one command: library, lock, port. All of them are
 /// given back when this goes, on whatever way.
 class DeviceSession {
@@ -24,14 +40,16 @@ class DeviceSession {
   void reopen(std::chrono::milliseconds within);
 
  private:
-  void lock();
   void open();
 
   Run& run_;
   std::chrono::steady_clock::time_point deadline_;
-  std::unique_ptr<QLockFile> lock_;
+  DeviceHold hold_;
   bool isOpen_ = false;
 };
+
+/// The file of the library that a run uses.
+QString libraryFile(const Run& run);
 
 /// The library that a run uses, without the device.
 /// @throws Failure (library)

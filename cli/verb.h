@@ -41,6 +41,7 @@ Command restoreVerb();
 Command rxVerb();
 Command serialVerb();
 Command snapshotVerb();
+Command stationVerb();
 Command videoVerb();
 Command watchVerb();
 

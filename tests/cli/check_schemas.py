@@ -4,6 +4,7 @@ its schemas.
 Usage: check_schemas.py PROGRAM SCHEMAS_FOLDER LINES_FILE
 Each line of the file: the exit code, then the arguments. Ends with 1 and says what is wrong.
 """
+import hashlib
 import json
 import pathlib
 import re
@@ -29,6 +30,11 @@ recordings = folder.parent.parent / "tests/recorder/recordings"
 (pathlib.Path(files.name) / "RECORDING").write_bytes((recordings / "failing-burn.jsonl").read_bytes())
 subprocess.run([program, "edid", "read", "--slot", "1", "-o", files.name + "/TABLE"], check=True, timeout=60,
                stdout=subprocess.DEVNULL)
+job = {"format": "pellavox station job 1", "model": "KVR-7", "serial": {"from": "scan"},
+       "edid": {"tables": [{"slot": 1, "file": "TABLE", "sha256": hashlib.sha256(
+           (pathlib.Path(files.name) / "TABLE").read_bytes()).hexdigest()}]},
+       "steps": [{"do": "edid"}]}
+(pathlib.Path(files.name) / "JOB").write_text(json.dumps(job))
 table = bytearray((pathlib.Path(files.name) / "TABLE").read_bytes())
 table[-1] ^= 1
 (pathlib.Path(files.name) / "WRONG").write_bytes(table)
@@ -38,7 +44,7 @@ problems = []
 used = set()
 count = 0
 for line in pathlib.Path(sys.argv[3]).read_text().splitlines():
-    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY|TABLE|WRONG|RECORDING)$", files.name + r"/\1", word) for word in shlex.split(line)]
+    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY|TABLE|WRONG|RECORDING|JOB)$", files.name + r"/\1", word) for word in shlex.split(line)]
     if not words:
         continue
     count += 1

@@ -44,8 +44,12 @@ class CliBench {
     onHint = {};
   }
 
-  Result run(const QStringList& arguments) {
+  /// @param running set to the result while it comes in
+  Result run(const QStringList& arguments, Result** running = nullptr) {
     Result result;
+    if (running != nullptr) {
+      *running = &result;
+    }
     cli::Console console;
     console.out = [&result](const QByteArray& bytes) {
       result.out += bytes;
@@ -76,6 +80,9 @@ class CliBench {
     console.library = DEVICE_LIBRARY;
     console.lockFolder = folder_.path();
     result.code = static_cast<int>(cli::run(arguments, console));
+    if (running != nullptr) {
+      *running = nullptr;
+    }
     return result;
   }
 

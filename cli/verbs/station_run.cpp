@@ -1,0 +1,154 @@
+#include "cli/device_session.h"
+#include "cli/failure.h"
+#include "cli/interruption.h"
+#include "cli/verbs/station_commands.h"
+#include "cli/version.h"
+#include "device/hex.h"
+#include "session/device_types.h"
+#include "station/job_reader.h"
+#include "station/shift.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QFileInfo>
+
+namespace cli {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kMostUnits = 1'000'000;
+// Set by the verb record: then each attempt is in a recording.
+constexpr const char* kRecordingVariable = "PELLAVOX_RECORDING";
+
+station::Job jobArgument(const QString& path) {
+  auto job = station::readJob(path);
+  if (!job) {
+    QStringList lines;
+    for (const station::Mistake& mistake : job.error()) {
+      lines << mistake.line();
+    }
+    throw Failure(ExitCode::kRefused, lines.join("; "));
+  }
+  return std::move(*job);
+}
+
+QString libraryText(const Run& run) {
+  QFile file(libraryFile(run));
+  QCryptographicHash hash(QCryptographicHash::Sha256);
+  const bool isRead = file.open(QIODevice::ReadOnly) && hash.addData(&file);
+  return QFileInfo(file).fileName() + (isRead ? " SHA-256 " + QString::fromLatin1(hash.result().toHex()) : QString());
+}
+
+station::AttemptStart attemptStart(const Run& run, const Arguments& arguments) {
+  station::AttemptStart start;
+  start.station = arguments.text("station");
+  start.operatorName = arguments.text("operator");
+  start.program = QStringLiteral("pellavox-cli %1").arg(kVersionText);
+  start.library = libraryText(run);
+  start.recording = QFileInfo(qEnvironmentVariable(kRecordingVariable)).fileName();
+  return start;
+}
+
+station::Unfinished unfinishedArgument(const Arguments& arguments) {
+  const QString text = arguments.text("unfinished");
+  return text == "resume"  ? station::Unfinished::kResume
+         : text == "scrap" ? station::Unfinished::kScrap
+                           : station::Unfinished::kAsk;
+}
+
+Globals optionsFor(const Run& run, const QString& model) {
+  Globals options = run.options();
+  options.model = model;
+  const session::DeviceIds ids = session::deviceIds(model == "KVR-7" ? 0 : 1);
+  options.ids = {device::hexOrZero(ids.vid), device::hexOrZero(ids.pid)};
+  return options;
+}
+
+station::Ledger ledgerArgument(const Arguments& arguments, const QString& jobPath) {
+  const QString path = arguments.has("ledger") ? arguments.text("ledger") : station::defaultLedgerPath(jobPath);
+  auto ledger = station::Ledger::open(path, station::LedgerAccess::kWrite);
+  if (!ledger) {
+    throw Failure(ExitCode::kRefused, ledger.error().message);
+  }
+  return std::move(*ledger);
+}
+
+Document shiftDocument(const station::ShiftEnd& end, const station::Ledger& ledger) {
+  Document document("station-run");
+  Value::List units;
+  for (const station::UnitEnd& unit : end.units) {
+    units.emplace_back(Value::Members{{"result", station::nameOf(unit.result)},
+                                      {"serialNumber", unit.serial.isEmpty() ? Value() : Value(unit.serial)},
+                                      {"reason", unit.reason.isEmpty() ? Value() : Value(unit.reason)},
+                                      {"recorded", unit.isBegun}});
+  }
+  const auto total = static_cast<int>(end.units.size());
+  document.addQuietly("units", std::move(units));
+  document.add("total", "Units", total);
+  document.add("passed", "Passed", end.passed());
+  document.add("notPassed", "Not passed", total - end.passed());
+  document.add("ledger", "Ledger", ledger.path());
+  return document;
+}
+
+void runStation(Run& run, const Arguments& arguments) {
+  if (run.options().dryRun) {
+    throw Failure(ExitCode::kUsage, "station run has no dry run; station check tells what a job lacks");
+  }
+  const station::Job job = jobArgument(arguments.text("JOB"));
+  const auto files = station::readUnitFiles(job);
+  if (!files) {
+    throw Failure(ExitCode::kRefused, files.error());
+  }
+  const Console& console = run.console();
+  const Globals options = optionsFor(run, job.model);
+  Run held(options, console);
+  const DeviceHold hold(held, console.now() + options.wait.value_or(0ms));
+  station::Ledger ledger = ledgerArgument(arguments, job.path);
+
+  station::Display display(console.err,
+                           {console.showsErrorsAtTerminal, console.usesColour && options.colour, options.quiet});
+  const station::Surroundings outside{console.pause, console.now, interruption::isRequested};
+  station::DeviceLink link(options.ids, outside);
+  station::ShiftOptions shift;
+  shift.start = attemptStart(run, arguments);
+  shift.unfinished = unfinishedArgument(arguments);
+  shift.readLine = console.readLine;
+  if (arguments.has("count")) {
+    shift.count = static_cast<int>(arguments.number("count", 1, kMostUnits));
+  }
+  const station::ShiftTools tools{job, *files, ledger, display, link, outside};
+  const station::ShiftEnd end = station::Shift(tools, shift).run();
+  if (!end.problem.isEmpty()) {
+    display.say(QStringLiteral("The shift ends: %1.").arg(end.problem));
+  }
+  run.finish(shiftDocument(end, ledger));
+  if (!end.problem.isEmpty() || end.passed() != static_cast<int>(end.units.size())) {
+    run.setExitCode(ExitCode::kFailed);
+  } else if (end.units.empty() && interruption::isRequested()) {
+    run.setExitCode(ExitCode::kInterrupted);
+  }
+}
+
+}  // namespace
+
+Command stationRunCommand() {
+  using Takes = Option::Takes;
+  return {"run",
+          "Work on unit after unit: scan, plug in, read PASS or FAIL, unplug",
+          {{"JOB", "The job file", Takes::kValue, "", {}, true},
+           {"--operator", "Who works here, for the ledger", Takes::kValue, "NAME", {}, true},
+           {"--station", "Where, for the ledger; no two stations with one name", Takes::kValue, "NAME", {}, true},
+           {"--ledger", "The ledger (default: beside the job file)", Takes::kValue, "FILE"},
+           {"--count", "End after so many units", Takes::kValue, "N"},
+           {"--unfinished",
+            "What to do with a unit that a crash left unfinished (default: ask)",
+            Takes::kValue,
+            "",
+            {"resume", "scrap", "ask"}}},
+          {},
+          runStation};
+}
+
+}  // namespace cli

@@ -1,0 +1,398 @@
+#include "station/unit_run.h"
+
+#include "station/unit_compare.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace station {
+namespace {
+
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+
+QString sentenceFor(UnitResult result, const QString& serial) {
+  switch (result) {
+    case UnitResult::kPass:
+      return QStringLiteral("Put the label %1 on the unit and unplug it.").arg(serial);
+    case UnitResult::kFail:
+      return QStringLiteral("Unplug the unit, mark it %1 and put it with those to be repaired.").arg(serial);
+    case UnitResult::kError:
+      return QStringLiteral("Unplug what is plugged in, put the unit of %1 aside and call the line's lead.")
+          .arg(serial);
+    case UnitResult::kTimeout:
+      return QStringLiteral("Check plug and cable, then run the unit of %1 once more.").arg(serial);
+    case UnitResult::kAborted:
+      return QStringLiteral("The unit of %1 is not finished: run it once more.").arg(serial);
+  }
+  return {};
+}
+
+QString secondsText(milliseconds time) {
+  return QStringLiteral("%1 s").arg(static_cast<double>(time.count()) / 1000, 0, 'f', 1);
+}
+
+QString stepLine(const QString& serial, const StepRecord& step) {
+  QString line = QStringLiteral("%1  %2: %3").arg(serial, step.name, nameOf(step.outcome));
+  if (!step.evidence.isEmpty()) {
+    line += QStringLiteral(" (%1)").arg(step.evidence);
+  }
+  if (!step.reason.isEmpty()) {
+    line += QStringLiteral(", %1").arg(step.reason);
+  }
+  if (step.tries > 1) {
+    line += QStringLiteral(", %1 tries").arg(step.tries);
+  }
+  return line + QStringLiteral(", %1").arg(secondsText(step.duration));
+}
+
+bool wasDone(const OpenAttempt& interrupted, Step step) {
+  return std::any_of(interrupted.steps.begin(), interrupted.steps.end(), [step](const StepRecord& record) {
+    return record.name == nameOf(step) && record.outcome == StepOutcome::kDone;
+  });
+}
+
+StepOutcome outcomeOf(StepEnding ending) {
+  return ending == StepEnding::kDone      ? StepOutcome::kDone
+         : ending == StepEnding::kAlready ? StepOutcome::kSkipped
+                                          : StepOutcome::kFailed;
+}
+
+StepRecord recordOf(Step step, const StepReport& report) {
+  StepRecord record;
+  record.name = nameOf(step);
+  record.outcome = outcomeOf(report.ending);
+  record.evidence = report.evidence;
+  record.reason = report.ending == StepEnding::kAlready ? QStringLiteral("right already") : report.problem;
+  if (!report.before.isEmpty()) {
+    record.details[QStringLiteral("before")] = report.before;
+  }
+  if (!report.after.isEmpty()) {
+    record.details[QStringLiteral("after")] = report.after;
+  }
+  return record;
+}
+
+}  // namespace
+
+UnitEnd UnitRun::run(const Identity& identity, const AttemptStart& start) {
+  serial_ = start.serial;
+  return finish([&] {
+    begin(identity, start);
+    doUnit();
+  });
+}
+
+UnitEnd UnitRun::resume(const Identity& identity, const OpenAttempt& interrupted) {
+  serial_ = interrupted.attempt.serial;
+  attempt_ = interrupted.attempt.id;
+  return finish([&] {
+    begun_ = tools_.outside.now();
+    watch_.begin(identity, serial_);
+    before_ = factsOf(identity);
+    bool isIdentified = false;
+    for (const StepRecord& step : interrupted.steps) {
+      if (!isIdentified && step.name == QLatin1String("identify")) {
+        before_ = step.details;
+        isIdentified = true;
+      }
+    }
+    settleKey(interrupted, watch_.carriesSerial());
+    StepRecord step;
+    step.name = QStringLiteral("resume");
+    step.details = factsOf(identity);
+    record(step);
+    doUnit();
+  });
+}
+
+UnitEnd UnitRun::missed(const AttemptStart& start, const QString& reason) {
+  serial_ = start.serial;
+  return finish([&] {
+    begun_ = tools_.outside.now();
+    beginAttempt(start);
+    throw RunEnded{UnitResult::kTimeout, reason};
+  });
+}
+
+UnitEnd UnitRun::abandon(const OpenAttempt& interrupted, const QString& reason) {
+  serial_ = interrupted.attempt.serial;
+  attempt_ = interrupted.attempt.id;
+  return finish([&] {
+    begun_ = tools_.outside.now();
+    settleKey(interrupted, wasDone(interrupted, Step::kSerial));
+    throw RunEnded{UnitResult::kAborted, reason};
+  });
+}
+
+// In doubt a key counts as lost: it must never go into two units.
+void UnitRun::settleKey(const OpenAttempt& interrupted, bool carriesSerial) {
+  const auto unit = require(tools_.ledger.unit(serial_));
+  const bool isDoubtful = !interrupted.keys.empty() && !wasDone(interrupted, Step::kKey);
+  isKeyBurnt_ = carriesSerial && !unit.keySha256.isEmpty() && !isDoubtful;
+  if (!isKeyBurnt_ && !unit.keySha256.isEmpty()) {
+    require(tools_.ledger.loseKey(*attempt_, unit.keySha256, QStringLiteral("interrupted around its burn")));
+  }
+}
+
+void UnitRun::beginAttempt(const AttemptStart& start) {
+  const auto attempt = tools_.ledger.begin(tools_.job, start);
+  if (!attempt) {
+    if (attempt.error().kind != LedgerError::Kind::kRefused) {
+      ledgerError_ = attempt.error();
+    }
+    throw RunEnded{UnitResult::kError, attempt.error().message};
+  }
+  attempt_ = attempt->id;
+  serial_ = attempt->serial;
+}
+
+void UnitRun::begin(const Identity& identity, AttemptStart start) {
+  begun_ = tools_.outside.now();
+  const auto admitted = admit(tools_.job, tools_.ledger, identity, start);
+  if (!admitted) {
+    if (admitted.error().ledgerError) {
+      ledgerError_ = admitted.error().ledgerError;
+    }
+    throw RunEnded{UnitResult::kError, admitted.error().reason};
+  }
+  start.serial = *admitted;
+  beginAttempt(start);
+  watch_.begin(identity, serial_);
+  before_ = factsOf(identity);
+  const auto unit = require(tools_.ledger.unit(serial_));
+  isKeyBurnt_ = watch_.carriesSerial() && !unit.keySha256.isEmpty();
+  StepRecord step;
+  step.name = QStringLiteral("identify");
+  step.details = before_;
+  record(step);
+}
+
+void UnitRun::doUnit() {
+  for (const PlannedStep& planned : tools_.job.steps) {
+    doStep(planned);
+  }
+  restartUnit();
+  compareAll();
+}
+
+UnitEnd UnitRun::finish(const std::function<void()>& work) {
+  UnitEnd end;
+  try {
+    work();
+    end.result = UnitResult::kPass;
+  } catch (const RunEnded& ended) {
+    end.result = ended.result;
+    end.reason = ended.reason;
+  }
+  end.serial = serial_;
+  end.isBegun = attempt_.has_value();
+  if (!attempt_) {
+    return notBegun(end);
+  }
+  // A key counts as this unit's only where its serial number says so.
+  if (end.result != UnitResult::kPass && key_ && !(isKeyBurnt_ && watch_.carriesSerial())) {
+    loseKey(QStringLiteral("the unit did not get as far as to carry %1").arg(serial_));
+  }
+  AttemptEnd record;
+  record.result = end.result;
+  record.reason = end.reason;
+  record.versionsBefore = before_;
+  record.versionsAfter = after_;
+  record.duration = since(begun_);
+  if (const auto ended = tools_.ledger.end(*attempt_, record); !ended) {
+    ledgerError_ = ended.error();
+    end.result = UnitResult::kError;
+    end.reason = ended.error().message;
+  }
+  end.ledgerError = ledgerError_;
+  end.sentence = sentenceFor(end.result, serial_);
+  return end;
+}
+
+UnitEnd UnitRun::notBegun(UnitEnd end) const {
+  end.ledgerError = ledgerError_;
+  end.sentence = QStringLiteral("Nothing was written to the unit: unplug it.");
+  return end;
+}
+
+void UnitRun::doStep(const PlannedStep& planned) {
+  const Step step = planned.step;
+  const auto start = tools_.outside.now();
+  watch_.stepBegins(step);
+  StepReport report;
+  int tries = 0;
+  do {
+    ++tries;
+    stopIfRequested();
+    watch_.lookAgain(nameOf(step), isKeyBurnt_ || key_);
+    report = tryStep(step);
+  } while (report.ending == StepEnding::kFailed && tries <= planned.retries);
+  StepRecord made = recordOf(step, report);
+  made.tries = tries;
+  made.duration = since(start);
+  if (step == Step::kKey && key_) {
+    made.details[QStringLiteral("keySha256")] = key_->sha256;
+  }
+  record(made);
+  if (report.ending == StepEnding::kStopped) {
+    throw RunEnded{UnitResult::kAborted, QStringLiteral("%1: %2").arg(nameOf(step), report.problem)};
+  }
+  if (report.ending == StepEnding::kFailed) {
+    // Perhaps because another unit is there, or none.
+    watch_.lookAgain(QStringLiteral("going on after %1").arg(nameOf(step)), false);
+    throw RunEnded{UnitResult::kFail, QStringLiteral("%1: %2").arg(nameOf(step), report.problem)};
+  }
+  watch_.stepIsDone(step);
+}
+
+StepReport UnitRun::tryStep(Step step) {
+  const Job& job = tools_.job;
+  switch (step) {
+    case Step::kMcu:
+      return upgradeMcu(tools_.files.mcu, job.mcu->version, stepTools(step));
+    case Step::kCapture:
+      if (const QString mistake = mistakeInFile(job.capture->path, job.capture->sha256); !mistake.isEmpty()) {
+        throw RunEnded{UnitResult::kError, mistake};
+      }
+      return burnCapture(job.capture->path, job.capture->version, stepTools(step));
+    case Step::kKey:
+      return burnUnitKey();
+    case Step::kSerial:
+      return setSerialNumber(serial_);
+    case Step::kEdid:
+      return writeEdidRule();
+  }
+  return {};
+}
+
+StepReport UnitRun::burnUnitKey() {
+  if (isKeyBurnt_ && !key_) {
+    StepReport report;
+    report.ending = StepEnding::kAlready;
+    report.evidence = QStringLiteral("ledger");
+    return report;
+  }
+  if (!key_) {
+    key_ = require(tools_.ledger.takeKey(*attempt_, tools_.job.keyFolder));
+  }
+  if (const QString mistake = mistakeInFile(key_->path, key_->sha256); !mistake.isEmpty()) {
+    throw RunEnded{UnitResult::kError, mistake};
+  }
+  StepReport report = burnKey(key_->path);
+  isKeyBurnt_ = report.ending == StepEnding::kDone;
+  return report;
+}
+
+StepReport UnitRun::writeEdidRule() {
+  StepReport whole;
+  whole.ending = StepEnding::kAlready;
+  const auto add = [&whole](const StepReport& part) {
+    whole.evidence = part.evidence;
+    whole.problem = part.problem;
+    whole.ending = part.ending == StepEnding::kAlready ? whole.ending : part.ending;
+    return part.ending == StepEnding::kDone || part.ending == StepEnding::kAlready;
+  };
+  for (const auto& [slot, table] : tools_.files.edid) {
+    stopIfRequested();
+    if (!add(writeEdid(slot, table))) {
+      whole.problem = QStringLiteral("slot %1: %2").arg(slot).arg(whole.problem);
+      return whole;
+    }
+  }
+  const EdidRule& rule = tools_.job.edid;
+  if (rule.mode && !add(setEdidMode(*rule.mode))) {
+    whole.problem = QStringLiteral("mode: %1").arg(whole.problem);
+    return whole;
+  }
+  if (rule.defaultSlot && !add(setEdidSlot(*rule.defaultSlot))) {
+    whole.problem = QStringLiteral("slot in use: %1").arg(whole.problem);
+  }
+  return whole;
+}
+
+void UnitRun::loseKey(const QString& reason) {
+  if (const auto lost = tools_.ledger.loseKey(*attempt_, key_->sha256, reason); !lost) {
+    ledgerError_ = lost.error();
+  }
+}
+
+void UnitRun::restartUnit() {
+  stopIfRequested();
+  const auto start = tools_.outside.now();
+  watch_.lookAgain(QStringLiteral("the restart"), isKeyBurnt_ || key_);
+  StepRecord made;
+  made.name = QStringLiteral("restart");
+  const StepReport report = restart();
+  if (report.ending != StepEnding::kDone) {
+    made.outcome = StepOutcome::kFailed;
+    made.reason = report.problem;
+    made.duration = since(start);
+    record(made);
+    throw RunEnded{UnitResult::kFail, report.problem};
+  }
+  watch_.waitForReturn();
+  made.evidence = QStringLiteral("answers");
+  made.duration = since(start);
+  record(made);
+}
+
+void UnitRun::compareAll() {
+  const auto start = tools_.outside.now();
+  StepRecord made;
+  made.name = QStringLiteral("compare");
+  made.evidence = QStringLiteral("readback");
+  QStringList problems = compareUnit(tools_.job, tools_.files, serial_, &after_);
+  if (!problems.isEmpty()) {
+    // It may have been unplugged for a moment, or not have been ready.
+    ++made.tries;
+    watch_.lookAgain(QStringLiteral("the comparison"), isKeyBurnt_ || key_);
+    problems = compareUnit(tools_.job, tools_.files, serial_, &after_);
+  }
+  made.details = after_;
+  made.duration = since(start);
+  if (!problems.isEmpty()) {
+    made.outcome = StepOutcome::kFailed;
+    made.evidence.clear();
+    made.reason = problems.join(QStringLiteral("; "));
+  }
+  record(made);
+  if (!problems.isEmpty()) {
+    throw RunEnded{UnitResult::kFail, made.reason};
+  }
+}
+
+void UnitRun::record(const StepRecord& step) {
+  tools_.display.say(stepLine(serial_, step));
+  require(tools_.ledger.addStep(*attempt_, step));
+}
+
+template <typename Value>
+Value UnitRun::require(LedgerResult<Value> result) {
+  if (!result) {
+    ledgerError_ = result.error();
+    throw RunEnded{UnitResult::kError, result.error().message};
+  }
+  if constexpr (!std::is_void_v<Value>) {
+    return std::move(*result);
+  }
+}
+
+void UnitRun::stopIfRequested() const {
+  if (tools_.outside.stopRequested()) {
+    throw RunEnded{UnitResult::kAborted, QStringLiteral("stopped by the operator")};
+  }
+}
+
+milliseconds UnitRun::since(std::chrono::steady_clock::time_point start) const {
+  return duration_cast<milliseconds>(tools_.outside.now() - start);
+}
+
+StepTools UnitRun::stepTools(Step step) const {
+  const auto show = [this, what = QStringLiteral("%1  %2").arg(serial_, nameOf(step))](int percent) {
+    tools_.display.progress(what, percent);
+  };
+  return {tools_.outside.pause, tools_.outside.stopRequested, show};
+}
+
+}  // namespace station

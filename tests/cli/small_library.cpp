@@ -1,2 +1,0 @@
-/// @file
-/// Brings the device library along and has nothing of its own.

@@ -1,0 +1,191 @@
+/// @file
+/// A line with simulated units: a job with its files, an operator who scans, plugs in
+/// and unplugs, and what the units then hold.
+#pragma once
+
+#include "device/RTICE_SDK_x64.h"
+#include "station/ledger.h"
+#include "tests/cli/cli_bench.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <vector>
+
+inline QByteArray byteArray(const std::vector<std::uint8_t>& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size())};
+}
+
+inline QString sha256(const QByteArray& bytes) {
+  return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex());
+}
+
+/// What a unit holds, read past the program.
+struct Unit {
+  QByteArray mcuFlash;
+  QByteArray captureFlash;
+  QByteArray key;
+  QByteArray serial;
+  QByteArray edid;
+  bool runsApplication = false;
+};
+
+class ShiftBench {
+ public:
+  CliBench cli;
+  QByteArray mcuImage;
+  QByteArray captureImage;
+  QByteArray table;
+  QJsonObject job;
+  std::vector<Unit> units;  ///< as each was when its result was shown
+  /// Called with each text that the program shows.
+  std::function<void(const QByteArray&)> onText;
+
+  ShiftBench() {
+    mcuImage = madeUp(1500, 3);
+    mcuImage[0x20] = 0x13;  // v1.3
+    captureImage = "KVR-7 V1.04.00" + madeUp(20'000, 5);
+    table = tableOfSlot(5);
+    cli.write("main.bin", mcuImage);
+    cli.write("capture.img", captureImage);
+    cli.write("table.bin", table);
+    QDir().mkpath(cli.path("keys"));
+    makeKeys(20);
+    job = {
+        {"format", "pellavox station job 1"},
+        {"model", "KVR-7"},
+        {"mcu", QJsonObject{{"image", "main.bin"}, {"sha256", sha256(mcuImage)}, {"version", "v1.3"}}},
+        {"capture", QJsonObject{{"image", "capture.img"}, {"sha256", sha256(captureImage)}, {"version", "V1.04.00"}}},
+        {"edid",
+         QJsonObject{{"tables", QJsonArray{QJsonObject{{"slot", 2}, {"file", "table.bin"}, {"sha256", sha256(table)}}}},
+                     {"mode", "mixed"},
+                     {"slot", 2}}},
+        {"serial", QJsonObject{{"from", "count"}, {"prefix", "LN"}, {"digits", 6}}},
+        {"keys", "keys"},
+        {"steps", QJsonArray{step("serial"), step("mcu"), step("capture"), step("key"), step("edid")}}};
+  }
+
+  static QJsonObject step(const QString& name, int retries = 1) { return {{"do", name}, {"retries", retries}}; }
+
+  static QByteArray madeUp(int size, unsigned seed) {
+    QByteArray bytes(size, '\0');
+    for (char& byte : bytes) {
+      seed = seed * 1103515245U + 12345U;
+      byte = static_cast<char>(0x80U | (seed >> 16U));
+    }
+    return bytes;
+  }
+
+  void makeKeys(int count) {
+    for (int i = 1; i <= count; ++i) {
+      cli.write(QStringLiteral("keys/key-%1.bin").arg(i, 5, 10, QLatin1Char('0')), key(i));
+    }
+  }
+  static QByteArray key(int number) {
+    return "key " + QByteArray::number(number) + madeUp(60, static_cast<unsigned>(number));
+  }
+
+  QString jobFile() const { return cli.write("job.json", QJsonDocument(job).toJson()); }
+  QString ledgerFile() const { return cli.path("job.ledger"); }
+
+  /// Units that are plugged in one after the other.
+  void plugIn(const QByteArray& scenario) {
+    cli.renew();
+    if (const std::string mistake = simulator::loadScenario(scenario.toStdString()); !mistake.empty()) {
+      qFatal("%s", mistake.c_str());
+    }
+    simulator::useVirtualTime();
+  }
+  /// `count` units that differ in the serial number they come with.
+  void plugInUnits(int count, const QByteArray& more = {}) {
+    QByteArray list;
+    for (int i = 1; i <= count; ++i) {
+      list += QByteArray(i > 1 ? "," : "") + "{\"identity\":{\"serialNumber\":\"FAB" + QByteArray::number(i) + "\"}" +
+              more + '}';
+    }
+    plugIn("{\"nextUnitAfterMs\":3600000,\"units\":[" + list + "]}");
+  }
+
+  /// Runs a shift. Each unit is looked at and unplugged once its result is shown.
+  CliBench::Result run(const QStringList& more = {}) {
+    units.clear();
+    bool isShown = false;
+    CliBench::Result* running = nullptr;
+    int seen = 0;
+    cli.onHint = [&] {
+      if (running == nullptr) {
+        return;
+      }
+      const QByteArray text = running->err.mid(seen);
+      seen = running->err.size();
+      if (onText) {
+        onText(text);
+      }
+      const bool isResult = text.startsWith("PASS  ") || text.startsWith("FAIL  ") || text.startsWith("ERROR  ") ||
+                            text.startsWith("TIMEOUT  ") || text.startsWith("ABORTED  ");
+      if (isResult) {
+        units.push_back(look());
+        isShown = true;
+      }
+    };
+    cli.onPause = [&] {
+      if (isShown) {
+        isShown = false;
+        simulator::plugNextUnit();
+      }
+    };
+    auto result =
+        cli.run(QStringList{"station", "run", jobFile(), "--operator", "Ann", "--station", "A"} + more, &running);
+    cli.onHint = {};
+    cli.onPause = {};
+    return result;
+  }
+
+  /// What the unit that is plugged in holds; the port may be open or not.
+  static Unit look() {
+    Unit unit;
+    unit.mcuFlash = byteArray(simulator::mcuFlash());
+    unit.captureFlash = byteArray(simulator::captureFlash());
+    unit.key = byteArray(simulator::hdcpKey());
+    unit.runsApplication = simulator::mcuRunsApplication();
+    std::vector<std::uint8_t> serial(100);
+    std::uint32_t length = 0;
+    if (AT_USB_Get_SerialNum(serial.data(), 100, &length) == 0) {
+      unit.serial = byteArray(serial).left(static_cast<int>(length));
+    }
+    std::vector<std::uint8_t> edid(256);
+    if (AT_EDID_Flash_Get_table(2, edid.data(), 256) == 0) {
+      unit.edid = byteArray(edid);
+    }
+    return unit;
+  }
+
+  /// What is wrong with a unit that passed; empty = nothing.
+  QString mistakeIn(const Unit& unit, const QByteArray& serial) const {
+    if (!unit.runsApplication || !unit.mcuFlash.startsWith(mcuImage)) {
+      return "MCU";
+    }
+    if (!unit.captureFlash.startsWith(captureImage)) {
+      return "capture";
+    }
+    if (unit.serial != serial) {
+      return "serial number " + unit.serial;
+    }
+    if (unit.edid != table) {
+      return "EDID";
+    }
+    return unit.key.startsWith("key ") ? QString() : QString("key");
+  }
+
+ private:
+  QByteArray tableOfSlot(int slot) {
+    const QString path = cli.path("slot.bin");
+    cli.run({"edid", "read", "--slot", QString::number(slot), "-o", path});
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  }
+};
