@@ -1,8 +1,10 @@
 #include "app/high_dpi.h"
 #include "app/main_window.h"
 #include "simulator/samples/samples.h"
+#include "walkthrough/guide.h"
 #include "walkthrough/look.h"
 #include "walkthrough/operator.h"
+#include "walkthrough/picture_book.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -154,11 +156,14 @@ bool writeSamples(const QDir& folder) {
 
 }  // namespace
 
-/// Usage: pellavox-walkthrough [--look] [--files FOLDER] DIRECTORY. Operates the
-/// real window through the main job, leaves pictures in DIRECTORY and prints what it
-/// saw. Exit code 0 when everything expected appeared, else 1. With --look it only
-/// connects and reads, and prints what any device shows. The pictures show the paths
-/// of the sample files: --files names a folder for them that is always the same.
+/// Usage: pellavox-walkthrough [--look|--guide|--check-guide] [--files FOLDER]
+/// DIRECTORY. Operates the real window through the main job, leaves pictures in
+/// DIRECTORY and prints what it saw. Exit code 0 when everything expected appeared,
+/// else 1. With --look it only connects and reads, and prints what any device shows.
+/// With --guide it takes the pictures of the operator's guide in DIRECTORY; with
+/// --check-guide it looks whether those there still show what the window does. The
+/// pictures show the paths of the sample files: --files names a folder for them that
+/// is always the same.
 int main(int argc, char* argv[]) {
   enableHighDpi(argc, argv);
   // Only Qt's own file dialogs can be operated from here.
@@ -166,12 +171,14 @@ int main(int argc, char* argv[]) {
   QApplication application(argc, argv);
   QCommandLineParser parser;
   const QCommandLineOption look(QStringLiteral("look"), QStringLiteral("Only connect and read."));
+  const QCommandLineOption guide(QStringLiteral("guide"), QStringLiteral("Take the guide's pictures."));
+  const QCommandLineOption checkGuide(QStringLiteral("check-guide"), QStringLiteral("Check the guide's pictures."));
   const QCommandLineOption filesIn(QStringLiteral("files"), QStringLiteral("Keep the sample files in FOLDER."),
                                    QStringLiteral("FOLDER"));
-  parser.addOptions({look, filesIn});
+  parser.addOptions({look, guide, checkGuide, filesIn});
   parser.addPositionalArgument(QStringLiteral("DIRECTORY"), QStringLiteral("Where the pictures go."));
   if (!parser.parse(QApplication::arguments()) || parser.positionalArguments().size() != 1) {
-    std::fprintf(stderr, "usage: pellavox-walkthrough [--look] [--files FOLDER] DIRECTORY\n");
+    std::fprintf(stderr, "usage: pellavox-walkthrough [--look|--guide|--check-guide] [--files FOLDER] DIRECTORY\n");
     return 2;
   }
   const QDir pictures(parser.positionalArguments()[0]);
@@ -191,10 +198,13 @@ int main(int argc, char* argv[]) {
     return 1;
   }
   Operator user(window, pictures);
-  if (parser.isSet(look)) {
+  PictureBook book(pictures, parser.isSet(checkGuide) ? PictureBook::Mode::kCheck : PictureBook::Mode::kTake);
+  if (parser.isSet(guide) || parser.isSet(checkGuide)) {
+    goThroughGuide(user, files, book);
+  } else if (parser.isSet(look)) {
     lookAround(user);
   } else {
     walkThrough(user, window, files);
   }
-  return user.sawEverything() ? 0 : 1;
+  return user.sawEverything() && book.isGood() ? 0 : 1;
 }
