@@ -28,6 +28,8 @@ QLatin1String exitCodeName(ExitCode code) {
       return QLatin1String("unconfirmed");
     case ExitCode::kDifference:
       return QLatin1String("difference");
+    case ExitCode::kLedger:
+      return QLatin1String("ledger");
     case ExitCode::kInterrupted:
       return QLatin1String("interrupted");
   }

@@ -18,6 +18,7 @@ enum class ExitCode {
   kRecovery = 9,       ///< the device needs the command that is printed
   kUnconfirmed = 10,   ///< confirmation missing or declined
   kDifference = 11,    ///< a replay, or a recording, differs from the recording
+  kLedger = 12,        ///< the station's ledger cannot be used
   kInterrupted = 130,  ///< interrupted before any write
 };
 

@@ -50,6 +50,8 @@ component(gcc-runtime "${CPACK_PELLAVOX_GCC_VERSION}" "GPL-3.0-or-later WITH GCC
   "pkg:deb/debian/gcc-mingw-w64-x86-64-posix-runtime@${CPACK_PELLAVOX_GCC_VERSION}" libgcc*.dll libstdc*.dll)
 component(winpthreads "${CPACK_PELLAVOX_MINGW_VERSION}" "MIT AND BSD-3-Clause"
   "pkg:deb/debian/mingw-w64-x86-64-dev@${CPACK_PELLAVOX_MINGW_VERSION}" libwinpthread-1.dll)
+component(sqlite "${CPACK_PELLAVOX_SQLITE_VERSION}" blessing
+  "pkg:deb/debian/sqlite3@${CPACK_PELLAVOX_SQLITE_VERSION}?arch=source" pellavox-cli.exe)
 # Headers only: compiled into these files.
 component(expected "${CPACK_PELLAVOX_EXPECTED_VERSION}" CC0-1.0
   "pkg:deb/debian/libexpected-dev@${CPACK_PELLAVOX_EXPECTED_VERSION}"

@@ -8,7 +8,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-Json jsonOf(const SqlValue& value) {
+Json cellOf(const SqlValue& value) {
   return std::visit(
       [](const auto& held) -> Json {
         using Held = std::decay_t<decltype(held)>;
@@ -29,7 +29,7 @@ Blob rowHash(const std::string& table, const Columns& columns) {
   Json row = {{"table", table}, {"columns", Json::object()}};
   for (const auto& [name, value] : columns) {
     if (name != "hash" && !std::holds_alternative<std::monostate>(value)) {
-      row["columns"][name] = jsonOf(value);
+      row["columns"][name] = cellOf(value);
     }
   }
   const std::vector<std::uint8_t> bytes = Json::to_cbor(row);

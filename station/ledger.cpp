@@ -52,9 +52,7 @@ Chosen nextOfList(const Database& database, const SerialRule& rule) {
 }
 
 Chosen nextOfCounter(const Database& database, const SerialRule& rule) {
-  const SqlValue counter = sqlText(rule.prefix);
-  std::int64_t number =
-      std::max(rule.first, database.number("SELECT max(number) + 1 FROM serials WHERE counter = ?", {counter}));
+  std::int64_t number = nextNumberOf(database, rule);
   for (;; ++number) {
     const QString digits = QStringLiteral("%1").arg(number, rule.digits, 10, QLatin1Char('0'));
     if (digits.size() > rule.digits) {
@@ -65,7 +63,7 @@ Chosen nextOfCounter(const Database& database, const SerialRule& rule) {
     }
     const QString serial = rule.prefix + digits;
     if (!isTaken(database, serial)) {
-      return {serial, "count", counter, number};
+      return {serial, "count", sqlText(rule.prefix), number};
     }
   }
 }

@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <tl/expected.hpp>
 
 #include <chrono>
@@ -16,6 +17,8 @@
 #include <vector>
 
 namespace station {
+
+class Database;
 
 template <typename T = void>
 using LedgerResult = tl::expected<T, LedgerError>;
@@ -159,6 +162,16 @@ class Ledger {
   LedgerResult<> scrap(const QString& serial, const QString& operatorName, const QString& reason);
 
   LedgerResult<UnitState> unit(const QString& serial) const;
+
+  /// Those of these serial numbers that no unit has, in their order.
+  LedgerResult<QStringList> freeSerials(const QStringList& serials) const;
+  /// The number that the job's counter gives next, unless that serial number is taken.
+  LedgerResult<std::int64_t> nextNumber(const SerialRule& rule) const;
+  /// Those of these keys (SHA-256) that were never taken, in their order.
+  LedgerResult<QStringList> freeKeys(const QStringList& hashes) const;
+
+  /// For the station's own reports.
+  const Database& database() const;
 
   struct State;  ///< of the ledger's own files
 

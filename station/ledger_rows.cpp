@@ -1,9 +1,12 @@
 #include "station/ledger_rows.h"
 
+#include "station/database.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <array>
 
 namespace station {
@@ -49,6 +52,24 @@ Facts factsOf(const QString& json) {
 
 QString jsonOf(const QStringList& texts) {
   return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(texts)).toJson(QJsonDocument::Compact));
+}
+
+std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt) {
+  std::vector<StepRecord> steps;
+  Statement rows = database.prepare(
+      "SELECT name, outcome, evidence, reason, tries, duration_ms, details FROM steps WHERE attempt = ? ORDER BY seq");
+  rows.with({attempt});
+  while (rows.next()) {
+    steps.push_back({rows.text(0), stepOutcomeOf(rows.text(1)).value_or(StepOutcome::kFailed), rows.text(2),
+                     rows.text(3), static_cast<int>(rows.number(4)), std::chrono::milliseconds(rows.number(5)),
+                     factsOf(rows.text(6))});
+  }
+  return steps;
+}
+
+std::int64_t nextNumberOf(const Database& database, const SerialRule& rule) {
+  return std::max(rule.first,
+                  database.number("SELECT max(number) + 1 FROM serials WHERE counter = ?", {sqlText(rule.prefix)}));
 }
 
 }  // namespace station

@@ -7,6 +7,8 @@
 /// Conversions between the ledger's rows and its types; not for others.
 namespace station {
 
+class Database;
+
 /// A JSON object in one line.
 QString jsonOf(const Facts& facts);
 /// Empty for a text that is no JSON object of texts.
@@ -14,6 +16,12 @@ Facts factsOf(const QString& json);
 
 /// A JSON array of texts.
 QString jsonOf(const QStringList& texts);
+
+/// The steps of an attempt, in their order.
+std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt);
+
+/// The number behind the last one of the rule's counter.
+std::int64_t nextNumberOf(const Database& database, const SerialRule& rule);
 
 std::optional<StepOutcome> stepOutcomeOf(const QString& name);
 std::optional<UnitResult> unitResultOf(const QString& name);

@@ -4,19 +4,6 @@
 namespace station {
 namespace {
 
-std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt) {
-  std::vector<StepRecord> steps;
-  Statement rows = database.prepare(
-      "SELECT name, outcome, evidence, reason, tries, duration_ms, details FROM steps WHERE attempt = ? ORDER BY seq");
-  rows.with({attempt});
-  while (rows.next()) {
-    steps.push_back({rows.text(0), stepOutcomeOf(rows.text(1)).value_or(StepOutcome::kFailed), rows.text(2),
-                     rows.text(3), static_cast<int>(rows.number(4)), std::chrono::milliseconds(rows.number(5)),
-                     factsOf(rows.text(6))});
-  }
-  return steps;
-}
-
 std::vector<TakenKey> keysOf(const Database& database, std::int64_t attempt) {
   std::vector<TakenKey> keys;
   Statement rows = database.prepare("SELECT file, sha256 FROM keys WHERE attempt = ? ORDER BY seq");
@@ -27,7 +14,37 @@ std::vector<TakenKey> keysOf(const Database& database, std::int64_t attempt) {
   return keys;
 }
 
+QStringList textsOf(Statement& rows) {
+  QStringList texts;
+  while (rows.next()) {
+    texts << rows.text(0);
+  }
+  return texts;
+}
+
 }  // namespace
+
+const Database& Ledger::database() const { return state_->opened.database; }
+
+LedgerResult<QStringList> Ledger::freeSerials(const QStringList& serials) const {
+  return guarded(path(), {}, [&] {
+    Statement rows = state_->database().prepare(
+        "SELECT value FROM json_each(?) WHERE value NOT IN (SELECT serial FROM serials) ORDER BY key");
+    return textsOf(rows.with({sqlText(jsonOf(serials))}));
+  });
+}
+
+LedgerResult<std::int64_t> Ledger::nextNumber(const SerialRule& rule) const {
+  return guarded(path(), {}, [&] { return nextNumberOf(state_->database(), rule); });
+}
+
+LedgerResult<QStringList> Ledger::freeKeys(const QStringList& hashes) const {
+  return guarded(path(), {}, [&] {
+    Statement rows = state_->database().prepare(
+        "SELECT value FROM json_each(?) WHERE value NOT IN (SELECT sha256 FROM keys) ORDER BY key");
+    return textsOf(rows.with({sqlText(jsonOf(hashes))}));
+  });
+}
 
 LedgerResult<std::vector<OpenAttempt>> Ledger::unfinished(const QString& station) const {
   return guarded(path(), {}, [&] {

@@ -67,11 +67,7 @@ Globals optionsFor(const Run& run, const QString& model) {
 
 station::Ledger ledgerArgument(const Arguments& arguments, const QString& jobPath) {
   const QString path = arguments.has("ledger") ? arguments.text("ledger") : station::defaultLedgerPath(jobPath);
-  auto ledger = station::Ledger::open(path, station::LedgerAccess::kWrite);
-  if (!ledger) {
-    throw Failure(ExitCode::kRefused, ledger.error().message);
-  }
-  return std::move(*ledger);
+  return valueOf(station::Ledger::open(path, station::LedgerAccess::kWrite));
 }
 
 Document shiftDocument(const station::ShiftEnd& end, const station::Ledger& ledger) {
@@ -140,7 +136,7 @@ Command stationRunCommand() {
           {{"JOB", "The job file", Takes::kValue, "", {}, true},
            {"--operator", "Who works here, for the ledger", Takes::kValue, "NAME", {}, true},
            {"--station", "Where, for the ledger; no two stations with one name", Takes::kValue, "NAME", {}, true},
-           {"--ledger", "The ledger (default: beside the job file)", Takes::kValue, "FILE"},
+           ledgerOption(false),
            {"--count", "End after so many units", Takes::kValue, "N"},
            {"--unfinished",
             "What to do with a unit that a crash left unfinished (default: ask)",

@@ -1,7 +1,7 @@
 """Runs command lines of pellavox-cli with -j and holds what they print against
 its schemas.
 
-Usage: check_schemas.py PROGRAM SCHEMAS_FOLDER LINES_FILE
+Usage: check_schemas.py PROGRAM SCHEMAS_FOLDER LINES_FILE SAMPLE_LINE
 Each line of the file: the exit code, then the arguments. Ends with 1 and says what is wrong.
 """
 import hashlib
@@ -38,13 +38,14 @@ job = {"format": "pellavox station job 1", "model": "KVR-7", "serial": {"from": 
 table = bytearray((pathlib.Path(files.name) / "TABLE").read_bytes())
 table[-1] ^= 1
 (pathlib.Path(files.name) / "WRONG").write_bytes(table)
+subprocess.run([sys.argv[4], files.name], check=True, timeout=60)
 subprocess.run([program, "snapshot", files.name + "/SNAPSHOT"], check=True, timeout=60)
 
 problems = []
 used = set()
 count = 0
 for line in pathlib.Path(sys.argv[3]).read_text().splitlines():
-    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY|TABLE|WRONG|RECORDING|JOB)$", files.name + r"/\1", word) for word in shlex.split(line)]
+    words = [re.sub("^(SNAPSHOT|IMAGE|OTHER|KEY|TABLE|WRONG|RECORDING|JOB|LINE|BADLINE|LEDGER|CHANGED)$", files.name + r"/\1", word) for word in shlex.split(line)]
     if not words:
         continue
     count += 1

@@ -3,7 +3,9 @@
 #include "station/job_reader.h"
 #include "station/ledger.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
