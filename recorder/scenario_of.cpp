@@ -155,6 +155,39 @@ void addSettings(OrderedJson& scenario, const LastReads& reads) {
   }
 }
 
+/// As a scenario writes bytes: "00 1F".
+std::string spaced(const Bytes& bytes) {
+  std::string digits;
+  appendHex(digits, bytes);
+  std::string text;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    text.append(i == 0 ? "" : " ").append(digits, i, 2);
+  }
+  return text;
+}
+
+// What was read last of each slot and of the sink.
+void addTables(OrderedJson& scenario, const Recording& recording) {
+  constexpr std::size_t kLongest = 512;
+  const auto add = [&](const std::string& key, const RecordedCall& call, std::size_t size, std::size_t buffer) {
+    const auto count = static_cast<std::size_t>(std::clamp<std::int64_t>(call.image.inputs[size].number, 0, kLongest));
+    Bytes table(count);
+    putOutput(call.image.outputs[buffer], table);
+    scenario["edid"][key] = spaced(table);
+  };
+  for (const RecordedCall& call : recording.calls) {
+    if (!call.ending || call.image.description().failed(call.image.result)) {
+      continue;
+    }
+    const std::int64_t slot = call.image.inputs[0].number;
+    if (call.image.operation == Operation::AT_EDID_Flash_Get_table && slot >= 0 && slot <= 6) {
+      add("slot" + std::to_string(slot), call, 2, 1);
+    } else if (call.image.operation == Operation::AT_EDID_Get_TX_table) {
+      add("sink", call, 0, 1);
+    }
+  }
+}
+
 // The external MCU's application tells its family in register 0, its version in
 // register 2.
 void addExternalMcu(OrderedJson& scenario, const Recording& recording) {
@@ -192,6 +225,7 @@ std::string scenarioOf(const Recording& recording) {
   addIdentity(scenario, reads);
   addSignal(scenario, reads);
   addSettings(scenario, reads);
+  addTables(scenario, recording);
   addExternalMcu(scenario, recording);
   return scenario.dump(2, ' ', true, OrderedJson::error_handler_t::replace) + "\n";
 }

@@ -9,7 +9,10 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<std::string_view, 2> kEdidKeys{"mode", "defaultSlot"};
+constexpr std::array<std::string_view, EdidStore::kSlots> kSlotKeys{"slot0", "slot1", "slot2", "slot3",
+                                                                    "slot4", "slot5", "slot6"};
+constexpr std::array<std::string_view, 10> kEdidKeys{"mode",  "defaultSlot", "slot0", "slot1", "slot2",
+                                                     "slot3", "slot4",       "slot5", "slot6", "sink"};
 constexpr std::array<std::string_view, EdidStore::kModes> kModeNames{"fromFlash", "followTx", "followUsb", "mixed"};
 
 }  // namespace
@@ -18,6 +21,14 @@ void EdidStore::configure(const Section& scenario) {
   if (const auto edid = scenario.section("edid", kEdidKeys)) {
     mode_ = static_cast<Mode>(edid->choice("mode", kModeNames).value_or(mode_));
     defaultSlot_ = static_cast<std::uint8_t>(edid->integer("defaultSlot", 0, kSlots - 1).value_or(defaultSlot_));
+    for (std::size_t slot = 0; slot < kSlots; ++slot) {
+      if (const auto table = edid->bytes(kSlotKeys[slot], kTableSize)) {
+        written_[slot] = written(*table);
+      }
+    }
+    if (const auto table = edid->bytes("sink", kTableSize)) {
+      sink_ = written(*table);
+    }
   }
 }
 
@@ -61,13 +72,21 @@ std::vector<std::uint8_t> EdidStore::slotTable(std::uint8_t index, std::size_t s
   return edidTable(factoryDisplays()[index], size);
 }
 
-void EdidStore::writeSlot(std::uint8_t index, std::span<const std::uint8_t> bytes) {
-  WrittenTable& table = written_[index].emplace();
+void EdidStore::writeSlot(std::uint8_t index, std::span<const std::uint8_t> bytes) { written_[index] = written(bytes); }
+
+EdidStore::WrittenTable EdidStore::written(std::span<const std::uint8_t> bytes) {
+  WrittenTable table;
   table.fill(0xFF);
   std::copy_n(bytes.begin(), std::min(bytes.size(), table.size()), table.begin());
+  return table;
 }
 
-std::vector<std::uint8_t> EdidStore::sinkTable(std::size_t size) const { return edidTable(sinkDisplay(), size); }
+std::vector<std::uint8_t> EdidStore::sinkTable(std::size_t size) const {
+  if (sink_) {
+    return {sink_->begin(), sink_->begin() + static_cast<std::ptrdiff_t>(size)};
+  }
+  return edidTable(sinkDisplay(), size);
+}
 
 std::vector<std::uint8_t> EdidStore::ddcTable(bool sinkPresent, std::size_t size) const {
   if (mode_ == kFollowUsb) {
@@ -76,7 +95,7 @@ std::vector<std::uint8_t> EdidStore::ddcTable(bool sinkPresent, std::size_t size
   if (mode_ == kFollowTx && sinkPresent) {
     return sinkTable(size);
   }
-  if (mode_ == kMixed && sinkPresent && !written_[defaultSlot_]) {
+  if (mode_ == kMixed && sinkPresent && !written_[defaultSlot_] && !sink_) {
     return mixedEdidTable(factoryDisplays()[defaultSlot_], sinkDisplay(), size);
   }
   return slotTable(defaultSlot_, size);

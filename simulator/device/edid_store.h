@@ -18,7 +18,8 @@ class StateWriter;
 ///
 /// The tables that the device ships and the sink's come at each size as a whole
 /// EDID of that size, as no EDID stays valid when it is cut. A slot that was
-/// written gives back exactly what was written to it, then erased flash (0xFF).
+/// written, or that a scenario fills, gives back exactly what was written to it,
+/// then erased flash (0xFF); likewise a sink that a scenario describes.
 class EdidStore {
  public:
   static constexpr std::size_t kSlots = 7;
@@ -52,14 +53,18 @@ class EdidStore {
   /// - follow TX: the sink's table
   /// - follow USB: what the USB side can carry to the host
   /// - mixed: the shipped table of the slot in use with the sink's abilities
-  ///   added; a written table cannot be taken apart and is offered as it is
+  ///   added; a written table, or a described sink's, cannot be taken apart: the
+  ///   slot in use is offered as it is
   ///
   /// Without a sink the modes that look at it offer the slot in use.
   std::vector<std::uint8_t> ddcTable(bool sinkPresent, std::size_t size) const;
 
  private:
   using WrittenTable = std::array<std::uint8_t, kTableSize>;
+  static WrittenTable written(std::span<const std::uint8_t> bytes);
+
   std::array<std::optional<WrittenTable>, kSlots> written_;
+  std::optional<WrittenTable> sink_;
   Mode mode_ = kFromFlash;
   std::uint8_t defaultSlot_ = 0;
 };

@@ -5,7 +5,6 @@
 #include "simulator/scenario/scenario_tree.h"
 
 #include <algorithm>
-#include <charconv>
 #include <initializer_list>
 #include <limits>
 
@@ -14,7 +13,7 @@ namespace {
 
 constexpr unsigned kCertain = 1000;
 constexpr std::int64_t kMaxCounted = 1'000'000'000;
-constexpr std::size_t kMaxAnswer = 4096;
+constexpr std::size_t kMaxAnswer = 1365;
 
 constexpr std::array<std::string_view, 11> kFaultKeys{"at",     "first",  "count",  "perMille", "fromPercent", "what",
                                                       "status", "answer", "length", "delayMs",  "polls"};
@@ -99,27 +98,6 @@ FaultEffect readEffect(const Section& section, const Point& where) {
   return kAnswer;
 }
 
-/// Reads bytes written as "00 1F".
-std::optional<std::vector<std::uint8_t>> parseBytes(std::string_view text) {
-  std::vector<std::uint8_t> bytes;
-  if (!text.empty() && text.size() % 3 != 2) {
-    return std::nullopt;
-  }
-  for (std::size_t i = 0; i < text.size(); i += 3) {
-    std::uint8_t byte = 0;
-    const char* const first = text.data() + i;
-    if (i != 0 && first[-1] != ' ') {
-      return std::nullopt;
-    }
-    const auto [last, error] = std::from_chars(first, first + 2, byte, 16);
-    if (error != std::errc() || last != first + 2) {
-      return std::nullopt;
-    }
-    bytes.push_back(byte);
-  }
-  return bytes;
-}
-
 void readTimes(const Section& section, Fault& fault) {
   fault.first = static_cast<std::uint64_t>(section.integer("first", 1, kMaxCounted).value_or(1));
   fault.count = static_cast<std::uint64_t>(section.integer("count", 0, kMaxCounted).value_or(1));
@@ -136,12 +114,8 @@ void readAnswer(const Section& section, const Point& where, Fault& fault) {
   fault.status = static_cast<std::int32_t>(
       section.integer("status", std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max())
           .value_or(where.status));
-  if (const auto answer = section.text("answer", kMaxAnswer)) {
-    const auto bytes = parseBytes(*answer);
-    if (!bytes) {
-      section.fail("answer", "must be bytes of two hexadecimal digits with blanks between, for example \"00 1F\"");
-    }
-    fault.answer = *bytes;
+  if (const auto answer = section.bytes("answer", kMaxAnswer)) {
+    fault.answer = *answer;
   }
   if (const auto length = section.integer("length", 0, std::numeric_limits<std::uint32_t>::max())) {
     fault.length = static_cast<std::uint32_t>(*length);

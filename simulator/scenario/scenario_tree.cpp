@@ -144,6 +144,27 @@ std::string shortest(double value) {
   return {text, end};
 }
 
+/// Reads bytes written as "00 1F".
+std::optional<std::vector<std::uint8_t>> parseBytes(std::string_view text) {
+  std::vector<std::uint8_t> bytes;
+  if (!text.empty() && text.size() % 3 != 2) {
+    return std::nullopt;
+  }
+  for (std::size_t i = 0; i < text.size(); i += 3) {
+    std::uint8_t byte = 0;
+    const char* const first = text.data() + i;
+    if (i != 0 && first[-1] != ' ') {
+      return std::nullopt;
+    }
+    const auto [last, error] = std::from_chars(first, first + 2, byte, 16);
+    if (error != std::errc() || last != first + 2) {
+      return std::nullopt;
+    }
+    bytes.push_back(byte);
+  }
+  return bytes;
+}
+
 }  // namespace
 
 std::string joinedWords(std::span<const std::string_view> words) {
@@ -253,6 +274,18 @@ std::optional<std::string> Section::text(std::string_view key, std::size_t maxLe
     return *text;
   }
   fail(key, "must be a text of at most " + std::to_string(maxLength) + " bytes, without a zero byte");
+}
+
+std::optional<std::vector<std::uint8_t>> Section::bytes(std::string_view key, std::size_t maxCount) const {
+  constexpr std::size_t kLettersAByte = 3;
+  const std::optional<std::string> text = this->text(key, kLettersAByte * maxCount);
+  if (!text) {
+    return std::nullopt;
+  }
+  if (auto bytes = parseBytes(*text)) {
+    return bytes;
+  }
+  fail(key, "must be bytes of two hexadecimal digits with blanks between, for example \"00 1F\"");
 }
 
 std::optional<std::size_t> Section::choice(std::string_view key, std::span<const std::string_view> choices) const {

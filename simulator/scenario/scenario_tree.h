@@ -65,6 +65,8 @@ class Section {
   std::optional<double> number(std::string_view key, double min, double max) const;
   /// UTF-8 text of 0 to `maxLength` bytes without NUL.
   std::optional<std::string> text(std::string_view key, std::size_t maxLength) const;
+  /// Bytes written as "00 1F", at most `maxCount`.
+  std::optional<std::vector<std::uint8_t>> bytes(std::string_view key, std::size_t maxCount) const;
   /// Index of the text in `choices`.
   std::optional<std::size_t> choice(std::string_view key, std::span<const std::string_view> choices) const;
   std::optional<Section> section(std::string_view key, std::span<const std::string_view> keys) const;

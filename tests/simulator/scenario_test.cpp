@@ -157,6 +157,10 @@ class SimulatorScenarioTest : public QObject {
         "1: \"faults[0].first\" must be a whole number from 1 to 1000000000");
     row("status over 32 bits", "{\"faults\": [{\"at\": \"openPort\", \"status\": 2147483648}]}",
         "1: \"faults[0].status\" must be a whole number from -2147483648 to 2147483647");
+    row("EDID table of odd digits", "{\"edid\": {\n\"slot3\": \"00 F\"}}",
+        "2: \"edid.slot3\" must be bytes of two hexadecimal digits with blanks between, for example \"00 1F\"");
+    row("EDID table that is too long", "{\"edid\": {\"sink\": \"" + QByteArray("00 ").repeated(512) + "00\"}}",
+        "1: \"edid.sink\" must be a text of at most 1536 bytes, without a zero byte");
     for (const char* answer : {"1", "1 2", "123", "0g", "01  02", "01-02", "01 "}) {
       row(qPrintable(QStringLiteral("answer %1").arg(answer)),
           QByteArray("{\"faults\": [{\"at\": \"openPort\", \"answer\": \"" + QByteArray(answer) + "\"}]}"),
