@@ -14,6 +14,9 @@ Document changeDocument(const Change& change, bool changed) {
   for (const auto& [key, value] : change.more) {
     document.addQuietly(key, value);
   }
+  for (const auto& [label, text] : change.notes) {
+    document.add({}, label, {}, text);
+  }
   document.add("changed", "Changed", changed, changed ? "yes" : "no");
   return document;
 }

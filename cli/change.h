@@ -3,6 +3,8 @@
 #include "cli/run.h"
 
 #include <functional>
+#include <utility>
+#include <vector>
 
 namespace cli {
 
@@ -17,6 +19,8 @@ struct Change {
   std::function<QString(const Value&)> show = {};
   /// What else the result says, for programs.
   Value::Members more = {};
+  /// What else it says, for people: labels and texts.
+  std::vector<std::pair<QString, QString>> notes = {};
   /// Reads the value back; empty when the device cannot tell it.
   std::function<device::Result<Value>()> read = {};
   /// A value that cannot be read before need not be readable after: then the

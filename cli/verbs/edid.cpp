@@ -6,18 +6,18 @@
 #include "cli/result_file.h"
 #include "cli/verb.h"
 #include "cli/verbs/edid_commands.h"
-#include "edid/edid_blocks.h"
 #include "edid/edid_calls.h"
 #include "edid/edid_check.h"
+#include "edid/whole_table.h"
 
 #include <QCryptographicHash>
 
-#include <functional>
 #include <optional>
 
 namespace cli {
 namespace {
 
+using edid::TableReader;
 using edid::TableSize;
 
 constexpr int kLongestTable = 512;
@@ -25,13 +25,6 @@ constexpr int kLongestTable = 512;
 std::span<const std::uint8_t> spanOf(const QByteArray& table) {
   return {reinterpret_cast<const std::uint8_t*>(table.constData()), static_cast<std::size_t>(table.size())};
 }
-
-TableSize sizeFor(int bytes) {
-  return bytes <= 256 ? TableSize::k256 : bytes <= 384 ? TableSize::k384 : TableSize::k512;
-}
-
-/// Where a table in the device is.
-using TableReader = std::function<device::Result<QByteArray>(TableSize)>;
 
 std::optional<TableReader> placeArgument(const Arguments& arguments) {
   const int places = (arguments.has("slot") ? 1 : 0) + (arguments.has("sink") ? 1 : 0) + (arguments.has("ddc") ? 1 : 0);
@@ -51,23 +44,11 @@ std::optional<TableReader> placeArgument(const Arguments& arguments) {
   return std::nullopt;
 }
 
-QByteArray readTable(const TableReader& read, TableSize size) {
-  const auto table = read(size);
+QByteArray requireRead(const device::Result<QByteArray>& table) {
   if (!table) {
     throw Failure(ExitCode::kFailed, QStringLiteral("the table cannot be read (%1)").arg(reasonOf(table.error())));
   }
   return *table;
-}
-
-/// As long as the table itself says, if the device can give that much.
-QByteArray readWholeTable(const TableReader& read) {
-  QByteArray table = readTable(read, TableSize::k256);
-  const int blocks = 1 + static_cast<std::uint8_t>(table[static_cast<int>(edid::kExtensionCountAt)]);
-  const int bytes = std::min(blocks * static_cast<int>(edid::kBlockSize), kLongestTable);
-  if (bytes > table.size()) {
-    table = readTable(read, sizeFor(bytes));
-  }
-  return table.left(bytes);
 }
 
 QByteArray fileTable(const Run& run, const QString& path) {
@@ -84,7 +65,7 @@ QByteArray givenTable(Run& run, const Arguments& arguments) {
     return fileTable(run, arguments.text("FILE"));
   }
   const DeviceSession session(run);
-  return readWholeTable(*place);
+  return requireRead(edid::readWholeTable(*place));
 }
 
 void showTable(Run& run, const Arguments& arguments) {
@@ -121,7 +102,7 @@ void readEdidTable(Run& run, const Arguments& arguments) {
   }
   const int size = arguments.has("size") ? static_cast<int>(arguments.number("size", 256, 512)) : 256;
   const DeviceSession session(run);
-  const QByteArray table = readTable(*place, sizeFor(size));
+  const QByteArray table = requireRead((*place)(edid::sizeFor(size)));
   if (output == "-") {
     run.writeData(table);
     return;
@@ -136,17 +117,20 @@ void readEdidTable(Run& run, const Arguments& arguments) {
   run.finish(document);
 }
 
-Value::List fixedBytes(Run& run, QByteArray& table) {
+/// Told at once, as someone may be asked whether to go on, and with the result.
+void fixTable(Run& run, QByteArray& table, Change& change) {
   Value::List list;
   const std::span bytes(reinterpret_cast<std::uint8_t*>(table.data()), static_cast<std::size_t>(table.size()));
   for (const edid::ChangedByte& byte : edid::fixChecksums(bytes)) {
-    run.hint(QStringLiteral("byte %1: 0x%2 becomes 0x%3")
-                 .arg(byte.offset)
-                 .arg(byte.before, 2, 16, QChar('0'))
-                 .arg(byte.after, 2, 16, QChar('0')));
+    const QString text = QStringLiteral("byte %1: 0x%2 becomes 0x%3")
+                             .arg(byte.offset)
+                             .arg(byte.before, 2, 16, QChar('0'))
+                             .arg(byte.after, 2, 16, QChar('0'));
+    run.hint(text);
+    change.notes.emplace_back("Fixed", text);
     list.emplace_back(Value::Members{{"offset", byte.offset}, {"before", byte.before}, {"after", byte.after}});
   }
-  return list;
+  change.more.emplace_back("fixed", list);
 }
 
 void requireGoodTable(Run& run, const QByteArray& table) {
@@ -178,7 +162,7 @@ void writeTable(Run& run, const Arguments& arguments) {
   QByteArray table = fileTable(run, arguments.text("FILE"));
   Change change;
   if (arguments.has("fix-checksums")) {
-    change.more = {{"fixed", fixedBytes(run, table)}};
+    fixTable(run, table, change);
   }
   requireGoodTable(run, table);
   change.more.emplace_back("slot", slot);
@@ -188,7 +172,7 @@ void writeTable(Run& run, const Arguments& arguments) {
   change.wanted = QString::fromLatin1(table.toHex());
   change.show = tableText;
   change.read = [slot, bytes = table.size()] {
-    return edid::readFlashTable(slot, sizeFor(bytes)).map([bytes](const QByteArray& read) {
+    return edid::readFlashTable(slot, edid::sizeFor(bytes)).map([bytes](const QByteArray& read) {
       return Value(QString::fromLatin1(read.left(bytes).toHex()));
     });
   };

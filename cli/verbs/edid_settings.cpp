@@ -3,6 +3,7 @@
 #include "cli/readings.h"
 #include "cli/verbs/edid_commands.h"
 #include "edid/edid_calls.h"
+#include "edid/whole_table.h"
 #include "video/video_calls.h"
 
 #include <array>
@@ -80,15 +81,15 @@ Document readEdid() {
              edid::readDefaultSlot().map([](std::uint8_t slot) { return Shown{slot}; }));
   for (std::uint8_t slot = 0; slot < edid::kSlotCount; ++slot) {
     addReading(document, QStringLiteral("slot%1").arg(slot), QStringLiteral("Slot %1").arg(slot),
-               edid::readFlashTable(slot, edid::TableSize::k256).map(tableShown));
+               edid::readFlashTable(slot, edid::TableSize::k512).map(tableShown));
   }
-  addReading(document, "ddc", "Offered to the source", edid::readDdcTable(edid::TableSize::k256).map(tableShown));
+  addReading(document, "ddc", "Offered to the source", edid::readWholeTable(edid::readDdcTable).map(tableShown));
   // Without a sink there is nothing to be read, which is no failure.
   const auto hotPlug = video::readTransmitterHotPlug();
   if (hotPlug && !video::isSinkPresent(*hotPlug)) {
     document.add("sink", "Sink", {}, "no sink");
   } else {
-    addReading(document, "sink", "Sink", edid::readSinkTable(edid::TableSize::k256).map(tableShown));
+    addReading(document, "sink", "Sink", edid::readWholeTable(edid::readSinkTable).map(tableShown));
   }
   return document;
 }

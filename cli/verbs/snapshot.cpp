@@ -5,6 +5,7 @@
 #include "cli/verb.h"
 
 #include <map>
+#include <set>
 
 namespace cli {
 namespace {
@@ -32,54 +33,109 @@ Value loadSnapshot(const QString& path) {
   return snapshot;
 }
 
-/// The plain values of a document by their paths, for example "info.product".
-void flatten(const Value& value, const QString& path, std::map<QString, Value>& values) {
+/// A snapshot taken apart, by paths such as "info.product".
+struct Flat {
+  std::map<QString, Value> values;     // the plain ones
+  std::map<QString, QString> reasons;  // of those that could not be read
+  std::set<QString> incomplete;        // the objects that these are in
+};
+
+void flatten(const Value& value, const QString& path, Flat& flat) {
+  const auto below = [&path](const QString& key) { return path.isEmpty() ? key : path + '.' + key; };
   if (value.members().empty()) {
-    values[path] = value;
-    return;
+    flat.values[path] = value;
+  }
+  for (const auto& [key, reason] : value["unread"].members()) {
+    flat.reasons[below(key)] = reason.text();
+    flat.incomplete.insert(path);
   }
   for (const auto& [key, member] : value.members()) {
-    flatten(member, path.isEmpty() ? key : path + '.' + key, values);
+    if (key != "unread") {
+      flatten(member, below(key), flat);
+    }
+  }
+  for (const auto& [unread, reason] : flat.reasons) {
+    flat.values.erase(unread);
   }
 }
 
+/// Whether a value is missing because it could not be read, alone or with what
+/// it belongs to.
+bool isUnread(const Flat& flat, QString path) {
+  if (flat.values.count(path) > 0) {
+    return false;
+  }
+  while (flat.reasons.count(path) == 0 && flat.incomplete.count(path) == 0) {
+    const auto dot = path.lastIndexOf('.');
+    if (dot < 0) {
+      return false;
+    }
+    path.truncate(dot);
+  }
+  return true;
+}
+
+/// What cannot be compared counts neither as equal nor as different.
 Document differences(const Value& first, const Value& second) {
-  std::map<QString, Value> before;
-  std::map<QString, Value> after;
+  Flat before;
+  Flat after;
   flatten(first, {}, before);
   flatten(second, {}, after);
-  for (const auto& [path, value] : before) {
-    after.try_emplace(path);
+  std::set<QString> paths;
+  for (const Flat* flat : {&before, &after}) {
+    for (const auto& [path, value] : flat->values) {
+      paths.insert(path);
+    }
   }
   Value::List list;
   QStringList lines;
-  for (const auto& [path, value] : after) {
-    const Value& old = before[path];
-    if (old != value) {
-      list.emplace_back(Value::Members{{"path", path}, {"before", old}, {"after", value}});
-      lines << QStringLiteral("%1: %2 -> %3").arg(path, old.shown(), value.shown());
+  for (const QString& path : paths) {
+    if (isUnread(before, path) || isUnread(after, path)) {
+      continue;
+    }
+    const Value& old = before.values[path];
+    const Value& now = after.values[path];
+    if (old != now) {
+      list.emplace_back(Value::Members{{"path", path}, {"before", old}, {"after", now}});
+      lines << QStringLiteral("%1: %2 -> %3").arg(path, old.shown(), now.shown());
     }
   }
   Document document("diff");
   document.addQuietly("different", !list.empty());
   document.addQuietly("differences", list);
+  const auto reasons = [&before, &after] {
+    auto all = before.reasons;
+    all.insert(after.reasons.begin(), after.reasons.end());
+    return all;
+  }();
+  Value unread;
+  for (const auto& [path, reason] : reasons) {
+    unread.set(path, reason);
+    lines << QStringLiteral("%1: not read (%2)").arg(path, reason);
+  }
+  if (!unread.isNull()) {
+    document.addQuietly("unread", unread);
+  }
   document.addText(lines.isEmpty() ? QString("no difference") : lines.join('\n'));
   return document;
+}
+
+void compare(Run& run, const Value& first, const Value& second) {
+  const Document document = differences(first, second);
+  if (!document.value()["unread"].isNull()) {
+    run.setExitCode(ExitCode::kFailed);
+  }
+  run.finish(document);
 }
 
 void diffSnapshots(Run& run, const Arguments& arguments) {
   const Value first = loadSnapshot(arguments.text("A"));
   if (arguments.has("B")) {
-    run.finish(differences(first, loadSnapshot(arguments.text("B"))));
+    compare(run, first, loadSnapshot(arguments.text("B")));
     return;
   }
   const DeviceSession session(run);
-  const Document present = readSnapshot();
-  // A value that is not read now must not count as one that went away.
-  if (!present.isComplete()) {
-    run.setExitCode(ExitCode::kFailed);
-  }
-  run.finish(differences(first, present.value()));
+  compare(run, first, readSnapshot().value());
 }
 
 }  // namespace

@@ -24,6 +24,9 @@ constexpr std::array kWatched{
     WatchedVerb{"video", readVideo},
     WatchedVerb{"audio", readAudio},
     WatchedVerb{"hdcp", readHdcp},
+    WatchedVerb{"mcu", readMcu},
+    WatchedVerb{"edid", readEdid},
+    WatchedVerb{"gpio", [] { return readGpio(); }},
     WatchedVerb{"info", readInfo},
     WatchedVerb{"serial", readSerial},
     WatchedVerb{"snapshot", readSnapshot},
@@ -76,6 +79,15 @@ void pauseFor(const Run& run, std::chrono::milliseconds time) {
   }
 }
 
+// A port whose device was unplugged meanwhile stays dead.
+void openAnew(DeviceSession& session) {
+  try {
+    session.reopen(0ms);
+  } catch (const Failure&) {
+    // Not back yet: the next readings say so.
+  }
+}
+
 void watch(Run& run, const Arguments& arguments) {
   const QString name = arguments.has("VERB") ? arguments.text("VERB") : QString("video");
   const auto* const verb = std::find_if(kWatched.begin(), kWatched.end(), [&name](const WatchedVerb& candidate) {
@@ -84,7 +96,7 @@ void watch(Run& run, const Arguments& arguments) {
   const auto interval = intervalArgument(arguments);
   const std::int64_t count =
       arguments.has("count") ? arguments.number("count", 1, std::numeric_limits<std::int32_t>::max()) : 0;
-  const DeviceSession session(run);
+  DeviceSession session(run);
   for (std::int64_t i = 0; !interruption::isRequested(); ++i) {
     const Document document = verb->read();
     print(run, document);
@@ -95,6 +107,9 @@ void watch(Run& run, const Arguments& arguments) {
       return;
     }
     pauseFor(run, interval);
+    if (!document.isComplete()) {
+      openAnew(session);
+    }
   }
 }
 

@@ -79,8 +79,13 @@ std::int32_t Library::recall() {
       path += "." + std::to_string(unit_);
     }
     memory_.emplace(path, *device_);
+    refusal_.clear();
   } catch (const StateFileError& error) {
-    std::fprintf(stderr, "%s\n", error.what());
+    // Said once, however often a program tries.
+    if (refusal_ != error.what()) {
+      refusal_ = error.what();
+      std::fprintf(stderr, "%s\n", error.what());
+    }
     return error.status();
   }
   device_->postpone(device_->clock.now() - before);

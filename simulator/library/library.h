@@ -121,6 +121,7 @@ class Library {
   std::uint64_t scenarios_ = 0;
   RunPlan plan_;
   std::optional<DeviceMemory> memory_;
+  std::string refusal_;  // what the state file was refused with last
   Session session_;
   std::uint64_t calls_ = 0;
   std::deque<JournalEntry> journal_;

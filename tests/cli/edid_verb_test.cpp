@@ -270,6 +270,36 @@ class EdidVerbTest : public QObject {
     QCOMPARE(bench_.run(QStringList{"-y", "edid", "write", table, "--slot", "2"}).code, 1);
   }
 
+  void repairedBytesAreToldAlsoQuietly() {
+    bench_.input = withBitDamaged(sampleTable("4K television with HDR"), 127 * 8);
+    const auto result = bench_.run("-q -y edid write - --slot 2 --fix-checksums");
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.err, QByteArray());
+    QVERIFY2(
+        QRegularExpression("\nFixed: +byte 127: 0x[0-9a-f]{2} becomes 0x[0-9a-f]{2}\n").match(result.out).hasMatch(),
+        result.out);
+  }
+
+  void aSnapshotHoldsTheTablesWhole() {
+    const QByteArray table = sampleTable("ultra-wide monitor, DisplayPort, CTA-861 and DisplayID");
+    QVERIFY(table.size() > 256);
+    bench_.input = table;
+    QCOMPARE(bench_.run("-y edid write - --slot 2").code, 0);
+    QCOMPARE(bench_.run("edid default 2").code, 0);
+    const cli::Value edid = bench_.run("-j snapshot").document()["edid"];
+    // All that the slot holds; what is offered, as long as it says.
+    QCOMPARE(edid["slot2"].text(), QString(table.leftJustified(512, '\xFF').toHex()));
+    QCOMPARE(edid["ddc"].text(), QString(table.toHex()));
+  }
+
+  void withoutASinkTheSnapshotIsWhole() {
+    simulator::attachSink(false);
+    const auto result = bench_.run("-j snapshot");
+    QCOMPARE(result.code, 0);
+    QVERIFY(result.document()["edid"]["sink"].isNull());
+    QCOMPARE(bench_.run("edid show --sink").code, 1);
+  }
+
   void modeAndDefaultSlotAreReadBack() {
     const auto mode = bench_.run("-j edid mode follow-tx");
     QCOMPARE(mode.code, 0);
@@ -284,9 +314,10 @@ class EdidVerbTest : public QObject {
   void wrongUseTouchesNothing_data() {
     QTest::addColumn<QString>("line");
     for (const char* line :
-         {"edid", "edid show", "edid show x --slot 1", "edid show --slot 1 --sink", "edid show --slot 7",
-          "edid read -o x", "edid read --slot 1", "-j edid read --slot 1 -o -", "edid read --slot 1 --size 300 -o x",
-          "edid write x", "edid write x --slot 9", "edid mode sideways", "edid default 7", "edid default -1"}) {
+         {"edid", "edid show", "edid show x --slot 1", "edid show --slot 1 --sink", "edid show --sink --ddc",
+          "edid show --slot 7", "edid check", "edid read -o x", "edid read -o -", "edid write", "edid read --slot 1",
+          "-j edid read --slot 1 -o -", "edid read --slot 1 --size 300 -o x", "edid write x", "edid write x --slot 9",
+          "edid mode sideways", "edid default 7", "edid default -1"}) {
       QTest::newRow(line) << line;
     }
   }

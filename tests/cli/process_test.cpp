@@ -115,6 +115,19 @@ class ProcessTest : public QObject {
     QCOMPARE(ended.code, 10);
   }
 
+  void aDamagedStateFileIsToldOnce() {
+    const QTemporaryDir folder;
+    QFile state(folder.filePath("state"));
+    QVERIFY(state.open(QIODevice::WriteOnly));
+    state.write("no state file");
+    state.close();
+    qputenv("RTICE_SIMULATOR_STATE", state.fileName().toLocal8Bit());
+    const Ended ended = runProgram({"--wait=0.5", "info"});
+    qunsetenv("RTICE_SIMULATOR_STATE");
+    QCOMPARE(ended.code, 3);
+    QVERIFY2(ended.err.count("is no state file") == 1, ended.err.constData());
+  }
+
 #ifndef _WIN32
   void interruptingAWatchEndsItWell() {
     QProcess process;
