@@ -81,6 +81,9 @@ void examine(Run& run, const Arguments& arguments) {
   whole.include("device", "Device", found);
   if (arguments.has("output")) {
     writeResultFile(arguments.text("output"), whole.value().json() + '\n');
+    if (!whole.isComplete()) {
+      run.setExitCode(ExitCode::kFailed);
+    }
   } else {
     run.finish(whole);
   }

@@ -91,17 +91,26 @@ QByteArray imageArgument(const QString& path) {
   return *image;
 }
 
-firmware::UpgradeResult upgrade(const Run& run, std::span<const std::uint8_t> image) {
+struct Sending {
+  firmware::UpgradeResult result;
+  bool isFinishing = false;  // all data packets have been taken
+};
+
+Sending upgrade(const Run& run, std::span<const std::uint8_t> image) {
   Progress progress(run, "Upgrading");
-  const auto listener = [&progress](const firmware::UpgradeEvent& event) {
+  Sending sending;
+  const auto listener = [&progress, &sending](const firmware::UpgradeEvent& event) {
     if (const auto* sent = std::get_if<firmware::BlockSent>(&event)) {
       progress.show(static_cast<int>((sent->block + 1) * 100 / sent->blocks));
+    } else if (const auto* begun = std::get_if<firmware::StepBegun>(&event)) {
+      sending.isFinishing = begun->step == firmware::UpgradeStep::kFinish;
     }
   };
   firmware::UpgradeOptions options;
   options.requireChecksum = true;
   options.stopRequested = interruption::isRequested;
-  return firmware::upgradeExtMcu(image, true, run.console().pause, listener, options);
+  sending.result = firmware::upgradeExtMcu(image, true, run.console().pause, listener, options);
+  return sending;
 }
 
 const char* outcomeText(UpgradeOutcome outcome) {
@@ -192,6 +201,28 @@ void requireFamily(Run& run, std::span<const std::uint8_t> image, const McuState
                   .arg(QChar(family.value_or(0)), QChar(state.familyCode)));
 }
 
+/// Holds what came of the sending against the MCU that now runs.
+/// @return its version
+QString requireUpgraded(const Run& run, const Sending& sending, const QString& expected, const QString& path) {
+  const UpgradeOutcome outcome = sending.result.outcome;
+  if (outcome == UpgradeOutcome::kDone) {
+    return requireRunning(run, expected, path);
+  }
+  // A boot loader that starts the firmware before it could be asked has finished.
+  const bool isStarted = sending.isFinishing && readMcuState().mode == McuMode::kApplication;
+  if (!isStarted) {
+    throw upgradeFailure(run, outcome, path);
+  }
+  QString version = requireRunning(run, expected, path);
+  if (outcome != UpgradeOutcome::kNotReady) {
+    throw Failure(
+        ExitCode::kUnchecked,
+        QStringLiteral("every data packet was taken and the MCU runs %1, but it did not confirm the finish packet")
+            .arg(version));
+  }
+  return version;
+}
+
 void addOutcome(Document& document, const firmware::UpgradeResult& result, const QString& version) {
   document.add("mainVersion", "Version", version);
   document.add("packets", "Packets", result.packets);
@@ -226,11 +257,9 @@ void upgradeMcu(Run& run, const Arguments& arguments) {
     return;
   }
   run.confirm(Weight::kLasting, QStringLiteral("Upgrade the external MCU with %1?").arg(path), {});
-  const firmware::UpgradeResult result = upgrade(run, image);
-  if (result.outcome != UpgradeOutcome::kDone) {
-    throw upgradeFailure(run, result.outcome, path);
-  }
-  addOutcome(document, result, requireRunning(run, expected, path));
+  const Sending sending = upgrade(run, image);
+  const QString version = requireUpgraded(run, sending, expected, path);
+  addOutcome(document, sending.result, version);
   run.finish(document);
 }
 

@@ -1,0 +1,2 @@
+/// @file
+/// Brings the device library along and has nothing of its own.
