@@ -70,8 +70,10 @@ const Command& program() {
 }
 
 ExitCode run(const QStringList& arguments, const Console& console) {
-  // Before the parser, which would ask for a verb.
-  if (arguments.contains("--version")) {
+  // Before the parser, which would ask for a verb. What follows -- belongs to the
+  // program that a verb starts.
+  const QStringList own = arguments.mid(0, arguments.indexOf("--"));
+  if (own.contains("--version")) {
     console.out(QByteArray(kProgramName) + ' ' + kVersionText + '\n');
     return ExitCode::kDone;
   }
@@ -81,8 +83,8 @@ ExitCode run(const QStringList& arguments, const Console& console) {
     return ExitCode::kDone;
   }
   if (const auto* error = std::get_if<UsageError>(&parsed)) {
-    const bool json = arguments.contains("-j") || arguments.contains("--json");
-    report({ExitCode::kUsage, error->message}, json, !arguments.contains("--no-color"), console);
+    const bool json = own.contains("-j") || own.contains("--json");
+    report({ExitCode::kUsage, error->message}, json, !own.contains("--no-color"), console);
     return ExitCode::kUsage;
   }
   return perform(std::get<Invocation>(parsed), console);

@@ -1,10 +1,13 @@
 #include "app/high_dpi.h"
 #include "app/main_window.h"
 #include "simulator/samples/samples.h"
+#include "walkthrough/guide.h"
 #include "walkthrough/look.h"
 #include "walkthrough/operator.h"
+#include "walkthrough/picture_book.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -133,9 +136,17 @@ void walkThrough(Operator& user, const MainWindow& window, const QDir& files) {
   std::printf("%s\n", user.sawEverything() ? "Everything expected appeared." : "Something expected did not appear.");
 }
 
-bool writeSamples(const QTemporaryDir& folder) {
+bool makeFolder(const QDir& folder) {
+  if (!QDir().mkpath(folder.path())) {
+    std::fprintf(stderr, "%s: cannot be made; name a directory that can be written\n", qPrintable(folder.path()));
+    return false;
+  }
+  return true;
+}
+
+bool writeSamples(const QDir& folder) {
   for (const samples::Sample& sample : samples::all()) {
-    if (!folder.isValid() || !samples::write(sample, folder.path().toStdU16String())) {
+    if (!samples::write(sample, folder.path().toStdU16String())) {
       std::fprintf(stderr, "%s: cannot be written\n", qPrintable(folder.filePath(QLatin1String(sample.name))));
       return false;
     }
@@ -145,27 +156,37 @@ bool writeSamples(const QTemporaryDir& folder) {
 
 }  // namespace
 
-/// Usage: pellavox-walkthrough [--look] DIRECTORY. Operates the real window
-/// through the main job, leaves pictures in DIRECTORY and prints what it saw. Exit
-/// code 0 when everything expected appeared, else 1. With --look it only connects
-/// and reads, and prints what any device shows.
+/// Usage: pellavox-walkthrough [--look|--guide|--check-guide] [--files FOLDER]
+/// DIRECTORY. Operates the real window through the main job, leaves pictures in
+/// DIRECTORY and prints what it saw. Exit code 0 when everything expected appeared,
+/// else 1. With --look it only connects and reads, and prints what any device shows.
+/// With --guide it takes the pictures of the operator's guide in DIRECTORY; with
+/// --check-guide it looks whether those there still show what the window does. The
+/// pictures show the paths of the sample files: --files names a folder for them that
+/// is always the same.
 int main(int argc, char* argv[]) {
   enableHighDpi(argc, argv);
   // Only Qt's own file dialogs can be operated from here.
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   QApplication application(argc, argv);
-  QStringList arguments = QApplication::arguments().mid(1);
-  const bool lookOnly = arguments.removeOne(QStringLiteral("--look"));
-  if (arguments.size() != 1) {
-    std::fprintf(stderr, "usage: pellavox-walkthrough [--look] DIRECTORY\n");
+  QCommandLineParser parser;
+  const QCommandLineOption look(QStringLiteral("look"), QStringLiteral("Only connect and read."));
+  const QCommandLineOption guide(QStringLiteral("guide"), QStringLiteral("Take the guide's pictures."));
+  const QCommandLineOption checkGuide(QStringLiteral("check-guide"), QStringLiteral("Check the guide's pictures."));
+  const QCommandLineOption filesIn(QStringLiteral("files"), QStringLiteral("Keep the sample files in FOLDER."),
+                                   QStringLiteral("FOLDER"));
+  parser.addOptions({look, guide, checkGuide, filesIn});
+  parser.addPositionalArgument(QStringLiteral("DIRECTORY"), QStringLiteral("Where the pictures go."));
+  if (!parser.parse(QApplication::arguments()) || parser.positionalArguments().size() != 1) {
+    std::fprintf(stderr, "usage: pellavox-walkthrough [--look|--guide|--check-guide] [--files FOLDER] DIRECTORY\n");
     return 2;
   }
-  const QDir pictures(arguments[0]);
-  if (!QDir().mkpath(pictures.path())) {
-    std::fprintf(stderr, "%s: cannot be made; name a directory that can be written\n", qPrintable(arguments[0]));
+  const QDir pictures(parser.positionalArguments()[0]);
+  const QTemporaryDir temporary;
+  const QDir files(QDir(parser.isSet(filesIn) ? parser.value(filesIn) : temporary.path()).absolutePath());
+  if (!makeFolder(pictures) || !makeFolder(files)) {
     return 2;
   }
-  const QTemporaryDir files;
   if (!writeSamples(files)) {
     return 1;
   }
@@ -177,10 +198,13 @@ int main(int argc, char* argv[]) {
     return 1;
   }
   Operator user(window, pictures);
-  if (lookOnly) {
+  PictureBook book(pictures, parser.isSet(checkGuide) ? PictureBook::Mode::kCheck : PictureBook::Mode::kTake);
+  if (parser.isSet(guide) || parser.isSet(checkGuide)) {
+    goThroughGuide(user, files, book);
+  } else if (parser.isSet(look)) {
     lookAround(user);
   } else {
-    walkThrough(user, window, QDir(files.path()));
+    walkThrough(user, window, files);
   }
-  return user.sawEverything() ? 0 : 1;
+  return user.sawEverything() && book.isGood() ? 0 : 1;
 }

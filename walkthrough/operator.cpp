@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScreen>
@@ -18,6 +19,7 @@
 #include <QWindow>
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -112,6 +114,18 @@ void Operator::expectMatch(const QString& widget, const QString& pattern) {
   const QRegularExpression expression(QRegularExpression::anchoredPattern(pattern));
   const bool good = QTest::qWaitFor([&] { return expression.match(textOf(widget)).hasMatch(); }, kPatienceMs);
   record(widget, textOf(widget), pattern, good);
+}
+
+void Operator::lookAtMessageBox(std::function<void(QWidget&)> look) {
+  QTimer::singleShot(50, &window_, [this, look = std::move(look)]() mutable {
+    auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    if (box == nullptr) {
+      lookAtMessageBox(std::move(look));
+      return;
+    }
+    look(*box);
+    box->button(QMessageBox::Ok)->click();
+  });
 }
 
 void Operator::waitMilliseconds(int milliseconds) { QTest::qWait(milliseconds); }

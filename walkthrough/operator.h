@@ -4,6 +4,8 @@
 #include <QString>
 #include <QWidget>
 
+#include <functional>
+
 /// Someone at the screen: works the window with mouse and keyboard, looks at
 /// what it shows, takes pictures and keeps the record.
 class Operator {
@@ -32,12 +34,17 @@ class Operator {
   void expectMatch(const QString& widget, const QString& pattern);
   /// Lets time pass that the operator would wait as well.
   void waitMilliseconds(int milliseconds);
+  /// Hands the next message box over, then closes it with its button. To be
+  /// called before what opens the box.
+  void lookAtMessageBox(std::function<void(QWidget&)> look);
   /// Records a check of something else.
   void expect(const QString& what, const QString& seen, const QString& expected);
 
   /// Prints the text of a label or input field, whatever it is.
   void note(const QString& widget) const;
   QString textOf(const QString& widget) const;
+
+  QWidget& window() const { return window_; }
 
   /// Saves the window as it stands on the screen, as "<number>-<name>.png".
   void takePicture(const QString& name);

@@ -2,6 +2,7 @@
 #include "cli/run.h"
 #include "cli/verb.h"
 #include "device/library_name.h"
+#include "recorder/recording.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -78,6 +79,11 @@ void record(Run& run, const Arguments& arguments) {
 }
 
 void replay(Run& run, const Arguments& arguments) {
+  // Here already, for a program that never asks for the device library.
+  const auto recording = recorder::walkRecording(arguments.text("FILE").toStdU16String(), [](auto, auto&&) {});
+  if (!recording) {
+    throw Failure(ExitCode::kRefused, QString::fromStdString(recording.error().text()));
+  }
   const QTemporaryDir folder;
   const QString reportFile = folder.filePath("report");
   QProcessEnvironment environment = environmentWith("replay");

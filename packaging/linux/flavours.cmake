@@ -55,6 +55,8 @@ first. An empty element in it means the current directory.")
   foreach(document IN LISTS documents)
     install(FILES ${CMAKE_SOURCE_DIR}/docs/${document}.md DESTINATION ${document_folder} COMPONENT ${component})
   endforeach()
+  install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/html_${component}/ DESTINATION ${document_folder}/html
+    COMPONENT ${component})
 
   if(component STREQUAL device)
     install(FILES linux/README.Debian DESTINATION ${document_folder} COMPONENT ${component})
