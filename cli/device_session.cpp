@@ -57,24 +57,19 @@ QString lockFile(const Run& run) {
 DeviceHold::DeviceHold(Run& run, std::chrono::steady_clock::time_point deadline) {
   run.stopIfInterrupted();
   loadLibrary(run);
-  lock_ = std::make_unique<QLockFile>(lockFile(run));
-  // A lock is stale when its owner is gone, however old it is.
-  lock_->setStaleLockTime(0);
-  while (!lock_->tryLock(0)) {
-    qint64 process = 0;
-    QString host;
-    QString program;
-    const bool isKnown = lock_->getLockInfo(&process, &host, &program);
-    if (!isKnown && lock_->error() != QLockFile::LockFailedError) {
+  lock_ = std::make_unique<DeviceLock>(lockFile(run));
+  for (auto result = lock_->tryLock(); result != DeviceLock::Result::kLocked; result = lock_->tryLock()) {
+    if (result == DeviceLock::Result::kFailed) {
       throw Failure(ExitCode::kFailed, QStringLiteral("cannot make the lock %1").arg(lockFile(run)));
     }
     if (run.console().now() >= deadline) {
-      Failure failure(ExitCode::kInUse,
-                      QStringLiteral("%1 is in use by %2 (process %3)")
-                          .arg(run.options().model, program.isEmpty() ? QString("another program") : program)
-                          .arg(process));
-      failure.details.set("process", process);
-      failure.details.set("program", program);
+      const DeviceLock::Owner owner = lock_->owner();
+      Failure failure(ExitCode::kInUse, QStringLiteral("%1 is in use by %2 (process %3)")
+                                            .arg(run.options().model,
+                                                 owner.program.isEmpty() ? QString("another program") : owner.program)
+                                            .arg(owner.process));
+      failure.details.set("process", owner.process);
+      failure.details.set("program", owner.program);
       throw failure;
     }
     run.stopIfInterrupted();

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "cli/device_lock.h"
 #include "cli/run.h"
-
-#include <QLockFile>
 
 #include <memory>
 
@@ -21,7 +20,7 @@ class DeviceHold {
   DeviceHold& operator=(const DeviceHold&) = delete;
 
  private:
-  std::unique_ptr<QLockFile> lock_;
+  std::unique_ptr<DeviceLock> lock_;
 };
 
 /// The device, opened for one command: library, lock, port. All of them are

@@ -1,7 +1,5 @@
 #include "cli/value.h"
 
-#include <QDir>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -113,6 +111,22 @@ class ProcessTest : public QObject {
   void aQuestionReadsTheTerminalOnly() {
     const Ended ended = runProgram({"serial", "set", "A"}, "y\n");
     QCOMPARE(ended.code, 10);
+  }
+
+  void aSecondProcessIsToldAboutTheFirstUntilThatIsGone() {
+    QProcess first;
+    first.start(PROGRAM, {"watch", "serial"});
+    QVERIFY(first.waitForReadyRead(30'000));
+    const Ended second = runProgram({"-j", "info"});
+    QCOMPARE(second.code, 8);
+    QString error;
+    const cli::Value document = cli::Value::fromJson(second.out, &error);
+    QCOMPARE(document["details"]["process"], cli::Value(first.processId()));
+    QCOMPARE(document["details"]["program"].text(), QString("pellavox-cli"));
+    // However it goes.
+    first.kill();
+    QVERIFY(first.waitForFinished(30'000));
+    QCOMPARE(runProgram({"info"}).code, 0);
   }
 
   void aDamagedStateFileIsToldOnce() {

@@ -1,6 +1,6 @@
+#include "cli/device_lock.h"
 #include "tests/cli/cli_bench.h"
 
-#include <QLockFile>
 #include <QtTest>
 
 /// What holds for all verbs: options, errors, confirmation, life.
@@ -120,13 +120,13 @@ class ProgramTest : public QObject {
   }
 
   void aSecondInstanceIsToldWhoHoldsTheDevice() {
-    QLockFile lock(bench_.path("pellavox-5C19-6B03.lock"));
-    QVERIFY(lock.lock());
+    auto lock = std::make_unique<cli::DeviceLock>(bench_.path("pellavox-5C19-6B03.lock"));
+    QVERIFY(lock->tryLock() == cli::DeviceLock::Result::kLocked);
     const auto result = bench_.run("info");
     QCOMPARE(result.code, 8);
     QVERIFY(result.err.contains(QByteArray::number(QCoreApplication::applicationPid())));
     QVERIFY(simulator::journal().empty());
-    lock.unlock();
+    lock.reset();
     QCOMPARE(bench_.run("info").code, 0);
   }
 

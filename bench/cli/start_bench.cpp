@@ -1,0 +1,82 @@
+/// @file
+/// How long the command line takes to start: whole processes, in turn with one
+/// that does the least that is needed. Prints medians and their ratios; ends with
+/// 1 when a program fails, never because of a time.
+/// Usage: cli_start_bench [PAIRS]
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+struct Program {
+  QString file;
+  QStringList arguments;
+};
+
+double millisecondsOf(const Program& program) {
+  QProcess process;
+  process.setStandardOutputFile(QProcess::nullDevice());
+  QElapsedTimer timer;
+  timer.start();
+  process.start(program.file, program.arguments);
+  const bool good = process.waitForFinished(60'000) && process.exitCode() == 0;
+  const auto time = static_cast<double>(timer.nsecsElapsed()) / 1e6;
+  if (!good) {
+    std::fprintf(stderr, "%s %s failed\n", qPrintable(program.file), qPrintable(program.arguments.join(' ')));
+    std::exit(1);
+  }
+  return time;
+}
+
+double median(std::vector<double> times) {
+  std::sort(times.begin(), times.end());
+  return times[times.size() / 2];
+}
+
+struct Medians {
+  double whole = 0;  // of our program
+  double least = 0;
+  double pairs = 0;  // of the differences
+};
+
+Medians measure(const Program& ours, const Program& least, int pairs) {
+  millisecondsOf(ours);  // what is read from the disk once
+  millisecondsOf(least);
+  std::vector<double> whole;
+  std::vector<double> other;
+  std::vector<double> differences;
+  for (int i = 0; i < pairs; ++i) {
+    // Each goes first as often as the other.
+    const double first = millisecondsOf(i % 2 == 0 ? ours : least);
+    const double second = millisecondsOf(i % 2 == 0 ? least : ours);
+    whole.push_back(i % 2 == 0 ? first : second);
+    other.push_back(i % 2 == 0 ? second : first);
+    differences.push_back(whole.back() - other.back());
+  }
+  return {median(whole), median(other), median(differences)};
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  const int pairs = std::max(1, argc > 1 ? std::atoi(argv[1]) : 25);
+  const QDir folder(QCoreApplication::applicationDirPath());
+  const Program version{folder.filePath("pellavox-cli"), {"--version"}};
+  const Program info{folder.filePath("pellavox-cli"), {"info"}};
+  const Medians start = measure(version, {folder.filePath("qt_core_start"), {}}, pairs);
+  std::printf("pellavox-cli --version: %.2f ms, a program that loads Qt Core: %.2f ms, ratio %.2f (at most 3)\n",
+              start.whole, start.least, start.whole / start.least);
+  const Medians work = measure(info, {folder.filePath("info_calls"), {}}, pairs);
+  std::printf("pellavox-cli info: %.2f ms, its library calls alone: %.2f ms, ratio %.2f, %.2f ms more (at most 5)\n",
+              work.whole, work.least, work.whole / work.least, work.pairs);
+  std::printf("Medians of %d pairs of whole processes, taken in turn.\n", pairs);
+  return 0;
+}
