@@ -44,6 +44,7 @@ constexpr unsigned kFirstMeasure = 1000;
 constexpr unsigned kOperationsPerDevice = 250;
 constexpr int kMostWorkers = 4;
 constexpr long kMaxGrowthKiB = 1024;
+constexpr int kThreadPatienceMs = 10'000;
 // Sanitizers use memory themselves and keep freed memory for a while.
 #if defined(PELLAVOX_SANITIZED)
 constexpr bool kMemoryCounts = false;
@@ -153,10 +154,19 @@ class Soak : private WindowFixture {
 #endif
     measure.residentKiB = residentKiB();
     measure.files = entriesOf("/proc/self/fd");
-    measure.threads = entriesOf("/proc/self/task");
+    measure.threads = remainingThreads();
     measure.windows = QApplication::topLevelWidgets().size();
     measure.objects = window().findChildren<QObject*>().size() + QApplication::allWidgets().size();
     return measure;
+  }
+
+  // A worker has ended before the system has taken its thread away.
+  long remainingThreads() {
+    const long least = fewestThreads_;
+    static_cast<void>(QTest::qWaitFor([&] { return entriesOf("/proc/self/task") <= least; }, kThreadPatienceMs));
+    const long threads = entriesOf("/proc/self/task");
+    fewestThreads_ = std::min(least, threads);
+    return threads;
   }
 
   /// Whether a mouse click on a visible button shows the device's value within one turn
@@ -408,6 +418,7 @@ class Soak : private WindowFixture {
   QSet<QString> used_;
   unsigned operations_ = 0;
   unsigned endedWorkers_ = 0;
+  long fewestThreads_ = std::numeric_limits<long>::max();
   bool isStuck_ = false;
 };
 
