@@ -5,6 +5,8 @@
 
 #include <QDebug>
 
+#include <tuple>
+
 void MainWindow::slot_Read_AudioInfo() {
   const auto format = audio::readFormat();
   if (!format) {
@@ -50,7 +52,7 @@ void MainWindow::slot_Read_AudioInfo() {
   ui->HS_HPOUT_GAIN->setValue(*headphoneGain);
 }
 
-void MainWindow::slot_setHDMIRX_Gain(int gain) { audio::setReceiverGain(gain); }
+void MainWindow::slot_setHDMIRX_Gain(int gain) { std::ignore = audio::setReceiverGain(gain); }
 
 void MainWindow::slot_setHPOut_Gain(int gain) {
   if (hpOutGainSyncing) {
@@ -68,5 +70,5 @@ void MainWindow::slot_CheckBoxStateChanged(int state) {
   if (!uiReady) {
     return;
   }
-  audio::setHeadphoneMute(state == Qt::Checked);
+  std::ignore = audio::setHeadphoneMute(state == Qt::Checked);
 }

@@ -7,6 +7,8 @@
 
 #include <QDir>
 
+#include <tuple>
+
 namespace cli {
 namespace {
 
@@ -89,8 +91,8 @@ DeviceSession::DeviceSession(Run& run)
 
 DeviceSession::~DeviceSession() {
   if (isOpen_) {
-    session::closeSession();
-    session::releaseLibrary();
+    std::ignore = session::closeSession();
+    std::ignore = session::releaseLibrary();
   }
 }
 
@@ -110,8 +112,8 @@ void DeviceSession::open() {
 }
 
 void DeviceSession::reopen(std::chrono::milliseconds within) {
-  session::closeSession();
-  session::releaseLibrary();
+  std::ignore = session::closeSession();
+  std::ignore = session::releaseLibrary();
   isOpen_ = false;
   deadline_ = run_.console().now() + within;
   open();

@@ -6,6 +6,7 @@
 #include <windows.h>
 #else
 #include <csignal>
+#include <initializer_list>
 #endif
 
 namespace cli::interruption {

@@ -4,6 +4,8 @@
 #include "ui_main_window.h"
 #include "video/video_calls.h"
 
+#include <tuple>
+
 namespace {
 
 std::uint8_t pin(const Ui_MainWindow& ui) { return static_cast<std::uint8_t>(ui.CB_GPIO_INDEX->currentIndex()); }
@@ -37,8 +39,8 @@ void MainWindow::slotGPIO_Write() {
 
 void MainWindow::slotTx_HDCP_Ctrl() {
   if (sender() == ui->RB_TX_HDCP_ON) {
-    video::setTransmitterHdcp(true);
+    std::ignore = video::setTransmitterHdcp(true);
   } else if (sender() == ui->RB_TX_HDCP_OFF) {
-    video::setTransmitterHdcp(false);
+    std::ignore = video::setTransmitterHdcp(false);
   }
 }

@@ -6,6 +6,8 @@
 #include "session/identity_calls.h"
 #include "ui_main_window.h"
 
+#include <tuple>
+
 namespace {
 
 QString doneText(session::OpenStep step) {
@@ -56,7 +58,7 @@ void MainWindow::slotUSB_Connect() {
   selectedVid = ids->vid;
   selectedPid = ids->pid;
   if (isConnected) {
-    session::closeSession();
+    std::ignore = session::closeSession();
     isConnected = false;
   }
 

@@ -4,6 +4,7 @@
 #include "session/identity_calls.h"
 
 #include <array>
+#include <tuple>
 
 namespace station {
 namespace {
@@ -21,8 +22,8 @@ constexpr int kSilentLooks = 3;
 
 void DeviceLink::close() {
   if (isOpen_) {
-    session::closeSession();
-    session::releaseLibrary();
+    std::ignore = session::closeSession();
+    std::ignore = session::releaseLibrary();
     isOpen_ = false;
   }
 }

@@ -2,15 +2,17 @@
 #include "ui_main_window.h"
 #include "video/video_calls.h"
 
+#include <tuple>
+
 void MainWindow::slot_switchInputSrc() {
-  video::setInputSource(sender() == ui->RB_Src_DP ? video::InputSource::kDp : video::InputSource::kHdmi);
+  std::ignore = video::setInputSource(sender() == ui->RB_Src_DP ? video::InputSource::kDp : video::InputSource::kHdmi);
 }
 
 void MainWindow::slot_Set_RxHPD() {
   if (sender() == ui->BN_RX_HPD_ON) {
-    video::setReceiverHotPlug(true);
+    std::ignore = video::setReceiverHotPlug(true);
   } else if (sender() == ui->BN_RX_HPD_OFF) {
-    video::setReceiverHotPlug(false);
+    std::ignore = video::setReceiverHotPlug(false);
   }
 }
 
