@@ -170,6 +170,11 @@ std::vector<std::string> expectedStructure(std::span<const Migration> steps) {
   return structureOf(database);
 }
 
+const std::vector<std::string>& presentStructure() {
+  static const std::vector<std::string> structure = expectedStructure(migrations());
+  return structure;
+}
+
 OpenedLedger openLedger(const QString& path, LedgerAccess access, std::span<const Migration> steps) {
   const int present = kFirstLedgerFormat + static_cast<int>(steps.size());
   const bool isNew = access == LedgerAccess::kWrite && !QFileInfo::exists(path) && createFile(path, steps);

@@ -147,6 +147,8 @@ WHEN NEW.only <> 1 OR NEW.seq <> OLD.seq + 1
 BEGIN SELECT RAISE(ABORT, 'the chain only grows'); END;
 CREATE TRIGGER head_stays BEFORE DELETE ON head
 BEGIN SELECT RAISE(ABORT, 'the chain only grows'); END;
+CREATE TRIGGER head_is_one BEFORE INSERT ON head
+BEGIN SELECT RAISE(ABORT, 'the chain only grows'); END;
 )sql";
 
 std::string replaced(std::string text, std::string_view table) {

@@ -23,6 +23,14 @@ class StationBench {
     return file.fileName();
   }
 
+  /// Writes keys "key 1", "key 2", ... to files that sort in that order.
+  void makeKeys(int count) const {
+    QDir(path("")).mkpath("keys");
+    for (int i = 1; i <= count; ++i) {
+      write(QStringLiteral("keys/key%1").arg(i, 4, 10, QChar(48)), QStringLiteral("key %1").arg(i).toUtf8());
+    }
+  }
+
   static QByteArray jobWith(const QByteArray& serial) {
     return R"({"format": "pellavox station job 1", "model": "KVR-7", "serial": )" + serial +
            R"(, "keys": "keys", "steps": [{"do": "key"}, {"do": "serial"}]})";
