@@ -18,6 +18,7 @@
 #include <shellapi.h>
 #else
 #include <csignal>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #endif
 
@@ -26,8 +27,24 @@ namespace {
 
 #ifdef _WIN32
 bool isTerminal(FILE* file) { return _isatty(_fileno(file)) != 0; }
+
+std::optional<int> terminalColumns() {
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info)) {
+    return std::nullopt;
+  }
+  return info.srWindow.Right - info.srWindow.Left + 1;
+}
 #else
 bool isTerminal(FILE* file) { return isatty(fileno(file)) != 0; }
+
+std::optional<int> terminalColumns() {
+  winsize size{};
+  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    return std::nullopt;
+  }
+  return size.ws_col;
+}
 #endif
 
 bool writeWhole(FILE* file, const QByteArray& bytes) {
@@ -70,6 +87,7 @@ Console processConsole() {
   console.readAll = wholeInput;
   console.showsErrorsAtTerminal = isTerminal(stderr);
   console.asksAtTerminal = console.showsErrorsAtTerminal && isTerminal(stdin);
+  console.columns = terminalColumns().value_or(console.columns);
   console.usesColour = qEnvironmentVariableIsEmpty("NO_COLOR");
   console.pause = [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); };
   console.now = [] { return std::chrono::steady_clock::now(); };

@@ -19,6 +19,7 @@ struct Console {
   std::function<std::optional<QString>()> readLine;
   /// All of standard input.
   std::function<QByteArray()> readAll;
+  int columns = 80;             ///< of the terminal that standard error is
   bool asksAtTerminal = false;  ///< input and standard error are a terminal
   bool showsErrorsAtTerminal = false;
   bool usesColour = false;  ///< NO_COLOR is not set

@@ -24,6 +24,18 @@ ProgressMode modeFor(const Run& run) {
 
 }  // namespace
 
+// A line that a narrow terminal breaks cannot be redrawn.
+QByteArray Progress::bar(int percent) const {
+  constexpr int kShortest = 5;
+  const int others = static_cast<int>(what_.size()) + 10;  // " [] 100 %", and the cursor
+  const int letters = std::min(kBarLetters, run_.console().columns - others);
+  if (letters < kShortest) {
+    return {};
+  }
+  const int filled = percent * letters / 100;
+  return " [" + QByteArray(filled, '#') + QByteArray(letters - filled, '.') + ']';
+}
+
 Progress::Progress(const Run& run, QString what)
     : run_(run), what_(std::move(what)), mode_(modeFor(run)), shownAt_(run.console().now()) {}
 
@@ -33,6 +45,14 @@ Progress::~Progress() {
   }
 }
 
+void Progress::hint(Run& run, const QString& text) {
+  if (mode_ == ProgressMode::kBar && shown_ >= 0) {
+    write("\n");
+    shown_ = -1;  // the next one draws a new bar
+  }
+  run.hint(text);
+}
+
 void Progress::show(int percent) {
   percent = std::clamp(percent, 0, 100);
   if (mode_ == ProgressMode::kNone || percent == shown_) {
@@ -40,9 +60,7 @@ void Progress::show(int percent) {
   }
   const auto now = run_.console().now();
   if (mode_ == ProgressMode::kBar) {
-    const int filled = percent * kBarLetters / 100;
-    write('\r' + what_.toUtf8() + " [" + QByteArray(filled, '#') + QByteArray(kBarLetters - filled, '.') + "] " +
-          QByteArray::number(percent) + " %");
+    write('\r' + what_.toUtf8() + bar(percent) + QByteArray::number(percent).rightJustified(4) + " %");
   } else if (mode_ == ProgressMode::kJson) {
     Value line;
     line.set("progress", percent);

@@ -17,8 +17,11 @@ class Progress {
 
   /// @param percent 0 to 100; anything else is cut to that
   void show(int percent);
+  /// Tells something else meanwhile, on a line of its own.
+  void hint(Run& run, const QString& text);
 
  private:
+  QByteArray bar(int percent) const;
   void write(const QByteArray& bytes) const { run_.console().err(bytes); }
 
   const Run& run_;

@@ -59,7 +59,8 @@ void showBurn(float percent) {
   burnUnderWay.progress->show(firmware::wholePercent(percent));
   if (interruption::isRequested() && !burnUnderWay.hasTold) {
     burnUnderWay.hasTold = true;
-    burnUnderWay.run->hint("a burn cannot be stopped: it would leave the device without firmware; please wait");
+    burnUnderWay.progress->hint(*burnUnderWay.run,
+                                "a burn cannot be stopped: it would leave the device without firmware; please wait");
   }
 }
 

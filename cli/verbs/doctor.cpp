@@ -32,8 +32,10 @@ Document examineLibrary(Run& run) {
   Document document("doctor");
   document.add("file", "File", QFileInfo(path).fileName());
   document.add("folder", "Folder", QFileInfo(path).absolutePath());
-  document.add("exists", "Exists", QFileInfo::exists(path));
-  document.add("readable", "Readable", QFileInfo(path).isReadable());
+  const auto yesOrNo = [](bool is) { return QString(is ? "yes" : "no"); };
+  const QFileInfo file(path);
+  document.add("exists", "Exists", file.exists(), yesOrNo(file.exists()));
+  document.add("readable", "Readable", file.isReadable(), yesOrNo(file.isReadable()));
   document.add("sha256", "SHA-256", libraryHash(path));
   return document;
 }

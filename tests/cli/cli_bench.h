@@ -40,6 +40,7 @@ class CliBench {
     answers.clear();
     input.clear();
     isTerminal = false;
+    columns = 80;
     onPause = {};
     onHint = {};
   }
@@ -70,6 +71,7 @@ class CliBench {
     console.readAll = [this] { return input; };
     console.asksAtTerminal = isTerminal;
     console.showsErrorsAtTerminal = isTerminal;
+    console.columns = columns;
     console.pause = [this](std::chrono::milliseconds time) {
       simulator::advanceTime(time);
       if (onPause) {
@@ -102,6 +104,7 @@ class CliBench {
   QStringList answers;  ///< typed at the terminal
   QByteArray input;     ///< on standard input
   bool isTerminal = false;
+  int columns = 80;               ///< of the terminal
   std::function<void()> onPause;  ///< called whenever the program waits
   std::function<void()> onHint;   ///< called for each text on standard error
 

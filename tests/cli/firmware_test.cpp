@@ -151,6 +151,33 @@ class FirmwareVerbsTest : public QObject {
     QCOMPARE(result.err.count("cannot be stopped"), 1);
   }
 
+  void aHintDoesNotRunIntoTheBar() {
+    bench_.isTerminal = true;
+    bench_.onHint = [] { cli::interruption::request(); };
+    const QString image = bench_.write("large.img", "KVR-7 V1.04.00" + QByteArray(200'000, '\x01'));
+    const auto result = bench_.run(QStringList{"-y", "capture", "burn", image});
+    QVERIFY2(result.err.contains(" %\na burn cannot be stopped"), result.err.constData());
+    QVERIFY2(result.err.contains("please wait\n\rBurning ["), result.err.constData());
+  }
+
+  void theBarFitsIntoANarrowTerminal_data() {
+    QTest::addColumn<int>("columns");
+    for (const int columns : {200, 48, 40, 24, 16}) {
+      QTest::addRow("%d columns", columns) << columns;
+    }
+  }
+  void theBarFitsIntoANarrowTerminal() {
+    QFETCH(int, columns);
+    bench_.isTerminal = true;
+    bench_.columns = columns;
+    const auto result = bench_.run(QStringList{"-y", "capture", "burn", capture_});
+    QCOMPARE(result.code, 0);
+    for (const QByteArray& line : result.err.split('\r')) {
+      QVERIFY2(line.trimmed().size() < columns, line.constData());
+    }
+    QVERIFY(result.err.contains("100 %\n"));
+  }
+
   void progressIsWhatWasAskedFor_data() {
     QTest::addColumn<QString>("option");
     QTest::addColumn<bool>("terminal");

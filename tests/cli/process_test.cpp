@@ -1,6 +1,6 @@
 #include "cli/value.h"
+#include "tests/cli/cli_process.h"
 
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -8,30 +8,6 @@
 #ifndef _WIN32
 #include <csignal>
 #endif
-
-namespace {
-
-struct Ended {
-  int code = -1;
-  QByteArray out;
-  QByteArray err;
-};
-
-Ended runProgram(const QStringList& arguments, const QByteArray& input = {}) {
-  QProcess process;
-  process.start(PROGRAM, arguments);
-  process.write(input);
-  process.closeWriteChannel();
-  Ended ended;
-  if (process.waitForFinished(30'000) && process.exitStatus() == QProcess::NormalExit) {
-    ended.code = process.exitCode();
-  }
-  ended.out = process.readAllStandardOutput();
-  ended.err = process.readAllStandardError();
-  return ended;
-}
-
-}  // namespace
 
 /// The program as users start it: a process, with the simulated device beside it.
 class ProcessTest : public QObject {
@@ -92,7 +68,7 @@ class ProcessTest : public QObject {
     QFETCH(int, code);
     QFETCH(QString, out);
     QFETCH(QString, err);
-    const Ended ended = runProgram(line.split(' '));
+    const EndedProcess ended = runProgram(line.split(' '));
     QVERIFY2(ended.code == code, (QByteArray::number(ended.code) + ' ' + ended.out + ended.err).constData());
     QVERIFY2(QRegularExpression(out).match(ended.out).hasMatch(), ended.out.constData());
     QVERIFY2(QRegularExpression(err).match(ended.err).hasMatch(), ended.err.constData());
@@ -103,13 +79,13 @@ class ProcessTest : public QObject {
     const QString path = folder.filePath(QString::fromUtf8("Gerät \xe6\xb5\x8b.json"));
     QCOMPARE(runProgram({"snapshot", path}).code, 0);
     QVERIFY(QFile::exists(path));
-    const Ended same = runProgram({"diff", path});
+    const EndedProcess same = runProgram({"diff", path});
     QCOMPARE(same.code, 0);
     QCOMPARE(same.out, QByteArray("no difference\n"));
   }
 
   void aQuestionReadsTheTerminalOnly() {
-    const Ended ended = runProgram({"serial", "set", "A"}, "y\n");
+    const EndedProcess ended = runProgram({"serial", "set", "A"}, "y\n");
     QCOMPARE(ended.code, 10);
   }
 
@@ -117,7 +93,7 @@ class ProcessTest : public QObject {
     QProcess first;
     first.start(PROGRAM, {"watch", "serial"});
     QVERIFY(first.waitForReadyRead(30'000));
-    const Ended second = runProgram({"-j", "info"});
+    const EndedProcess second = runProgram({"-j", "info"});
     QCOMPARE(second.code, 8);
     QString error;
     const cli::Value document = cli::Value::fromJson(second.out, &error);
@@ -136,7 +112,7 @@ class ProcessTest : public QObject {
     state.write("no state file");
     state.close();
     qputenv("RTICE_SIMULATOR_STATE", state.fileName().toLocal8Bit());
-    const Ended ended = runProgram({"--wait=0.5", "info"});
+    const EndedProcess ended = runProgram({"--wait=0.5", "info"});
     qunsetenv("RTICE_SIMULATOR_STATE");
     QCOMPARE(ended.code, 3);
     QVERIFY2(ended.err.count("is no state file") == 1, ended.err.constData());
