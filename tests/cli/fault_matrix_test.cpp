@@ -5,6 +5,7 @@
 #include <QtTest>
 
 #include <map>
+#include <set>
 
 namespace {
 
@@ -187,6 +188,20 @@ class FaultMatrixTest : public QObject {
   void initTestCase() {
     QCOMPARE(bench_.run(QStringList{"edid", "read", "--slot", "3", "-o", table_}).code, 0);
     QCOMPARE(bench_.run(QStringList{"snapshot", snapshot_}).code, 0);
+  }
+
+  void everyOperationIsReachedByAVerb() {
+    std::set<std::string, std::less<>> reached;
+    for (const Line& line : kLines) {
+      renew(line);
+      QVERIFY2(start(line).code == 0, line.words);
+      for (const simulator::JournalEntry& entry : simulator::journal()) {
+        reached.insert(entry.operation);
+      }
+    }
+    for (const device::OperationDescription& operation : device::kOperations) {
+      QVERIFY2(reached.contains(operation.name), operation.name.data());
+    }
   }
 
   void everyFaultEndsAsDocumented_data() {
