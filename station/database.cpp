@@ -136,14 +136,14 @@ Database::Database(const QString& path, Access access) {
 
 void Database::Close::operator()(sqlite3* handle) const { sqlite3_close_v2(handle); }
 
-void Database::run(const std::string& sql) {
+void Database::run(const std::string& sql) const {
   const int code = sqlite3_exec(handle_.get(), sql.c_str(), nullptr, nullptr, nullptr);
   if (code != SQLITE_OK) {
     fail(handle_.get(), code);
   }
 }
 
-void Database::run(const std::string& sql, const std::vector<SqlValue>& values) {
+void Database::run(const std::string& sql, const std::vector<SqlValue>& values) const {
   Statement statement = prepare(sql);
   statement.with(values);
   while (statement.next()) {

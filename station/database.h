@@ -74,9 +74,9 @@ class Database {
   Database(const QString& path, Access access);
 
   /// Runs statements that give no rows.
-  void run(const std::string& sql);
+  void run(const std::string& sql) const;
   /// Runs one statement with values to its end.
-  void run(const std::string& sql, const std::vector<SqlValue>& values);
+  void run(const std::string& sql, const std::vector<SqlValue>& values) const;
   Statement prepare(const std::string& sql) const { return {handle_.get(), sql}; }
   /// The first column of the first row, or 0.
   std::int64_t number(const std::string& sql, const std::vector<SqlValue>& values = {}) const;

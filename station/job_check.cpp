@@ -48,8 +48,8 @@ class Checker {
     if (job_.capture) {
       checkCapture(*job_.capture);
     }
-    for (std::size_t i = 0; i < job_.edid.tables.size(); ++i) {
-      checkTable(job_.edid.tables[i]);
+    for (const EdidTable& table : job_.edid.tables) {
+      checkTable(table);
     }
     if (!job_.keyFolder.isEmpty()) {
       checkKeys();

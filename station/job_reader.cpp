@@ -35,7 +35,7 @@ QString explanationOf(const std::string& what) {
 /// Reads one job file; collects what is wrong with it.
 class JobReader {
  public:
-  JobReader(const QByteArray& bytes, const QString& path) : bytes_(bytes), path_(path) {}
+  JobReader(QByteArray bytes, QString path) : bytes_(std::move(bytes)), path_(std::move(path)) {}
 
   tl::expected<Job, Mistakes> read();
 

@@ -205,7 +205,7 @@ LedgerResult<Ledger> Ledger::open(const QString& path, LedgerAccess access, Cloc
     clock = [] { return QDateTime::currentDateTimeUtc(); };
   }
   return guarded(absolute, {}, [&] {
-    return Ledger(std::unique_ptr<State>(new State{absolute, openLedger(absolute, access), std::move(clock)}));
+    return Ledger(std::make_unique<State>(State{absolute, openLedger(absolute, access), std::move(clock)}));
   });
 }
 

@@ -124,6 +124,8 @@ class Ledger {
   /// @param clock for the times recorded; the system's unless given
   static LedgerResult<Ledger> open(const QString& path, LedgerAccess access, Clock clock = {});
 
+  Ledger(const Ledger&) = delete;
+  Ledger& operator=(const Ledger&) = delete;
   Ledger(Ledger&&) noexcept;
   Ledger& operator=(Ledger&&) noexcept;
   ~Ledger();
