@@ -1,6 +1,7 @@
 #include "station/unit_run.h"
 
 #include "station/unit_compare.h"
+#include "station/unit_texts.h"
 
 #include <algorithm>
 #include <utility>
@@ -11,40 +12,7 @@ namespace {
 using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 
-QString sentenceFor(UnitResult result, const QString& serial) {
-  switch (result) {
-    case UnitResult::kPass:
-      return QStringLiteral("Put the label %1 on the unit and unplug it.").arg(serial);
-    case UnitResult::kFail:
-      return QStringLiteral("Unplug the unit, mark it %1 and put it with those to be repaired.").arg(serial);
-    case UnitResult::kError:
-      return QStringLiteral("Unplug what is plugged in, put the unit of %1 aside and call the line's lead.")
-          .arg(serial);
-    case UnitResult::kTimeout:
-      return QStringLiteral("Check plug and cable, then run the unit of %1 once more.").arg(serial);
-    case UnitResult::kAborted:
-      return QStringLiteral("The unit of %1 is not finished: run it once more.").arg(serial);
-  }
-  return {};
-}
-
-QString secondsText(milliseconds time) {
-  return QStringLiteral("%1 s").arg(static_cast<double>(time.count()) / 1000, 0, 'f', 1);
-}
-
-QString stepLine(const QString& serial, const StepRecord& step) {
-  QString line = QStringLiteral("%1  %2: %3").arg(serial, step.name, nameOf(step.outcome));
-  if (!step.evidence.isEmpty()) {
-    line += QStringLiteral(" (%1)").arg(step.evidence);
-  }
-  if (!step.reason.isEmpty()) {
-    line += QStringLiteral(", %1").arg(step.reason);
-  }
-  if (step.tries > 1) {
-    line += QStringLiteral(", %1 tries").arg(step.tries);
-  }
-  return line + QStringLiteral(", %1").arg(secondsText(step.duration));
-}
+constexpr int kRestartTries = 2;
 
 bool wasDone(const OpenAttempt& interrupted, Step step) {
   return std::any_of(interrupted.steps.begin(), interrupted.steps.end(), [step](const StepRecord& record) {
@@ -151,6 +119,7 @@ void UnitRun::begin(const Identity& identity, AttemptStart start) {
   begun_ = tools_.outside.now();
   const auto admitted = admit(tools_.job, tools_.ledger, identity, start);
   if (!admitted) {
+    serial_ = start.serial.isEmpty() ? identity.serialNumber : start.serial;
     if (admitted.error().ledgerError) {
       ledgerError_ = admitted.error().ledgerError;
     }
@@ -320,15 +289,19 @@ void UnitRun::loseKey(const QString& reason) {
 void UnitRun::restartUnit() {
   stopIfRequested();
   const auto start = tools_.outside.now();
-  watch_.lookAgain(QStringLiteral("the restart"), isKeyBurnt_ || key_);
   StepRecord made;
   made.name = QStringLiteral("restart");
-  const StepReport report = restart();
+  StepReport report;
+  for (made.tries = 0; made.tries < kRestartTries && report.ending != StepEnding::kDone; ++made.tries) {
+    watch_.lookAgain(QStringLiteral("the restart"), isKeyBurnt_ || key_);
+    report = restart();
+  }
   if (report.ending != StepEnding::kDone) {
     made.outcome = StepOutcome::kFailed;
     made.reason = report.problem;
     made.duration = since(start);
     record(made);
+    watch_.lookAgain(QStringLiteral("going on after the restart"), false);
     throw RunEnded{UnitResult::kFail, report.problem};
   }
   watch_.waitForReturn();

@@ -147,7 +147,7 @@ bool makeFolder(const QDir& folder) {
 bool writeSamples(const QDir& folder) {
   for (const samples::Sample& sample : samples::all()) {
     if (!samples::write(sample, folder.path().toStdU16String())) {
-      std::fprintf(stderr, "%s: cannot be written\n", qPrintable(folder.filePath(QLatin1String(sample.name))));
+      std::fprintf(stderr, "%s: cannot be written\n", qPrintable(folder.filePath(QString::fromStdString(sample.name))));
       return false;
     }
   }

@@ -5,7 +5,7 @@
 #include "cli/version.h"
 #include "device/hex.h"
 #include "session/device_types.h"
-#include "station/job_reader.h"
+#include "station/job_check.h"
 #include "station/shift.h"
 
 #include <QCryptographicHash>
@@ -21,16 +21,27 @@ constexpr int kMostUnits = 1'000'000;
 // Set by the verb record: then each attempt is in a recording.
 constexpr const char* kRecordingVariable = "PELLAVOX_RECORDING";
 
+QString linesOf(const station::Mistakes& mistakes) {
+  QStringList lines;
+  for (const station::Mistake& mistake : mistakes) {
+    lines << mistake.line();
+  }
+  return lines.join("; ");
+}
+
 station::Job jobArgument(const QString& path) {
   auto job = station::readJob(path);
   if (!job) {
-    QStringList lines;
-    for (const station::Mistake& mistake : job.error()) {
-      lines << mistake.line();
-    }
-    throw Failure(ExitCode::kRefused, lines.join("; "));
+    throw Failure(ExitCode::kRefused, linesOf(job.error()));
   }
-  return std::move(*job);
+  return *std::move(job);
+}
+
+/// What was used already is no matter here: a unit that was begun may need nothing more.
+void requireFiles(const station::Job& job) {
+  if (const station::JobCheck check = station::checkJob(job, nullptr); !check.mistakes.empty()) {
+    throw Failure(ExitCode::kRefused, linesOf(check.mistakes));
+  }
 }
 
 QString libraryText(const Run& run) {
@@ -93,6 +104,7 @@ void runStation(Run& run, const Arguments& arguments) {
     throw Failure(ExitCode::kUsage, "station run has no dry run; station check tells what a job lacks");
   }
   const station::Job job = jobArgument(arguments.text("JOB"));
+  requireFiles(job);
   const auto files = station::readUnitFiles(job);
   if (!files) {
     throw Failure(ExitCode::kRefused, files.error());
@@ -120,7 +132,9 @@ void runStation(Run& run, const Arguments& arguments) {
     display.say(QStringLiteral("The shift ends: %1.").arg(end.problem));
   }
   run.finish(shiftDocument(end, ledger));
-  if (!end.problem.isEmpty() || end.passed() != static_cast<int>(end.units.size())) {
+  if (!end.units.empty() && end.units.back().ledgerError) {
+    run.setExitCode(ledgerFailure(*end.units.back().ledgerError).code);
+  } else if (!end.problem.isEmpty() || end.passed() != static_cast<int>(end.units.size())) {
     run.setExitCode(ExitCode::kFailed);
   } else if (end.units.empty() && interruption::isRequested()) {
     run.setExitCode(ExitCode::kInterrupted);

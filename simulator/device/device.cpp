@@ -10,6 +10,12 @@ namespace simulator {
 
 namespace {
 
+constexpr double kMaxMilliseconds = 1e9;
+
+std::chrono::nanoseconds fromMilliseconds(double milliseconds) {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(milliseconds));
+}
+
 void programText(Eeprom& eeprom, std::size_t address, std::string_view text) {
   eeprom.program(address, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
@@ -35,9 +41,11 @@ void Device::configure(const Section& scenario) {
   provisioning.configure(scenario);
   flash.configure(scenario);
   faults.configure(scenario);
-  if (const auto milliseconds = scenario.number("unplugAfterMs", 0, 1e9)) {
-    unplugAt_ =
-        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(*milliseconds));
+  if (const auto milliseconds = scenario.number("unplugAfterMs", 0, kMaxMilliseconds)) {
+    unplugAt_ = fromMilliseconds(*milliseconds);
+  }
+  if (const auto milliseconds = scenario.number("unplugAfterIdleMs", 1, kMaxMilliseconds)) {
+    unplugAfterIdle_ = fromMilliseconds(*milliseconds);
   }
 }
 
@@ -54,6 +62,9 @@ void Device::plugWhenDue() {
     unplugAt_.reset();
     unplug();
   }
+  if (unplugAfterIdle_ && clock.now() >= workedOnAt_ + *unplugAfterIdle_) {
+    unplug();
+  }
   if (replugAt_ && clock.now() >= *replugAt_) {
     replug();
   }
@@ -63,6 +74,7 @@ void Device::postpone(std::chrono::nanoseconds by) {
   if (unplugAt_) {
     *unplugAt_ += by;
   }
+  workedOnAt_ += by;
 }
 
 void Device::unplugIfRequested() {

@@ -41,7 +41,7 @@ class Device {
 
   /// Takes from a scenario what each part knows of it.
   /// @throws ScenarioError
-  static constexpr std::array<std::string_view, 1> kKeys{"unplugAfterMs"};
+  static constexpr std::array<std::string_view, 2> kKeys{"unplugAfterMs", "unplugAfterIdleMs"};
   void configure(const Section& scenario);
 
   /// Whether the device is on the USB bus now.
@@ -55,6 +55,8 @@ class Device {
   void plugWhenDue();
   /// Moves a scenario's times to a clock that has gone on since.
   void postpone(std::chrono::nanoseconds by);
+  /// Notes that somebody is at work on the device, whose plug stays where it is.
+  void noteWork() { workedOnAt_ = clock.now(); }
   /// Does what a fault inside the device has asked for.
   void unplugIfRequested();
   /// Restarts the device, which leaves the bus for kRestartTime.
@@ -103,6 +105,8 @@ class Device {
   bool plugged_ = true;
   std::optional<std::chrono::nanoseconds> unplugAt_;
   std::optional<std::chrono::nanoseconds> replugAt_;
+  std::optional<std::chrono::nanoseconds> unplugAfterIdle_;
+  std::chrono::nanoseconds workedOnAt_{};
   std::chrono::nanoseconds awayUntil_{};
   std::chrono::nanoseconds spent_{};
 };

@@ -175,6 +175,10 @@ Library::CallInProgress Library::enter(Call call, Needs needs) {
   entered.start = device_->clock.now();
   entered.number = calls_++;
   device_->finishWork();
+  if (const auto* operation = device::findOperation(call.operation);
+      operation && operation->kind == device::Kind::kChange) {
+    device_->noteWork();
+  }
   // Both are counted, whichever fault the call then has.
   const Fault* const anyFault = device_->faults.next(FaultPoint::kCall);
   const Fault* const ownFault = device_->faults.next(FaultPoint::kOperation, call.operation);
@@ -290,6 +294,7 @@ std::int32_t Library::LongCall::step(const std::function<std::int32_t(Device&)>&
     return *refused;
   }
   const std::int32_t status = device_->transfers.begin(number_) ? step(*device_) : kNoAnswer;
+  device_->noteWork();
   device_->unplugIfRequested();
   library_.remember();
   return status;

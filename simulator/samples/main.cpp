@@ -6,16 +6,17 @@
 
 namespace {
 
-int makeSamples(const char* name) {
+int makeSamples(const char* name, const std::vector<samples::Sample>& files) {
   const std::filesystem::path directory(name);
   std::error_code error;  // shows when the first file is written
   std::filesystem::create_directories(directory, error);
-  for (const samples::Sample& sample : samples::all()) {
+  for (const samples::Sample& sample : files) {
     if (!samples::write(sample, directory)) {
-      std::fprintf(stderr, "%s: %s cannot be written there; name a directory that can be written\n", name, sample.name);
+      std::fprintf(stderr, "%s: %s cannot be written there; name a directory that can be written\n", name,
+                   sample.name.c_str());
       return 1;
     }
-    std::printf("%-20s %s\n", sample.name, sample.use);
+    std::printf("%-20s %s\n", sample.name.c_str(), sample.use);
   }
   return 0;
 }
@@ -26,15 +27,20 @@ int makeSamples(const char* name) {
 /// wrong arguments.
 int main(int argc, char* argv[]) {
   constexpr char kUsage[] = "usage: pellavox-samples DIRECTORY";
+  if (argc == 3 && std::string_view(argv[1]) == "--station") {
+    return makeSamples(argv[2], samples::station());
+  }
   const std::string_view argument = argc == 2 ? argv[1] : "";
   if (argument == "--help" || argument == "-h") {
     std::printf(
-        "%s\n\n"
-        "Writes files to try the firmware, key and EDID buttons with into DIRECTORY.\n"
+        "%s\n"
+        "       pellavox-samples --station DIRECTORY\n\n"
+        "Writes files to try the firmware, key and EDID buttons with into DIRECTORY;\n"
+        "with --station, the job of a production line with its files.\n"
         "They are for the simulated device only: never load them into a real one.\n\n",
         kUsage);
     for (const samples::Sample& sample : samples::all()) {
-      std::printf("  %-20s %s\n", sample.name, sample.use);
+      std::printf("  %-20s %s\n", sample.name.c_str(), sample.use);
     }
     return 0;
   }
@@ -46,5 +52,5 @@ int main(int argc, char* argv[]) {
     std::fprintf(stderr, "pellavox-samples: unknown option %s; %s\n", argv[1], kUsage);
     return 2;
   }
-  return makeSamples(argv[1]);
+  return makeSamples(argv[1], samples::all());
 }

@@ -8,11 +8,47 @@
 #include <fstream>
 #include <random>
 #include <string_view>
+#include <system_error>
+#include <utility>
 
 namespace samples {
 namespace {
 
 using Bytes = std::vector<char>;
+
+constexpr unsigned kKeys = 12;
+
+// The hashes are those of the sample files, which are the same wherever they are made.
+constexpr std::string_view kJob = R"({
+  "format": "pellavox station job 1",
+  "model": "KVR-7",
+  "mcu": {
+    "image": "main.bin",
+    "sha256": "5378ef2bedd6ff7c9f04ad81799ea36fbfa23db62078bc3317b1b37bccc6852e",
+    "version": "v1.3"
+  },
+  "capture": {
+    "image": "capture-kvr-7.img",
+    "sha256": "b1e16c3154896490fea283f1661564233f55cc3eae0dd2ed9c2cac05a90bb86e",
+    "version": "V1.04.00"
+  },
+  "edid": {
+    "tables": [
+      {"slot": 3, "file": "edid-surround.bin",
+       "sha256": "7c137a352dfd876ad1d9abcf8992ecf060209e6f2c25576a1ce89b6466e3b42a"},
+      {"slot": 2, "file": "edid-2160p-hdr.bin",
+       "sha256": "2b96c67a1e0b5d81f54d20798a47f91f2e9436b623a637574814626965643ba2"}
+    ],
+    "mode": "mixed",
+    "slot": 2
+  },
+  "serial": {"from": "count", "prefix": "OV7B", "digits": 8, "first": 1},
+  "keys": "keys",
+  "steps": [{"do": "serial"}, {"do": "mcu"}, {"do": "capture"}, {"do": "key"}, {"do": "edid"}],
+  "retries": 2,
+  "rework": "same-unit"
+}
+)";
 
 /// Bytes that stand for code: the same at each run, and no text among them.
 Bytes madeUpCode(std::size_t size, std::uint32_t seed) {
@@ -64,8 +100,29 @@ std::vector<Sample> all() {
   };
 }
 
+std::vector<Sample> station() {
+  std::vector<Sample> files;
+  for (Sample& sample : all()) {
+    if (sample.name == "capture-kvr-7.img" || sample.name == "edid-surround.bin" ||
+        sample.name == "edid-2160p-hdr.bin") {
+      files.push_back(std::move(sample));
+    }
+  }
+  // Small, as nobody learns from waiting.
+  files.push_back({"main.bin", "external MCU firmware v1.3 of chip family \"2\"", mcuImage(4'000, 0x13, 6)});
+  files.push_back({"job.json", "what each unit becomes", Bytes(kJob.begin(), kJob.end())});
+  for (unsigned number = 1; number <= kKeys; ++number) {
+    const std::string digits = (number < 10 ? "0" : "") + std::to_string(number);
+    files.push_back({"keys/key-" + digits + ".bin", "HDCP key of made-up bytes", madeUpCode(572, 100 + number)});
+  }
+  return files;
+}
+
 bool write(const Sample& sample, const std::filesystem::path& directory) {
-  std::ofstream file(directory / sample.name, std::ios::binary);
+  const std::filesystem::path path = directory / sample.name;
+  std::error_code error;  // shows when the file is written
+  std::filesystem::create_directories(path.parent_path(), error);
+  std::ofstream file(path, std::ios::binary);
   file.write(sample.content.data(), static_cast<std::streamsize>(sample.content.size()));
   file.close();
   return file.good();

@@ -260,6 +260,29 @@ class SimulatorFaultsTest : public QObject {
     QCOMPARE(readSource(2), (QVector<int>{0, 0}));
   }
 
+  void thePlugIsPulledOnceNobodyWorksOnTheDevice() {
+    load(R"({"unplugAfterIdleMs": 1000})");
+    openDefaultDevice();
+    simulator::advanceTime(900ms);
+    QCOMPARE(AT_EDID_Flash_Set_Default_table(3), 0);
+    simulator::advanceTime(900ms);
+    QCOMPARE(readSource(1), (QVector<int>{0}));  // a read is no work
+    simulator::advanceTime(100ms);
+    QCOMPARE(readSource(1), (QVector<int>{simulator::kDeviceGone}));
+  }
+
+  // A unit's time begins as it is plugged in, and a burn is work all the time.
+  void thePlugStaysDuringABurnOfALaterUnit() {
+    const BurnFile file;  // of 95 ms
+    load(R"({"units": [{}, {"unplugAfterIdleMs": 90}]})");
+    simulator::advanceTime(5000ms);
+    QVERIFY(simulator::plugNextUnit());
+    openDefaultDevice();
+    QCOMPARE(burnToFlash(file.path(), [](float) {}), 0);
+    simulator::advanceTime(79ms);
+    QCOMPARE(readSource(1), (QVector<int>{0}));
+  }
+
   // The device goes while the call is on its way.
   void thePlugIsPulledDuringACall() {
     load(R"({"unplugAfterMs": 1000, "latencyMs": 600})");

@@ -11,7 +11,8 @@
 namespace {
 
 const QString kTopKeys =
-    "model, identity, signal, inputs, sink, audio, edid, externalMcu, unplugAfterMs, seed, faults, unplugAfterCalls, "
+    "model, identity, signal, inputs, sink, audio, edid, externalMcu, unplugAfterMs, unplugAfterIdleMs, seed, faults, "
+    "unplugAfterCalls, "
     "description, clock, speedFactor, latencyMs, stateFile, units, nextUnitAfterMs";
 const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
 const QString kMcuKeys = "family, version, mode";
@@ -135,7 +136,7 @@ class SimulatorScenarioTest : public QObject {
              ".length\" must be a whole number from 0 to 4294967295");
     row("unit with a key of the run", "{\"units\": [{},\n{\"latencyMs\": 3}]}",
         "2: \"units[1].latencyMs\" is not a known key; known here: model, identity, signal, inputs, sink, audio, edid, "
-        "externalMcu, unplugAfterMs, seed, faults, unplugAfterCalls");
+        "externalMcu, unplugAfterMs, unplugAfterIdleMs, seed, faults, unplugAfterCalls");
     for (const char* version : {"1.2", "0x", "0x100", "0xG1", "12", "0x1 "}) {
       row(qPrintable(QStringLiteral("version %1").arg(version)),
           QByteArray("{\"externalMcu\": {\"version\": \"" + QByteArray(version) + "\"}}"),

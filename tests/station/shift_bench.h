@@ -44,6 +44,7 @@ class ShiftBench {
   std::vector<Unit> units;  ///< as each was when its result was shown
   /// Called with each text that the program shows.
   std::function<void(const QByteArray&)> onText;
+  std::function<void()> onPauseToo;
 
   ShiftBench() {
     mcuImage = madeUp(1500, 3);
@@ -135,7 +136,12 @@ class ShiftBench {
     cli.onPause = [&] {
       if (isShown) {
         isShown = false;
-        simulator::plugNextUnit();
+        if (!simulator::plugNextUnit()) {
+          simulator::unplug();
+        }
+      }
+      if (onPauseToo) {
+        onPauseToo();
       }
     };
     auto result =
@@ -148,6 +154,11 @@ class ShiftBench {
   /// What the unit that is plugged in holds; the port may be open or not.
   static Unit look() {
     Unit unit;
+    const bool isClosed = initialize() == 0;
+    if (isClosed) {
+      setDevice(0, 0, 0x5C19, 0x6B03);
+      openPort();
+    }
     unit.mcuFlash = byteArray(simulator::mcuFlash());
     unit.captureFlash = byteArray(simulator::captureFlash());
     unit.key = byteArray(simulator::hdcpKey());
@@ -160,6 +171,10 @@ class ShiftBench {
     std::vector<std::uint8_t> edid(256);
     if (AT_EDID_Flash_Get_table(2, edid.data(), 256) == 0) {
       unit.edid = byteArray(edid);
+    }
+    if (isClosed) {
+      closePort();
+      uninitialize();
     }
     return unit;
   }

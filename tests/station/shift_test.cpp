@@ -1,7 +1,11 @@
+#include "station/display.h"
 #include "station/ledger_verify.h"
 #include "tests/station/shift_bench.h"
 
+#include <QProcess>
 #include <QtTest>
+
+#include <set>
 
 /// Units on a line, from the command line to what they then hold.
 class ShiftTest : public QObject {
@@ -10,7 +14,70 @@ class ShiftTest : public QObject {
  private slots:
   void aGoodUnitPasses();
   void unitAfterUnitPasses();
+  void theSampleShiftEndsAsItShould();
+  void nothingIsWrittenToAUnitThatWasSwappedIn();
+  void aUnitThatFailedPassesLaterUnderItsNumber();
+  void whatIsRightAlreadyIsSkipped();
+  void aUnitCutOffAnywhereIsResumed();
+  void aUnitStoppedAnywhereIsRecordedAndRunsAgain();
+  void anInterruptedUnitCanBeScrapped();
+  void withoutAnAnswerNothingBegins();
+  void anotherUnitIsNotTakenForTheInterruptedOne();
+  void scannedNumbersAreHeldAgainstThePattern();
+  void aTerminalShowsBigLettersAndRings();
 };
+
+namespace {
+
+// A prime, so that all kinds of moments come up.
+constexpr int kMomentsApart = 89;
+
+/// What ends a run as a crash would.
+struct Crash {};
+
+/// The results that a shift showed, for example "PASS LN000001".
+QStringList resultsOf(const CliBench::Result& result) {
+  QStringList results;
+  for (const QByteArray& line : result.err.split('\n')) {
+    const QString word = QString::fromUtf8(line).section(QLatin1Char(' '), 0, 0);
+    if (QStringList{"PASS", "FAIL", "ERROR", "TIMEOUT", "ABORTED"}.contains(word)) {
+      results << QString::fromUtf8(line).section(':', 0, 0).simplified();
+    }
+  }
+  return results;
+}
+
+QStringList faultsOf(const QString& ledger) {
+  const auto verified = station::verifyLedger(ledger);
+  return verified ? verified->found : QStringList(verified.error().message);
+}
+
+station::UnitState unitOf(const QString& ledger, const QString& serial) {
+  const auto opened = station::Ledger::open(ledger, station::LedgerAccess::kRead);
+  return opened ? opened->unit(serial).value_or(station::UnitState()) : station::UnitState();
+}
+
+/// Runs one unit and cuts it off at one of the things that happen; false when the
+/// unit was through before.
+bool runUntil(ShiftBench& bench, int moment, const std::function<void()>& cut) {
+  int left = moment;
+  const auto count = [&] {
+    if (left > 0 && --left == 0) {
+      cut();
+    }
+  };
+  bench.onText = [&](const QByteArray&) { count(); };
+  bench.onPauseToo = count;
+  try {
+    bench.run({"--count", "1", "--unfinished", "resume"});
+  } catch (const Crash&) {
+  }
+  bench.onText = {};
+  bench.onPauseToo = {};
+  return left == 0;
+}
+
+}  // namespace
 
 void ShiftTest::aGoodUnitPasses() {
   ShiftBench bench;
@@ -45,6 +112,190 @@ void ShiftTest::unitAfterUnitPasses() {
     QCOMPARE(bench.mistakeIn(unit, "LN00000" + QByteArray::number(i + 1)), QString());
     QCOMPARE(unit.key, ShiftBench::key(i + 1));
   }
+}
+
+void ShiftTest::theSampleShiftEndsAsItShould() {
+  ShiftBench bench;
+  QProcess samples;
+  samples.start(SAMPLES, {"--station", bench.cli.path("line")});
+  QVERIFY(samples.waitForFinished(-1) && samples.exitCode() == 0);
+  QFile scenario(SCENARIO);
+  QVERIFY(scenario.open(QIODevice::ReadOnly));
+  bench.plugIn(scenario.readAll());
+  const auto result = bench.cli.run(
+      {"station", "run", bench.cli.path("line/job.json"), "--operator", "Ann", "--station", "A", "--count", "5"});
+  QCOMPARE(resultsOf(result), (QStringList{"PASS OV7B00000001", "PASS OV7B00000002", "FAIL OV7B00000003",
+                                           "ERROR OV7B00000004", "PASS OV7B00000005"}));
+  QCOMPARE(result.code, 1);
+  QVERIFY2(result.err.contains("OV7B00000002  capture: skipped (version), right already"), result.err);
+  QVERIFY2(result.err.contains("another unit answers: its serial number is \"FACTORY-5\""), result.err);
+  QCOMPARE(faultsOf(bench.cli.path("line/job.ledger")), QStringList());
+}
+
+void ShiftTest::nothingIsWrittenToAUnitThatWasSwappedIn() {
+  for (const char* operation : {"AT_USB_Set_SerialNum", "AT_System_Send_ExternalMCU_cmd", "burnToFlash", "burnHDCP",
+                                "AT_EDID_Flash_Set_table", "AT_EDID_Set_EDID_mode", "AT_Set_System_Reboot"}) {
+    ShiftBench bench;
+    bench.plugIn(QByteArray(R"({"units": [{"faults": [{"at": ")") + operation +
+                 R"(", "what": "unplug"}]}, {"identity": {"serialNumber": "OTHER"}}]})");
+    const auto result = bench.run({"--count", "1"});
+    QCOMPARE(resultsOf(result), QStringList("ERROR LN000001"));
+    QVERIFY2(result.err.contains("another unit answers: its serial number is \"OTHER\""), result.err);
+    const Unit& other = bench.units.at(0);
+    QCOMPARE(other.serial, QByteArray("OTHER"));
+    QVERIFY(other.key.isEmpty() && other.captureFlash.isEmpty() && other.runsApplication);
+    QVERIFY(other.edid != bench.table && !other.mcuFlash.startsWith(bench.mcuImage));
+    QCOMPARE(faultsOf(bench.ledgerFile()), QStringList());
+  }
+}
+
+void ShiftTest::aUnitThatFailedPassesLaterUnderItsNumber() {
+  ShiftBench bench;
+  // Two tries of the first attempt.
+  bench.plugIn(R"({"faults": [{"at": "AT_EDID_Flash_Set_table", "count": 2, "status": -14}]})");
+  QCOMPARE(resultsOf(bench.run({"--count", "1"})), QStringList("FAIL LN000001"));
+  const auto result = bench.run({"--count", "1"});
+  QCOMPARE(resultsOf(result), QStringList("PASS LN000001"));
+  QVERIFY2(result.err.contains("LN000001  key: skipped (ledger)"), result.err);
+  QCOMPARE(bench.mistakeIn(bench.units.at(0), "LN000001"), QString());
+  QCOMPARE(bench.units[0].key, ShiftBench::key(1));
+  // Now it is done with.
+  const auto again = bench.run({"--count", "1"});
+  QVERIFY2(again.err.contains("ERROR  LN000001: LN000001 has passed already"), again.err);
+  QVERIFY(again.err.contains("Nothing was written to the unit: unplug it."));
+}
+
+void ShiftTest::whatIsRightAlreadyIsSkipped() {
+  ShiftBench bench;
+  bench.job["rework"] = "same-unit";
+  bench.plugInUnits(1);
+  QCOMPARE(resultsOf(bench.run({"--count", "1"})), QStringList("PASS LN000001"));
+  simulator::clearJournal();
+  const auto result = bench.run({"--count", "1"});
+  QCOMPARE(resultsOf(result), QStringList("PASS LN000001"));
+  for (const char* step : {"serial", "mcu", "capture", "key", "edid"}) {
+    QVERIFY2(result.err.contains(QByteArray("LN000001  ") + step + ": skipped"), result.err);
+  }
+  for (const char* operation : {"AT_USB_Set_SerialNum", "AT_System_Send_ExternalMCU_cmd", "burnToFlash", "burnHDCP",
+                                "AT_EDID_Flash_Set_table", "AT_EDID_Set_EDID_mode"}) {
+    QCOMPARE(callsOf(operation), 0);
+  }
+}
+
+// One unit for each moment, all on one ledger.
+void ShiftTest::aUnitCutOffAnywhereIsResumed() {
+  ShiftBench bench;
+  bench.makeKeys(60);
+  std::set<QByteArray> keys;
+  bool isCut = false;
+  int units = 0;
+  for (int moment = 1; moment == 1 || isCut; moment += kMomentsApart, ++units) {
+    bench.plugInUnits(1);
+    isCut = runUntil(bench, moment, [] { throw Crash(); });
+    const auto result = bench.run({"--count", "1", "--unfinished", "resume"});
+    // Cut off after its result, or before its beginning, it is a new unit's turn.
+    if (!bench.units.empty() && resultsOf(result).value(0).startsWith("PASS")) {
+      const QByteArray passed = resultsOf(result).value(0).mid(5).toLatin1();
+      QCOMPARE(bench.mistakeIn(bench.units[0], passed), QString());
+      QVERIFY2(keys.insert(bench.units[0].key).second, "a key that another unit has");
+    } else {
+      QVERIFY2(result.err.contains("has passed already"), result.err);
+    }
+  }
+  QVERIFY2(units > 2, qPrintable(QString::number(units)));
+  QCOMPARE(faultsOf(bench.ledgerFile()), QStringList());
+}
+
+void ShiftTest::aUnitStoppedAnywhereIsRecordedAndRunsAgain() {
+  ShiftBench bench;
+  bench.makeKeys(60);
+  int aborted = 0;
+  bool isCut = false;
+  int units = 0;
+  for (int moment = 1; moment == 1 || isCut; moment += kMomentsApart, ++units) {
+    bench.plugInUnits(1);
+    isCut = runUntil(bench, moment, [] { cli::interruption::request(); });
+    cli::interruption::request(false);
+    const auto opened = station::Ledger::open(bench.ledgerFile(), station::LedgerAccess::kRead);
+    QVERIFY(opened && opened->unfinished("A") && opened->unfinished("A")->empty());
+    const auto result = bench.run({"--count", "1"});
+    const QString shown = resultsOf(result).value(0);
+    aborted += shown.startsWith("PASS") ? 1 : 0;
+    QVERIFY2(shown.startsWith("PASS") || result.err.contains("has passed already"), result.err);
+  }
+  QVERIFY2(aborted > 1, qPrintable(QString::number(aborted)));
+  QCOMPARE(faultsOf(bench.ledgerFile()), QStringList());
+}
+
+void ShiftTest::anInterruptedUnitCanBeScrapped() {
+  ShiftBench bench;
+  bench.plugInUnits(1);
+  QVERIFY(runUntil(bench, 12, [] { throw Crash(); }));
+  bench.cli.answers = QStringList{"perhaps", "SCRAP"};
+  const auto result = bench.run({"--count", "1"});
+  QVERIFY2(result.err.contains("The unit LN000001 was not finished."), result.err);
+  QVERIFY(result.err.contains("LN000001 is scrapped"));
+  QVERIFY(unitOf(bench.ledgerFile(), "LN000001").isScrapped);
+  // Its own number, which it may carry by now, is no way back.
+  QVERIFY(result.err.contains("PASS  LN000002") || result.err.contains("LN000001 was scrapped"));
+}
+
+void ShiftTest::withoutAnAnswerNothingBegins() {
+  ShiftBench bench;
+  bench.plugInUnits(1);
+  QVERIFY(runUntil(bench, 12, [] { throw Crash(); }));
+  simulator::clearJournal();
+  const auto result = bench.run({"--count", "1"});
+  QCOMPARE(result.code, 1);
+  QVERIFY2(result.err.contains("the unit LN000001 waits for an answer: resume or scrap"), result.err);
+  QCOMPARE(callsOf("openPort"), 0);
+}
+
+void ShiftTest::anotherUnitIsNotTakenForTheInterruptedOne() {
+  ShiftBench bench;
+  bench.plugInUnits(1);
+  QVERIFY(runUntil(bench, 12, [] { throw Crash(); }));
+  bench.plugInUnits(2, R"(,"edid":{"defaultSlot":4})");
+  simulator::plugNextUnit();  // FAB2
+  int pauses = 0;
+  bench.onPauseToo = [&pauses] {
+    if (++pauses == 50) {
+      cli::interruption::request();
+    }
+  };
+  const auto result = bench.run({"--count", "1", "--unfinished", "resume"});
+  cli::interruption::request(false);
+  QVERIFY2(result.err.contains("This is another unit: its serial number is \"FAB2\""), result.err);
+  QCOMPARE(resultsOf(result), QStringList());
+  QCOMPARE(ShiftBench::look().serial, QByteArray("FAB2"));
+}
+
+void ShiftTest::scannedNumbersAreHeldAgainstThePattern() {
+  ShiftBench bench;
+  bench.job["serial"] = QJsonObject{{"from", "scan"}, {"pattern", "SN[0-9]{4}"}};
+  bench.plugInUnits(2);
+  bench.cli.answers = QStringList{"", "SN12", " SN0001 ", "SN0001", "SN0002"};
+  const auto result = bench.run();
+  QVERIFY2(result.err.contains("SN12: "), result.err);
+  QCOMPARE(resultsOf(result), (QStringList{"PASS SN0001", "ERROR SN0001", "TIMEOUT SN0002"}));
+  QCOMPARE(bench.mistakeIn(bench.units.at(0), "SN0001"), QString());
+  QVERIFY2(result.err.contains("SN0001 has passed already"), result.err);
+}
+
+void ShiftTest::aTerminalShowsBigLettersAndRings() {
+  ShiftBench bench;
+  bench.plugInUnits(1);
+  bench.cli.isTerminal = true;
+  const auto result = bench.run({"--count", "1"});
+  const QString text = QString::fromUtf8(result.err);
+  QVERIFY(text.contains('\a'));
+  const QStringList letters = station::bigLetters("PASS");
+  QCOMPARE(letters.size(), 14);
+  for (const QString& line : letters) {
+    QCOMPARE(line.size(), 4 * 12);
+    QVERIFY(text.contains(line));
+  }
+  QVERIFY(letters.first() != station::bigLetters("FAIL").first());
 }
 
 QTEST_GUILESS_MAIN(ShiftTest)

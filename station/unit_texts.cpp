@@ -1,0 +1,43 @@
+#include "station/unit_texts.h"
+
+namespace station {
+namespace {
+
+QString secondsText(std::chrono::milliseconds time) {
+  return QStringLiteral("%1 s").arg(static_cast<double>(time.count()) / 1000, 0, 'f', 1);
+}
+
+}  // namespace
+
+QString sentenceFor(UnitResult result, const QString& serial) {
+  switch (result) {
+    case UnitResult::kPass:
+      return QStringLiteral("Put the label %1 on the unit and unplug it.").arg(serial);
+    case UnitResult::kFail:
+      return QStringLiteral("Unplug the unit, mark it %1 and put it with those to be repaired.").arg(serial);
+    case UnitResult::kError:
+      return QStringLiteral("Unplug what is plugged in, put the unit of %1 aside and call the line's lead.")
+          .arg(serial);
+    case UnitResult::kTimeout:
+      return QStringLiteral("Check plug and cable, then run the unit of %1 once more.").arg(serial);
+    case UnitResult::kAborted:
+      return QStringLiteral("The unit of %1 is not finished: run it once more.").arg(serial);
+  }
+  return {};
+}
+
+QString stepLine(const QString& serial, const StepRecord& step) {
+  QString line = QStringLiteral("%1  %2: %3").arg(serial, step.name, nameOf(step.outcome));
+  if (!step.evidence.isEmpty()) {
+    line += QStringLiteral(" (%1)").arg(step.evidence);
+  }
+  if (!step.reason.isEmpty()) {
+    line += QStringLiteral(", %1").arg(step.reason);
+  }
+  if (step.tries > 1) {
+    line += QStringLiteral(", %1 tries").arg(step.tries);
+  }
+  return line + QStringLiteral(", %1").arg(secondsText(step.duration));
+}
+
+}  // namespace station
