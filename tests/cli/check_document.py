@@ -74,6 +74,7 @@ def main():
                 RTICE_SIMULATOR_STATE=f"{folder}/device",
                 TMPDIR=folder)
             subprocess.run([samples, folder], check=True, stdout=subprocess.DEVNULL)
+            subprocess.run([samples, "--station", f"{folder}/line"], check=True, stdout=subprocess.DEVNULL)
             count, problems = check(document, folder)
         print(f"{document.name}: {count} examples, {problems} that print something else")
         total += count

@@ -178,6 +178,21 @@ class ScenarioFilesTest : public QObject {
     }
   }
 
+  // Each is pulled once it was let alone; the fourth as its EDID is written.
+  void stationShift() {
+    const std::vector<std::uint8_t> table(256);
+    for (const char* number : {"FACTORY-1", "FACTORY-2", "FACTORY-3", "FACTORY-4", "FACTORY-5", "FACTORY-6"}) {
+      QCOMPARE(openSession(), 0);
+      QCOMPARE(serialNumber(), QByteArray(number));
+      const std::int32_t status = AT_EDID_Flash_Set_table(2, table.data(), 256);
+      QCOMPARE(status, number[8] == '3' ? simulator::kFlashFault : number[8] == '4' ? simulator::kDeviceGone : 0);
+      simulator::advanceTime(2500ms);
+      QCOMPARE(serialNumber(), number[8] == '6' ? QByteArray(number) : QByteArray());
+      closePort();
+      simulator::advanceTime(300ms);
+    }
+  }
+
   void unpluggedInMidBurn() {
     QCOMPARE(openSession(), 0);
     const QString path = image();
@@ -209,6 +224,7 @@ class ScenarioFilesTest : public QObject {
                                       {"lying-device", &ScenarioFilesTest::lyingDevice},
                                       {"no-signal", &ScenarioFilesTest::noSignal},
                                       {"stale-port", &ScenarioFilesTest::stalePort},
+                                      {"station-shift", &ScenarioFilesTest::stationShift},
                                       {"stuck-in-boot-loader", &ScenarioFilesTest::stuckInBootLoader},
                                       {"three-units", &ScenarioFilesTest::threeUnits},
                                       {"unplugged-in-mid-burn", &ScenarioFilesTest::unpluggedInMidBurn}};

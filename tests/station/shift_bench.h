@@ -45,6 +45,9 @@ class ShiftBench {
   /// Called with each text that the program shows.
   std::function<void(const QByteArray&)> onText;
   std::function<void()> onPauseToo;
+  std::function<void()> beforeLook;         ///< before a unit is looked at
+  std::function<void(const Unit&)> onUnit;  ///< instead of `units`, for many
+  std::function<void()> onPlugged;          ///< the next unit is there
 
   ShiftBench() {
     mcuImage = madeUp(1500, 3);
@@ -115,6 +118,7 @@ class ShiftBench {
   CliBench::Result run(const QStringList& more = {}) {
     units.clear();
     bool isShown = false;
+    bool isUnplugged = false;
     CliBench::Result* running = nullptr;
     int seen = 0;
     cli.onHint = [&] {
@@ -126,19 +130,32 @@ class ShiftBench {
       if (onText) {
         onText(text);
       }
+      if (isUnplugged && text.startsWith("Plug in ")) {
+        isUnplugged = false;
+        simulator::plugNextUnit();
+        if (onPlugged) {
+          onPlugged();
+        }
+      }
       const bool isResult = text.startsWith("PASS  ") || text.startsWith("FAIL  ") || text.startsWith("ERROR  ") ||
                             text.startsWith("TIMEOUT  ") || text.startsWith("ABORTED  ");
       if (isResult) {
-        units.push_back(look());
+        if (beforeLook) {
+          beforeLook();
+        }
+        if (onUnit) {
+          onUnit(look());
+        } else {
+          units.push_back(look());
+        }
         isShown = true;
       }
     };
     cli.onPause = [&] {
       if (isShown) {
         isShown = false;
-        if (!simulator::plugNextUnit()) {
-          simulator::unplug();
-        }
+        isUnplugged = true;
+        simulator::unplug();
       }
       if (onPauseToo) {
         onPauseToo();
@@ -163,15 +180,19 @@ class ShiftBench {
     unit.captureFlash = byteArray(simulator::captureFlash());
     unit.key = byteArray(simulator::hdcpKey());
     unit.runsApplication = simulator::mcuRunsApplication();
+    // Faults that are left must not hide what the unit holds.
+    constexpr int kTries = 50;
     std::vector<std::uint8_t> serial(100);
-    std::uint32_t length = 0;
-    if (AT_USB_Get_SerialNum(serial.data(), 100, &length) == 0) {
-      unit.serial = byteArray(serial).left(static_cast<int>(length));
-    }
     std::vector<std::uint8_t> edid(256);
-    if (AT_EDID_Flash_Get_table(2, edid.data(), 256) == 0) {
-      unit.edid = byteArray(edid);
+    std::uint32_t length = 0;
+    for (int i = 0; i < kTries && AT_USB_Get_SerialNum(serial.data(), 100, &length) != 0; ++i) {
+      simulator::replug();
     }
+    unit.serial = byteArray(serial).left(static_cast<int>(length));
+    for (int i = 0; i < kTries && AT_EDID_Flash_Get_table(2, edid.data(), 256) != 0; ++i) {
+      simulator::replug();
+    }
+    unit.edid = byteArray(edid);
     if (isClosed) {
       closePort();
       uninitialize();
