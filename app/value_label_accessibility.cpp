@@ -8,12 +8,34 @@
 
 namespace {
 
+// The caption without the colon and the blanks around it.
+QString captionName(const QLabel& caption) {
+  QString name = caption.text().trimmed();
+  if (name.endsWith(QLatin1Char(':'))) {
+    name.chop(1);
+  }
+  return name.trimmed();
+}
+
 class ValueLabel : public QAccessibleWidget, public QAccessibleTextInterface {
  public:
   explicit ValueLabel(QLabel* label) : QAccessibleWidget(label, QAccessible::StaticText) {}
 
   QString text(QAccessible::Text kind) const override {
     return kind == QAccessible::Value ? shown() : QAccessibleWidget::text(kind);
+  }
+
+  // Not by QLabel's buddy: with one, a caption would take "&" for a key's mark.
+  QVector<QPair<QAccessibleInterface*, QAccessible::Relation>> relations(QAccessible::Relation match) const override {
+    QVector<QPair<QAccessibleInterface*, QAccessible::Relation>> found = QAccessibleWidget::relations(match);
+    const auto siblings = widget()->parentWidget()->findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
+    for (QLabel* const sibling : siblings) {
+      if (match.testFlag(QAccessible::Label) && sibling != widget() &&
+          captionName(*sibling) == widget()->accessibleName()) {
+        found.append({QAccessible::queryAccessibleInterface(sibling), QAccessible::Label});
+      }
+    }
+    return found;
   }
 
   void* interface_cast(QAccessible::InterfaceType type) override {

@@ -154,6 +154,25 @@ class AccessibilityTest : public QObject {
     QCOMPARE(accessibleText(widget, isList ? QAccessible::Description : QAccessible::Name), expected);
   }
 
+  void everyFieldAndValueKnowsItsCaption_data() { everyFieldAndValueIsNamedByItsCaption_data(); }
+
+  void everyFieldAndValueKnowsItsCaption() {
+    QFETCH(QString, caption);
+    const MainWindow window;
+    const WindowDriver user(window);
+    auto& widget = user.widget<QWidget>(QTest::currentDataTag());
+    auto& captionWidget = user.widget<QWidget>(caption);
+    if (qobject_cast<const QLabel*>(&widget) == nullptr) {
+      return;  // a field's name is all that its caption tells
+    }
+    bool isTied = false;
+    const QAccessibleInterface* const wanted = QAccessible::queryAccessibleInterface(&captionWidget);
+    for (const auto& [told, kind] : QAccessible::queryAccessibleInterface(&widget)->relations(QAccessible::Label)) {
+      isTied = isTied || told->object() == wanted->object();
+    }
+    QVERIFY(isTied);
+  }
+
   void nothingThatCanBeUsedOrReadIsWithoutAName() {
     const MainWindow window;
     const WindowDriver user(window);

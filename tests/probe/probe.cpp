@@ -11,6 +11,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScreen>
+#include <QTabWidget>
 #include <QThread>
 #include <QTimer>
 #include <QWindow>
@@ -45,6 +46,7 @@ unsigned callsUnderWay() {
 //   choose NAME ROW    chooses a row of a combo box
 //   open PATH          names a file in the open file dialog and accepts it
 //   print NAME         prints "NAME=<text>" of a label
+//   showpages          puts the pages without a tab behind those that have one
 //   icon               prints "icon=<sizes>" of the window's icon
 //   picture PATH       saves what the screen shows of the window, once it does
 //   wait MS            waits
@@ -111,6 +113,13 @@ class Probe : public QObject {
     }
   }
 
+  static void showPages(const QWidget& window) {
+    auto& tabs = *window.findChild<QTabWidget*>("tabWidget");
+    for (const char* const name : {"tab_2", "VideoTab", "AudioTab", "EDIDtab", "DebugTab"}) {
+      tabs.addTab(window.findChild<QWidget*>(name), name);
+    }
+  }
+
   void run(QWidget& window, const QStringList& step) {
     const QString verb = step.value(0);
     const QString name = step.value(1);
@@ -125,6 +134,8 @@ class Probe : public QObject {
     } else if (verb == "print") {
       std::printf("%s=%s\n", qPrintable(name), qPrintable(window.findChild<QLabel*>(name)->text()));
       std::fflush(stdout);
+    } else if (verb == "showpages") {
+      showPages(window);
     } else if (verb == "icon") {
       std::printf("icon=");
       for (const QSize size : window.windowIcon().availableSizes()) {
