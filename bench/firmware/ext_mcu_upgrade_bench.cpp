@@ -15,8 +15,6 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 
 namespace {
 
-constexpr std::size_t kBlocks = 12;
-
 struct Figures {
   Milliseconds elapsed{};
   Milliseconds fixedPauses{};  // after the reset and after control packets
@@ -25,13 +23,13 @@ struct Figures {
 };
 
 // One upgrade in real time of a device that was just plugged in.
-Figures upgrade(const char* family, std::size_t blockSize) {
+Figures upgrade(const char* family, std::size_t blockSize, std::size_t blocks) {
   const std::string error = simulator::loadScenario(std::string(R"({"externalMcu": {"family": ")") + family + "\"}}");
   if (!error.empty() || initialize() != 0 || setDevice(0, 0, 0x5C19, 0x6B03) != 0 || openPort() != 0) {
     std::fprintf(stderr, "the simulated device does not open; is another library in the loader's path?\n");
     std::exit(2);
   }
-  const std::vector<std::uint8_t> image(kBlocks * blockSize, 0xA5);
+  const std::vector<std::uint8_t> image(blocks * blockSize, 0xA5);
   Figures figures;
   const auto start = std::chrono::steady_clock::now();
   firmware::upgradeExtMcu(
@@ -51,27 +49,33 @@ Figures upgrade(const char* family, std::size_t blockSize) {
 
 }  // namespace
 
-/// Upgrades 12 blocks in real time and prints what the time went into. The
+/// Upgrades 12 and 60 blocks in real time and prints what the time went into. The
 /// boot loader's work that a fixed pause covers costs nothing; the work that is
 /// polled for is a page's programming, once a block, and the set-boot.
-int main() {
-  std::printf("%-8s %10s %12s %14s %12s %8s %16s\n", "family", "elapsed", "fixed pauses", "device waited",
+/// Usage: ext_mcu_upgrade_bench [RUNS]
+int main(int argc, char** argv) {
+  const int runs = argc > 1 ? std::atoi(argv[1]) : 3;
+  std::printf("%-8s %6s %10s %12s %14s %12s %8s %16s\n", "family", "blocks", "elapsed", "fixed pauses", "device waited",
               "poll pauses", "ratio", "to poll pauses");
   const struct {
     const char* code;
     std::size_t blockSize;
+    std::size_t blocks;
     Milliseconds waited;
-  } families[] = {{"2", 1024, 20ms + kBlocks * 25ms}, {"v", 128, 20ms + kBlocks * 5ms}};
+  } families[] = {{"2", 1024, 12, 20ms + 12 * 25ms},
+                  {"2", 1024, 60, 20ms + 60 * 25ms},
+                  {"v", 128, 12, 20ms + 12 * 5ms},
+                  {"v", 128, 60, 20ms + 60 * 5ms}};
   for (const auto& family : families) {
-    for (int run = 0; run < 3; ++run) {
-      const Figures figures = upgrade(family.code, family.blockSize);
+    for (int run = 0; run < runs; ++run) {
+      const Figures figures = upgrade(family.code, family.blockSize, family.blocks);
       if (figures.lastText != "MCU Update Done...[Success]") {
         std::fprintf(stderr, "the upgrade ended with: %s\n", figures.lastText.c_str());
         return 1;
       }
-      std::printf("%-8s %7.1f ms %9.1f ms %11.1f ms %9.1f ms %8.4f %16.4f\n", family.code, figures.elapsed.count(),
-                  figures.fixedPauses.count(), family.waited.count(), figures.pollPauses.count(),
-                  figures.elapsed / (figures.fixedPauses + family.waited),
+      std::printf("%-8s %6zu %7.1f ms %9.1f ms %11.1f ms %9.1f ms %8.4f %16.4f\n", family.code, family.blocks,
+                  figures.elapsed.count(), figures.fixedPauses.count(), family.waited.count(),
+                  figures.pollPauses.count(), figures.elapsed / (figures.fixedPauses + family.waited),
                   figures.elapsed / (figures.fixedPauses + figures.pollPauses));
     }
   }

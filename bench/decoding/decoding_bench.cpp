@@ -1,0 +1,80 @@
+/// @file
+/// What the work over bytes costs: a receiver record, a boot loader's packet, an
+/// EDID table, the search for a model's name in an image.
+#include "device/boot_packet.h"
+#include "edid/edid_check.h"
+#include "firmware/capture_image.h"
+#include "simulator/samples/samples.h"
+#include "video/rx_timing.h"
+
+#include <QTemporaryFile>
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstring>
+
+namespace {
+
+void decodeReceiverRecord(benchmark::State& state) {
+  std::array<std::uint8_t, video::kRawTimingInfoBytes> bytes{};
+  bytes.fill(1);
+  for (auto _ : state) {
+    const auto record = video::readRawTimingInfo(bytes);
+    for (int field = 0; field <= static_cast<int>(video::RxField::kHdrType); ++field) {
+      benchmark::DoNotOptimize(video::fieldText(static_cast<video::RxField>(field), *record));
+    }
+  }
+}
+BENCHMARK(decodeReceiverRecord);
+
+void buildDataPacket(benchmark::State& state) {
+  std::array<std::uint8_t, 64> payload{};
+  payload.fill(0xA5);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(device::bootPacket(device::BootCommand::kData, payload));
+  }
+}
+BENCHMARK(buildDataPacket);
+
+std::vector<std::uint8_t> sampleTable() {
+  for (const samples::Sample& sample : samples::all()) {
+    if (std::strcmp(sample.name, "edid-1080p.bin") == 0) {
+      return {sample.content.begin(), sample.content.end()};
+    }
+  }
+  return {};
+}
+
+void checkEdid(benchmark::State& state) {
+  const std::vector<std::uint8_t> table = sampleTable();
+  if (table.size() != 256) {
+    state.SkipWithError("there is no sample table");
+  }
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(edid::checkTable(table));
+  }
+}
+BENCHMARK(checkEdid);
+
+void searchImage(benchmark::State& state) {
+  // Written, not only made long: holes are skipped.
+  QTemporaryFile file;
+  const QByteArray block(1 << 20, 'x');
+  if (!file.open()) {
+    state.SkipWithError("no temporary file can be made");
+  }
+  for (int i = 0; i < 64; ++i) {
+    file.write(block);
+  }
+  file.flush();
+  for (auto _ : state) {
+    file.seek(0);
+    benchmark::DoNotOptimize(firmware::containsText(file, QByteArrayLiteral("KVR-7")));
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * file.size());
+}
+BENCHMARK(searchImage)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

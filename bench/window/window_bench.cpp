@@ -1,0 +1,195 @@
+/// @file
+/// What the window adds to the device library's calls, one after the other in turn:
+/// a click on Read, on Connect, and a burn of the capture firmware. The simulated
+/// device's own time does not pass, but for the burn.
+/// Usage: window_bench [PAIRS [BURNS]]
+#include "app/main_window.h"
+#include "device/RTICE_SDK_x64.h"
+#include "simulator/control/control.h"
+#include "simulator/samples/samples.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+#include <QTimer>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <vector>
+
+namespace {
+
+double millisecondsOf(const std::function<void()>& work) {
+  QElapsedTimer timer;
+  timer.start();
+  work();
+  return static_cast<double>(timer.nsecsElapsed()) / 1e6;
+}
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+void compare(const char* what, int pairs, const char* limit, const std::function<void()>& ours,
+             const std::function<void()>& calls) {
+  std::vector<double> whole;
+  std::vector<double> least;
+  std::vector<double> more;
+  for (int i = 0; i < pairs; ++i) {
+    const double first = millisecondsOf(i % 2 == 0 ? ours : calls);
+    const double second = millisecondsOf(i % 2 == 0 ? calls : ours);
+    whole.push_back(i % 2 == 0 ? first : second);
+    least.push_back(i % 2 == 0 ? second : first);
+    more.push_back(whole.back() - least.back());
+  }
+  std::printf("%-28s %9.4f ms, the library's calls alone %9.4f ms: %.4f ms more (%s)\n", what, median(whole),
+              median(least), median(more), limit);
+}
+
+void connectCalls(std::uint32_t product) {
+  std::array<std::uint8_t, 128> text{};
+  const std::uint8_t versionRegister = 2;
+  std::uint8_t version = 0;
+  std::uint32_t length = 0;
+  const bool good = initialize() == 0 && setDevice(0, 0, 0x5C19, product) == 0 && openPort() == 0 &&
+                    AT_Get_Customer_Ver(text.data()) == 0 &&
+                    AT_System_Get_ExternalMCU_cmd(3, 0x0D, 1, &versionRegister, 1, &version) == 0 &&
+                    AT_Get_UVC_Name(text.data(), 100, &length) == 0 && AT_USB_Get_iManufacturer(text.data(), 64) > 0 &&
+                    AT_USB_Get_iProduct(text.data(), 64) > 0;
+  if (!good) {
+    qFatal("the simulated device does not connect");
+  }
+}
+
+void press(const MainWindow& window, const char* button) {
+  window.findChild<QAbstractButton*>(QLatin1String(button))->click();
+}
+
+QString message(const MainWindow& window) { return window.findChild<QLabel*>(QStringLiteral("LB_Message"))->text(); }
+
+/// The window forgets the session when another type is connected, which fails here.
+void forgetSession(const MainWindow& window) {
+  auto& types = *window.findChild<QComboBox*>(QStringLiteral("CB_DeviceType"));
+  types.setCurrentIndex(1);
+  press(window, "BN_Connect");
+  types.setCurrentIndex(0);
+}
+
+void compareConnect(const MainWindow& window, int pairs) {
+  compare(
+      "Connect", pairs, "at most 2",
+      [&window] {
+        press(window, "BN_Connect");
+        if (message(window) != QLatin1String("Device Connected")) {
+          qFatal("the window does not connect: %s", qPrintable(message(window)));
+        }
+        forgetSession(window);
+      },
+      [] {
+        connectCalls(0x6B03);
+        closePort();
+        if (initialize() == 0 && setDevice(0, 0, 0x5C19, 0x6B02) != 0) {
+          uninitialize();
+        }
+      });
+}
+
+void compareRead(const MainWindow& window, int pairs) {
+  press(window, "BN_Connect");
+  compare(
+      "Read, to the last label", pairs, "at most 0.2", [&window] { press(window, "BN_Info_Read"); },
+      [] {
+        std::array<std::uint8_t, 48> record{};
+        AT_HdmiRX_GetRawTimingInfo(record.data());
+      });
+}
+
+void chooseImage(const MainWindow& window, const QString& path) {
+  QTimer::singleShot(20, &window, [&window, path] {
+    auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    if (dialog == nullptr) {
+      qFatal("there is no file dialog");
+    }
+    dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(path);
+    dialog->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"))->button(QDialogButtonBox::Open)->click();
+  });
+  press(window, "BN_Browse_Cap_QX");
+}
+
+/// Burns in real time, by the window and by the library alone; also the longest time
+/// for which the GUI thread served nothing else.
+void compareBurn(const MainWindow& window, const QString& path, int pairs) {
+  chooseImage(window, path);
+  double longestGap = 0;
+  QElapsedTimer sinceTick;
+  QTimer ticks;
+  ticks.setTimerType(Qt::PreciseTimer);
+  QObject::connect(&ticks, &QTimer::timeout, [&] {
+    longestGap = std::max(longestGap, static_cast<double>(sinceTick.nsecsElapsed()) / 1e6);
+    sinceTick.start();
+  });
+  const auto burnByWindow = [&] {
+    sinceTick.start();
+    ticks.start(1);
+    press(window, "BN_Apply_CapMCU_QX");
+    auto* const worker = window.findChildren<QThread*>(QString(), Qt::FindDirectChildrenOnly).value(0);
+    if (worker == nullptr) {
+      qFatal("the burn does not start");
+    }
+    QEventLoop loop;
+    QObject::connect(worker, &QThread::finished, &loop, &QEventLoop::quit);
+    loop.exec();
+    ticks.stop();
+  };
+  const auto burnAlone = [&path] {
+    if (burnToFlash(path.toUtf8().constData(), [](float) {}) != 0) {
+      qFatal("the simulated device does not burn");
+    }
+  };
+  compare("Capture burn", pairs, "a hundredth at most", burnByWindow, burnAlone);
+  std::printf("%-28s %9.4f ms (at most 16)\n", "longest gap of the GUI thread", longestGap);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+  const QApplication application(argc, argv);
+  const int pairs = std::max(1, argc > 1 ? std::atoi(argv[1]) : 25);
+  const int burns = std::max(1, argc > 2 ? std::atoi(argv[2]) : 15);
+  simulator::reset();
+  simulator::useVirtualTime();
+  MainWindow window;
+  window.show();
+  if (!QTest::qWaitForWindowExposed(&window)) {
+    std::fprintf(stderr, "window_bench: there is no display\n");
+    return 1;
+  }
+  compareConnect(window, pairs);
+  compareRead(window, pairs);
+
+  const QTemporaryDir folder;
+  for (const samples::Sample& sample : samples::all()) {
+    if (QLatin1String(sample.name) == QLatin1String("capture-kvr-7.img")) {
+      samples::write(sample, folder.path().toStdU16String());
+    }
+  }
+  simulator::reset();  // and with it, real time
+  connectCalls(0x6B03);
+  compareBurn(window, folder.filePath(QStringLiteral("capture-kvr-7.img")), burns);
+  return 0;
+}
