@@ -10,12 +10,6 @@ namespace simulator {
 
 namespace {
 
-constexpr double kMaxMilliseconds = 1e9;
-
-std::chrono::nanoseconds fromMilliseconds(double milliseconds) {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(milliseconds));
-}
-
 void programText(Eeprom& eeprom, std::size_t address, std::string_view text) {
   eeprom.program(address, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
@@ -41,11 +35,11 @@ void Device::configure(const Section& scenario) {
   provisioning.configure(scenario);
   flash.configure(scenario);
   faults.configure(scenario);
-  if (const auto milliseconds = scenario.number("unplugAfterMs", 0, kMaxMilliseconds)) {
-    unplugAt_ = fromMilliseconds(*milliseconds);
+  if (const auto after = scenario.milliseconds("unplugAfterMs", 0)) {
+    unplugAt_ = *after;
   }
-  if (const auto milliseconds = scenario.number("unplugAfterIdleMs", 1, kMaxMilliseconds)) {
-    unplugAfterIdle_ = fromMilliseconds(*milliseconds);
+  if (const auto after = scenario.milliseconds("unplugAfterIdleMs", 1)) {
+    unplugAfterIdle_ = *after;
   }
 }
 

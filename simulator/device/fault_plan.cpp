@@ -135,9 +135,8 @@ Fault readFault(const Section& section) {
   fault.what = readEffect(section, where);
   readTimes(section, fault);
   readAnswer(section, where, fault);
-  if (const auto delay = section.number("delayMs", 0, 1e9)) {
-    fault.delay =
-        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(*delay));
+  if (const auto delay = section.milliseconds("delayMs", 0)) {
+    fault.delay = *delay;
   }
   fault.polls = static_cast<unsigned>(section.integer("polls", 0, kMaxCounted).value_or(0));
   return fault;

@@ -8,11 +8,6 @@ namespace {
 constexpr std::array<std::string_view, 2> kClocks{"real", "virtual"};
 constexpr std::size_t kMaxDescription = 200;
 constexpr std::size_t kMaxPath = 4096;
-constexpr double kMaxMilliseconds = 1e9;
-
-std::chrono::nanoseconds fromMilliseconds(double milliseconds) {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(milliseconds));
-}
 
 }  // namespace
 
@@ -20,11 +15,9 @@ void RunPlan::configure(const Section& scenario) {
   scenario.text("description", kMaxDescription);  // for whoever chooses a scenario
   skipsWaiting = scenario.choice("clock", kClocks) == 1U;
   speedFactor = scenario.number("speedFactor", 0.001, 1e6).value_or(speedFactor);
-  if (const auto milliseconds = scenario.number("latencyMs", 0, 60'000)) {
-    latency = fromMilliseconds(*milliseconds);
-  }
-  if (const auto milliseconds = scenario.number("nextUnitAfterMs", 0, kMaxMilliseconds)) {
-    nextUnitAfter = fromMilliseconds(*milliseconds);
+  latency = scenario.milliseconds("latencyMs", 0, 60'000).value_or(latency);
+  if (const auto after = scenario.milliseconds("nextUnitAfterMs", 0)) {
+    nextUnitAfter = *after;
   }
   if (const auto path = scenario.text("stateFile", kMaxPath)) {
     stateFile = std::u8string(path->begin(), path->end());

@@ -264,6 +264,14 @@ std::optional<double> Section::number(std::string_view key, double min, double m
   fail(key, "must be a number from " + shortest(min) + " to " + shortest(max));
 }
 
+std::optional<std::chrono::nanoseconds> Section::milliseconds(std::string_view key, double min, double max) const {
+  const std::optional<double> count = number(key, min, max);
+  if (!count) {
+    return std::nullopt;
+  }
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double, std::milli>(*count));
+}
+
 std::optional<std::string> Section::text(std::string_view key, std::size_t maxLength) const {
   const ScenarioValue* value = find(key);
   if (!value) {

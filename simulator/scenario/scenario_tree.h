@@ -3,6 +3,7 @@
 /// through which each part of the device takes its keys from it.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -63,6 +64,9 @@ class Section {
   std::optional<bool> boolean(std::string_view key) const;
   std::optional<std::int64_t> integer(std::string_view key, std::int64_t min, std::int64_t max) const;
   std::optional<double> number(std::string_view key, double min, double max) const;
+  static constexpr double kMaxMilliseconds = 1e9;
+  std::optional<std::chrono::nanoseconds> milliseconds(std::string_view key, double min,
+                                                       double max = kMaxMilliseconds) const;
   /// UTF-8 text of 0 to `maxLength` bytes without NUL.
   std::optional<std::string> text(std::string_view key, std::size_t maxLength) const;
   /// Bytes written as "00 1F", at most `maxCount`.
