@@ -35,8 +35,8 @@ int work(const QStringList& arguments) {
   }
   simulator::useVirtualTime();
   cli::Console console;
-  console.out = [](const QByteArray& bytes) { return std::fwrite(bytes.constData(), 1, bytes.size(), stdout) > 0; };
-  console.err = [](const QByteArray& bytes) { std::fwrite(bytes.constData(), 1, bytes.size(), stderr); };
+  console.out = [](const QByteArray& bytes) { return std::fputs(bytes.constData(), stdout) >= 0; };
+  console.err = [](const QByteArray& bytes) { std::fputs(bytes.constData(), stderr); };
   console.readLine = [] { return std::optional<QString>(); };
   console.pause = [](std::chrono::milliseconds time) { simulator::advanceTime(time); };
   console.now = [] { return std::chrono::steady_clock::time_point(simulator::now()); };
