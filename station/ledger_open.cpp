@@ -1,5 +1,7 @@
 #include "station/ledger_open.h"
 
+#include "station/new_file.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -43,7 +45,7 @@ bool createFile(const QString& path, std::span<const Migration> steps) {
       createTables(database, steps);
       database.run("PRAGMA journal_mode = WAL");
     }
-    if (QFile::rename(draft, path)) {
+    if (giveName(draft, path)) {
       return true;
     }
   } catch (const DatabaseError&) {

@@ -2,7 +2,10 @@
 #include "station/report.h"
 #include "tests/station/station_bench.h"
 
+#include <array>
+#include <barrier>
 #include <sqlite3.h>
+#include <thread>
 
 using namespace station;
 
@@ -24,6 +27,7 @@ class LedgerTest : public QObject {
   void aKeyThatIsReplacedIsLost();
   void rowsCanNeitherBeChangedNorRemoved();
   void statusCountsAsSaid();
+  void twoThatBeginALedgerAtOnceShareIt();
 };
 
 namespace {
@@ -287,6 +291,32 @@ void LedgerTest::statusCountsAsSaid() {
   QCOMPARE(status.failures[0].count, std::int64_t{2});
   QCOMPARE(status.failures[1].step, QString("serial"));
   QCOMPARE(StationBench::must(statusOf(ledger, QDateTime::currentDateTimeUtc().addSecs(3600))).units, std::int64_t{0});
+}
+
+void LedgerTest::twoThatBeginALedgerAtOnceShareIt() {
+  constexpr int kRounds = 60;
+  for (int round = 0; round < kRounds; ++round) {
+    const StationBench bench;
+    const Job job = bench.job();
+    std::barrier together(2);
+    std::array<QString, 2> problems;
+    const auto work = [&](std::size_t which) {
+      together.arrive_and_wait();
+      auto ledger = Ledger::open(bench.ledgerPath(), LedgerAccess::kWrite);
+      if (!ledger) {
+        problems.at(which) = refusal(ledger);
+        return;
+      }
+      problems.at(which) = refusal(ledger->begin(job, StationBench::start(QStringLiteral("L%1").arg(which))));
+    };
+    std::thread other(work, 1);
+    work(0);
+    other.join();
+    QCOMPARE(problems[0] + problems[1], QString());
+    const Ledger ledger = bench.open(LedgerAccess::kRead);
+    QVERIFY(StationBench::must(ledger.unit("L0")).isKnown && StationBench::must(ledger.unit("L1")).isKnown);
+    requireWhole(bench);
+  }
 }
 
 QTEST_GUILESS_MAIN(LedgerTest)
