@@ -12,7 +12,7 @@ TableSize sizeFor(int bytes) {
 
 device::Result<QByteArray> readWholeTable(const TableReader& read) {
   constexpr int kLongestTable = 512;
-  const auto start = read(TableSize::k256);
+  auto start = read(TableSize::k256);
   if (!start) {
     return start;
   }
