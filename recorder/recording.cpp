@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <fstream>
 #include <map>
 #include <set>
@@ -20,7 +21,7 @@ constexpr std::size_t kMaxLine = 4 * kMaxBufferSize + 4096;
 /// Goes through the parts of one recording.
 class Walker {
  public:
-  explicit Walker(const Visit& visit) : visit_(visit) {}
+  explicit Walker(const Visit& visit, unsigned firstPart = 1) : visit_(visit) { walk_.firstPart = firstPart; }
 
   void walkPart(std::istream& stream, unsigned part) {
     place_ = {part, 0};
@@ -71,19 +72,24 @@ class Walker {
     }
     PartMark part;
     Line read = readLine(std::string(text) + "}", part);
-    check(read, part, before, text);
+    const bool isWhole = check(read, part, before, text);
     hash_.add(line);
     hash_.add("\n");
     ++walk_.lines;
-    visit_(place_, std::move(read));
+    if (isWhole) {
+      visit_(place_, std::move(read));
+    }
   }
 
-  void check(const Line& line, const PartMark& part, const std::string& before, std::string_view text) {
+  bool lacksItsBeginning() const { return walk_.firstPart > 1; }
+
+  /// @return false for the end of a call whose beginning is gone
+  bool check(const Line& line, const PartMark& part, const std::string& before, std::string_view text) {
     if (std::holds_alternative<Header>(line) != (place_.line == 1)) {
       throw LineError(place_.line == 1 ? "the recording does not begin with its header" : "there is a second header");
     }
     if (std::holds_alternative<Header>(line) &&
-        (part.part != place_.part || (place_.part > 1 && part.follows != before))) {
+        (part.part != place_.part || (place_.part > walk_.firstPart && part.follows != before))) {
       throw LineError(place_.part == 1 ? "this is not the first part of a recording"
                                        : "this part does not follow the one before it");
     }
@@ -96,19 +102,22 @@ class Walker {
         throw LineError("the call has begun before");
       }
     } else if (const auto* end = std::get_if<EndLine>(&line)) {
-      if (underWay_.erase(end->number) == 0) {
+      const bool isKnown = underWay_.erase(end->number) != 0;
+      if (!isKnown && !lacksItsBeginning()) {
         throw LineError("a call ends that is not under way");
       }
       ++walk_.ended;
+      return isKnown;
     } else if (const auto* progress = std::get_if<ProgressLine>(&line)) {
       checkPlace(progress->place);
     } else if (const auto* footer = std::get_if<FooterLine>(&line)) {
       checkFooter(*footer, text);
     }
+    return true;
   }
 
   void checkPlace(const CallPlace& place) const {
-    if (place.after > walk_.ended) {
+    if (place.after > walk_.ended && !lacksItsBeginning()) {
       throw LineError("it comes after more calls than have ended");
     }
   }
@@ -141,8 +150,9 @@ class Collector {
 
   void add(LinePlace place, Line&& line) {
     if (auto* header = std::get_if<Header>(&line)) {
-      if (place.part == 1) {
+      if (!hasHeader_) {
         recording_.header = std::move(*header);
+        hasHeader_ = true;
       }
     } else if (auto* call = std::get_if<CallLine>(&line)) {
       recording_.calls.push_back({call->place, std::move(call->image), call->took, place, place, ++ended_});
@@ -175,7 +185,31 @@ class Collector {
   Recording& recording_;
   std::map<std::uint64_t, std::size_t> underWay_;
   std::uint64_t ended_ = 0;
+  bool hasHeader_ = false;
 };
+
+/// The lowest part that is there; 1 when none is.
+unsigned firstPartOf(const std::filesystem::path& file) {
+  std::error_code error;
+  if (std::filesystem::exists(file, error)) {
+    return 1;
+  }
+  const std::string stem = utf8Of(file.filename()) + ".";
+  unsigned first = 0;
+  for (std::filesystem::directory_iterator entry(file.has_parent_path() ? file.parent_path() : ".", error), end;
+       !error && entry != end; entry.increment(error)) {
+    const std::string name = utf8Of(entry->path().filename());
+    unsigned part = 0;
+    const char* const last = name.data() + name.size();
+    if (name.rfind(stem, 0) == 0) {
+      const auto [read, problem] = std::from_chars(name.data() + stem.size(), last, part);
+      if (problem == std::errc() && read == last && part > 1 && (first == 0 || part < first)) {
+        first = part;
+      }
+    }
+  }
+  return first == 0 ? 1 : first;
+}
 
 template <typename Source>
 tl::expected<Recording, RecordingError> collect(Source& source, const std::filesystem::path& file) {
@@ -212,10 +246,14 @@ tl::expected<Walk, RecordingError> walkRecording(std::istream& stream, const std
   return walk;
 }
 
-tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& file, const Visit& visit) {
-  Walker walker(visit);
+tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& file, const Visit& visit, Parts parts) {
+  const unsigned first = firstPartOf(file);
+  if (first > 1 && parts == Parts::kAll) {
+    return failure(utf8Of(file), 0, "the parts before " + utf8Of(partOf(file, first)) + " were removed to save space");
+  }
+  Walker walker(visit, first);
   std::string name;
-  for (unsigned part = 1;; ++part) {
+  for (unsigned part = first;; ++part) {
     const std::filesystem::path path = partOf(file, part);
     name = utf8Of(path);
     std::error_code ignored;
@@ -240,8 +278,8 @@ tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& fi
   return walk;
 }
 
-tl::expected<Recording, RecordingError> readRecording(const std::filesystem::path& file) {
-  const auto source = [&](const Visit& visit) { return walkRecording(file, visit); };
+tl::expected<Recording, RecordingError> readRecording(const std::filesystem::path& file, Parts parts) {
+  const auto source = [&](const Visit& visit) { return walkRecording(file, visit, parts); };
   return collect(source, file);
 }
 

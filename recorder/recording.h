@@ -59,6 +59,7 @@ using Line = std::variant<Header, CallLine, BeginLine, EndLine, ProgressLine, Fo
 
 /// What was found by going through a recording.
 struct Walk {
+  unsigned firstPart = 1;  ///< higher when those before it were removed
   unsigned parts = 0;
   std::uint64_t lines = 0;
   std::uint64_t ended = 0;              ///< calls that ended
@@ -70,9 +71,15 @@ struct Walk {
 
 using Visit = std::function<void(LinePlace, Line&&)>;
 
-/// Goes through all parts of a recording line by line, in constant memory, and
-/// holds each line against all before it.
-tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& file, const Visit& visit);
+/// A long recording keeps its newest parts only. What remains can be looked at, but
+/// not replayed or redacted.
+enum class Parts { kAll, kRemaining };
+
+/// Goes through the parts of a recording line by line, in constant memory, and holds
+/// each line against all before it. Where parts remain that were not the first, the
+/// end of a call is left out whose beginning is gone.
+tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& file, const Visit& visit,
+                                                 Parts parts = Parts::kAll);
 
 /// The same for a recording of one part.
 /// @param name what errors call it
@@ -106,7 +113,7 @@ struct Recording {
   std::string textOf(LinePlace place) const;
 };
 
-tl::expected<Recording, RecordingError> readRecording(const std::filesystem::path& file);
+tl::expected<Recording, RecordingError> readRecording(const std::filesystem::path& file, Parts parts = Parts::kAll);
 tl::expected<Recording, RecordingError> readRecording(std::istream& stream, const std::string& name);
 
 /// A path as UTF-8.

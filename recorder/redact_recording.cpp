@@ -39,6 +39,7 @@ class RedactingWriter {
     }
   }
 
+  bool hasBegun() const { return file_.has_value(); }
   bool wasRedacted() const { return wasRedacted_; }
   const std::string& failure() const { return failure_; }
 
@@ -72,7 +73,7 @@ tl::expected<void, RecordingError> redactRecording(const std::filesystem::path& 
     return {};
   }
   // What exists already belongs to somebody else.
-  const bool isOurs = writer->failure().rfind("cannot create", 0) != 0;
+  const bool isOurs = writer->hasBegun() && writer->failure().rfind("cannot create", 0) != 0;
   writer.reset();
   if (isOurs) {
     std::error_code ignored;

@@ -38,6 +38,10 @@ std::string headOf(const Recording& recording) {
   }
   text += "Calls:     " + std::to_string(recording.calls.size()) + " in " + std::to_string(threads.size()) +
           " threads, " + std::to_string(recording.progress.size()) + " progress callbacks\n";
+  if (recording.walk.firstPart > 1) {
+    text += "Parts:     from " + std::to_string(recording.walk.firstPart) +
+            " on; those before were removed to save space\n";
+  }
   if (!recording.walk.complete) {
     text += "The recording ends without its last line: the program did not end in order, or the disk was full.\n";
   }

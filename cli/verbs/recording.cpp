@@ -15,8 +15,8 @@ QString textOf(const std::string& text) { return QString::fromStdString(text); }
 
 Failure refusal(const recorder::RecordingError& error) { return {ExitCode::kRefused, textOf(error.text())}; }
 
-recorder::Recording wholeRecording(const QString& file) {
-  auto recording = recorder::readRecording(pathOf(file));
+recorder::Recording recordingIn(const QString& file) {
+  auto recording = recorder::readRecording(pathOf(file), recorder::Parts::kRemaining);
   if (!recording) {
     throw refusal(recording.error());
   }
@@ -24,7 +24,7 @@ recorder::Recording wholeRecording(const QString& file) {
 }
 
 void showRecording(Run& run, const Arguments& arguments) {
-  const recorder::Recording recording = wholeRecording(arguments.text("FILE"));
+  const recorder::Recording recording = recordingIn(arguments.text("FILE"));
   Document document("recording");
   document.addQuietly("file", arguments.text("FILE"));
   document.addQuietly("library", textOf(recording.header.library));
@@ -39,7 +39,8 @@ void showRecording(Run& run, const Arguments& arguments) {
 }
 
 void checkRecording(Run& run, const Arguments& arguments) {
-  const auto walk = recorder::walkRecording(pathOf(arguments.text("FILE")), [](auto, auto&&) {});
+  const auto walk = recorder::walkRecording(
+      pathOf(arguments.text("FILE")), [](auto, auto&&) {}, recorder::Parts::kRemaining);
   if (!walk) {
     throw refusal(walk.error());
   }
@@ -51,13 +52,17 @@ void checkRecording(Run& run, const Arguments& arguments) {
   Document document("recording");
   document.add("file", "Recording", arguments.text("FILE"));
   document.add("calls", "Calls", walk->ended + walk->underWay.size());
-  document.add("complete", "Complete", true, "yes, and unchanged");
+  document.add(
+      "complete", "Complete", true,
+      walk->firstPart == 1
+          ? QStringLiteral("yes, and unchanged")
+          : QStringLiteral("unchanged from part %1 on; those before were removed to save space").arg(walk->firstPart));
   run.finish(document);
 }
 
 void compareRecordings(Run& run, const Arguments& arguments) {
   const std::string differences =
-      recorder::differencesBetween(wholeRecording(arguments.text("A")), wholeRecording(arguments.text("B")));
+      recorder::differencesBetween(recordingIn(arguments.text("A")), recordingIn(arguments.text("B")));
   Document document("recording");
   document.addQuietly("file", arguments.text("A"));
   document.addQuietly("other", arguments.text("B"));
@@ -82,7 +87,7 @@ void redactFile(Run& run, const Arguments& arguments) {
 }
 
 void makeScenario(Run& run, const Arguments& arguments) {
-  const QByteArray scenario = QByteArray::fromStdString(recorder::scenarioOf(wholeRecording(arguments.text("FILE"))));
+  const QByteArray scenario = QByteArray::fromStdString(recorder::scenarioOf(recordingIn(arguments.text("FILE"))));
   if (arguments.has("output")) {
     writeResultFile(arguments.text("output"), scenario);
   } else {

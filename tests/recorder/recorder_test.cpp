@@ -320,12 +320,28 @@ class RecorderTest : public QObject {
     options.limits = {1000, 3};
     Recorder recorder(options);
     for (int i = 0; i < 200; ++i) {
-      THROUGH(recorder, openPort);
+      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
     }
     recorder.finish();
     const QStringList files = QDir(folder.path()).entryList(QDir::Files);
     QCOMPARE(files.size(), 3);
     QVERIFY(!files.contains("parts.jsonl"));
+
+    // They can be looked at; nobody takes them for all of it.
+    const auto remaining = recorder::readRecording(file, recorder::Parts::kRemaining);
+    QVERIFY2(remaining, remaining ? "" : remaining.error().text().c_str());
+    QVERIFY(remaining->walk.complete && remaining->walk.firstPart > 1);
+    QCOMPARE(remaining->walk.parts, remaining->walk.firstPart + 2);
+    QVERIFY(remaining->calls.size() > 3 && !remaining->header.salt.empty());
+    QCOMPARE(remaining->calls.back().place.number, std::uint64_t{200});
+    QVERIFY(remaining->calls.back().ending.has_value());
+    const auto first = recorder::partOf(file, remaining->walk.firstPart);
+    QCOMPARE(recorder::readRecording(file).error().text(),
+             recorder::utf8Of(file) + ": the parts before " + recorder::utf8Of(first) + " were removed to save space");
+    const auto all = recorder::walkRecording(file, [](auto, auto&&) {});
+    QVERIFY(!all);
+    std::filesystem::remove(recorder::partOf(file, remaining->walk.firstPart + 1));
+    QVERIFY(!recorder::readRecording(file, recorder::Parts::kRemaining));
   }
 
   void aFolderThatIsNotThereIsToldOnceAndTheProgramWorksOn() {

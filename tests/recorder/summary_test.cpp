@@ -178,6 +178,9 @@ class SummaryTest : public QObject {
     QVERIFY(!std::filesystem::exists(pathIn(folder, "twice.jsonl")));
     QVERIFY(contains(recorder::redactRecording(file, redacted).error().text(), "cannot create "));
     QVERIFY(std::filesystem::exists(redacted));
+    // Nor does a recording that is none cost somebody their file.
+    QVERIFY(!recorder::redactRecording(pathIn(folder, "missing.jsonl"), redacted));
+    QVERIFY(std::filesystem::exists(redacted));
   }
 
   void aRecordedDeviceBecomesAScenario() {
