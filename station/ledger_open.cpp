@@ -128,6 +128,18 @@ void useWriteAheadLog(Database& database) {
   }
 }
 
+/// While another process gives the file its name, Windows lets nobody else write.
+Database openForWriting(const QString& path) {
+  constexpr int kAttempts = 10;
+  for (int i = 1;; ++i) {
+    Database database(path, Database::Access::kWrite);
+    if (!database.isReadOnly() || i == kAttempts || !QFileInfo(path).isWritable()) {
+      return database;
+    }
+    QThread::msleep(50);
+  }
+}
+
 void requireLedgerFile(const QString& path) {
   const QFileInfo file(path);
   if (!file.exists()) {
@@ -181,8 +193,8 @@ OpenedLedger openLedger(const QString& path, LedgerAccess access, std::span<cons
   const int present = kFirstLedgerFormat + static_cast<int>(steps.size());
   const bool isNew = access == LedgerAccess::kWrite && !QFileInfo::exists(path) && createFile(path, steps);
   requireLedgerFile(path);
-  OpenedLedger opened{
-      Database(path, access == LedgerAccess::kWrite ? Database::Access::kWrite : Database::Access::kRead), isNew};
+  OpenedLedger opened{access == LedgerAccess::kWrite ? openForWriting(path) : Database(path, Database::Access::kRead),
+                      isNew};
   const int format = formatOf(opened.database, path, present);
   if (access == LedgerAccess::kRead) {
     if (format < present) {

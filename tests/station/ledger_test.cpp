@@ -3,7 +3,7 @@
 #include "tests/station/station_bench.h"
 
 #include <array>
-#include <barrier>
+#include <atomic>
 #include <sqlite3.h>
 #include <thread>
 
@@ -298,10 +298,13 @@ void LedgerTest::twoThatBeginALedgerAtOnceShareIt() {
   for (int round = 0; round < kRounds; ++round) {
     const StationBench bench;
     const Job job = bench.job();
-    std::barrier together(2);
+    std::atomic<int> ready = 0;
     std::array<QString, 2> problems;
     const auto work = [&](std::size_t which) {
-      together.arrive_and_wait();
+      ++ready;
+      while (ready < 2) {
+        std::this_thread::yield();
+      }
       auto ledger = Ledger::open(bench.ledgerPath(), LedgerAccess::kWrite);
       if (!ledger) {
         problems.at(which) = refusal(ledger);
