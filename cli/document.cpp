@@ -20,6 +20,14 @@ void Document::add(const QString& key, const QString& label, Value value, const 
 
 void Document::addQuietly(const QString& key, Value value) { rows_.push_back({key, {}, std::move(value), {}, {}, {}}); }
 
+QString joinedLines(const QStringList& lines) {
+  QStringList safe;
+  for (const QString& line : lines) {
+    safe << device::printable(line);
+  }
+  return safe.join(QLatin1Char('\n'));
+}
+
 void Document::addText(const QString& lines) { rows_.push_back({{}, {}, {}, lines, {}, {}}); }
 
 void Document::addUnread(const QString& key, const QString& label, const QString& reason) {

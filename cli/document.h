@@ -3,10 +3,15 @@
 #include "cli/value.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <vector>
 
 namespace cli {
+
+/// Lines for `Document::addText`; a line feed within one of them, from a device or a
+/// file, makes no line of its own.
+QString joinedLines(const QStringList& lines);
 
 /// The result of a command: named values in order, for people as lines
 /// "Label: text" and for programs as one JSON object. A value that could not be

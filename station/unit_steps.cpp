@@ -1,6 +1,7 @@
 #include "station/unit_steps.h"
 
 #include "edid/edid_calls.h"
+#include "edid/whole_table.h"
 #include "firmware/capture_burn.h"
 #include "firmware/capture_progress.h"
 #include "firmware/ext_mcu_upgrade.h"
@@ -60,10 +61,6 @@ device::Result<QString> textOf(const device::Result<device::ReportedText>& read)
 device::Result<QString> mcuVersionText() { return session::readMcuVersion().map(session::mainVersionText); }
 
 device::Result<QString> serialText() { return textOf(firmware::readSerialNumber()); }
-
-edid::TableSize sizeFor(int bytes) {
-  return bytes <= 256 ? edid::TableSize::k256 : bytes <= 384 ? edid::TableSize::k384 : edid::TableSize::k512;
-}
 
 StepReport failed(const QString& problem, const QString& before = {}) {
   return {StepEnding::kFailed, {}, before, {}, problem};
@@ -138,6 +135,26 @@ StepReport judgeVersion(const Agreed<QString>& found, const QString& wanted, con
   return {StepEnding::kDone, evidence, before, *found, {}};
 }
 
+/// Upgrades once the MCU answers: after a crash in mid-upgrade it may just be starting.
+firmware::UpgradeResult upgradeOnceThere(std::span<const std::uint8_t> image, const StepTools& tools) {
+  constexpr int kAttempts = 50;
+  constexpr auto kApart = 100ms;
+  const auto listener = [&tools](const firmware::UpgradeEvent& event) {
+    if (const auto* sent = std::get_if<firmware::BlockSent>(&event)) {
+      tools.progress(static_cast<int>((sent->block + 1) * 100 / sent->blocks));
+    }
+  };
+  firmware::UpgradeOptions options;
+  options.requireChecksum = true;
+  options.stopRequested = tools.stopRequested;
+  auto result = firmware::upgradeExtMcu(image, true, tools.pause, listener, options);
+  for (int i = 1; i < kAttempts && result.outcome == UpgradeOutcome::kNoKnownMcu && !tools.stopRequested(); ++i) {
+    tools.pause(kApart);
+    result = firmware::upgradeExtMcu(image, true, tools.pause, listener, options);
+  }
+  return result;
+}
+
 /// The library's callback gets no context.
 std::atomic<const StepTools*> burnUnderWay = nullptr;
 
@@ -184,7 +201,7 @@ Agreed<Identity> readIdentity() {
 
 Agreed<QByteArray> readTable(std::uint8_t slot, int bytes) {
   return agreed([slot, bytes] {
-    return edid::readFlashTable(slot, sizeFor(bytes)).map([bytes](const QByteArray& table) {
+    return edid::readFlashTable(slot, edid::sizeFor(bytes)).map([bytes](const QByteArray& table) {
       return table.left(bytes);
     });
   });
@@ -203,17 +220,9 @@ StepReport upgradeMcu(const QByteArray& image, const QString& expectedVersion, c
   if (before == expectedVersion) {
     return already(QStringLiteral("version"), before);
   }
-  const auto listener = [&tools](const firmware::UpgradeEvent& event) {
-    if (const auto* sent = std::get_if<firmware::BlockSent>(&event)) {
-      tools.progress(static_cast<int>((sent->block + 1) * 100 / sent->blocks));
-    }
-  };
-  firmware::UpgradeOptions options;
-  options.requireChecksum = true;
-  options.stopRequested = tools.stopRequested;
   const std::span bytes(reinterpret_cast<const std::uint8_t*>(image.constData()),
                         static_cast<std::size_t>(image.size()));
-  const auto result = firmware::upgradeExtMcu(bytes, true, tools.pause, listener, options);
+  const auto result = upgradeOnceThere(bytes, tools);
   if (result.outcome == UpgradeOutcome::kStopped) {
     return {StepEnding::kStopped, {}, before, {}, QStringLiteral("stopped behind the packet under way")};
   }

@@ -116,7 +116,7 @@ Document differences(const Value& first, const Value& second) {
   if (!unread.isNull()) {
     document.addQuietly("unread", unread);
   }
-  document.addText(lines.isEmpty() ? QString("no difference") : lines.join('\n'));
+  document.addText(lines.isEmpty() ? QString("no difference") : joinedLines(lines));
   return document;
 }
 

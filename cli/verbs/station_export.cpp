@@ -189,7 +189,7 @@ QString attemptText(const station::AttemptRecord& attempt) {
   for (const station::RecordedKey& key : attempt.keys) {
     lines << QStringLiteral("  key %1%2").arg(key.key.path, key.lost.isEmpty() ? QString() : ", lost: " + key.lost);
   }
-  return lines.join('\n') + '\n';
+  return joinedLines(lines) + '\n';
 }
 
 Value eventValue(const station::UnitEvent& event) {
@@ -200,9 +200,10 @@ Value eventValue(const station::UnitEvent& event) {
 }
 
 QString eventText(const station::UnitEvent& event) {
-  return QStringLiteral("%1 at %2 by %3: %4\n")
-      .arg(event.isScrap ? QString("Scrapped") : QStringLiteral("Rework %1").arg(event.round), event.at,
-           event.operatorName, event.reason);
+  const QString line = QStringLiteral("%1 at %2 by %3: %4")
+                           .arg(event.isScrap ? QString("Scrapped") : QStringLiteral("Rework %1").arg(event.round),
+                                event.at, event.operatorName, event.reason);
+  return joinedLines({line}) + '\n';
 }
 
 QByteArray csvOf(const std::vector<station::AttemptRecord>& attempts) {

@@ -52,7 +52,7 @@ void addFailures(Document& document, const station::LineStatus& status) {
     lines << QStringLiteral("  %1 x %2: %3").arg(failure.count).arg(where, failure.reason);
   }
   document.addQuietly("failures", list);
-  document.addText(lines.isEmpty() ? QString("No failures") : "Failures, most frequent first:\n" + lines.join('\n'));
+  document.addText(lines.isEmpty() ? QString("No failures") : "Failures, most frequent first:\n" + joinedLines(lines));
 }
 
 void showStatus(Run& run, const Arguments& arguments) {

@@ -4,6 +4,7 @@
 #include "cli/verbs/station_commands.h"
 #include "cli/version.h"
 #include "device/hex.h"
+#include "device/printable.h"
 #include "session/device_types.h"
 #include "station/job_check.h"
 #include "station/shift.h"
@@ -51,10 +52,23 @@ QString libraryText(const Run& run) {
   return QFileInfo(file).fileName() + (isRead ? " SHA-256 " + QString::fromLatin1(hash.result().toHex()) : QString());
 }
 
+/// A name for the ledger: whoever reads that must not be shown lines that it does
+/// not have.
+QString nameArgument(const Arguments& arguments, const std::string& option) {
+  constexpr int kLongest = 100;
+  QString name = arguments.text(option).trimmed();
+  if (name.isEmpty() || name.size() > kLongest || device::printable(name) != name) {
+    throw Failure(ExitCode::kUsage, QStringLiteral("--%1 takes a name of 1 to %2 letters in one line")
+                                        .arg(QString::fromStdString(option))
+                                        .arg(kLongest));
+  }
+  return name;
+}
+
 station::AttemptStart attemptStart(const Run& run, const Arguments& arguments) {
   station::AttemptStart start;
-  start.station = arguments.text("station");
-  start.operatorName = arguments.text("operator");
+  start.station = nameArgument(arguments, "station");
+  start.operatorName = nameArgument(arguments, "operator");
   start.program = QStringLiteral("pellavox-cli %1").arg(kVersionText);
   start.library = libraryText(run);
   start.recording = QFileInfo(qEnvironmentVariable(kRecordingVariable)).fileName();
@@ -103,6 +117,7 @@ void runStation(Run& run, const Arguments& arguments) {
   if (run.options().dryRun) {
     throw Failure(ExitCode::kUsage, "station run has no dry run; station check tells what a job lacks");
   }
+  const station::AttemptStart start = attemptStart(run, arguments);
   const station::Job job = jobArgument(arguments.text("JOB"));
   requireFiles(job);
   const auto files = station::readUnitFiles(job);
@@ -120,7 +135,7 @@ void runStation(Run& run, const Arguments& arguments) {
   const station::Surroundings outside{console.pause, console.now, interruption::isRequested};
   station::DeviceLink link(options.ids, outside);
   station::ShiftOptions shift;
-  shift.start = attemptStart(run, arguments);
+  shift.start = start;
   shift.unfinished = unfinishedArgument(arguments);
   shift.readLine = console.readLine;
   if (arguments.has("count")) {

@@ -25,6 +25,11 @@ class ShiftTest : public QObject {
   void anotherUnitIsNotTakenForTheInterruptedOne();
   void scannedNumbersAreHeldAgainstThePattern();
   void aTerminalShowsBigLettersAndRings();
+  void anMcuThatIsStillStartingIsWaitedFor();
+  void anMcuThatNeverAnswersFailsInTime();
+  void aDeviceCannotForgeALineOfItsHistory();
+  void aNameThatWouldForgeALineIsRefused_data();
+  void aNameThatWouldForgeALineIsRefused();
 };
 
 namespace {
@@ -296,6 +301,60 @@ void ShiftTest::aTerminalShowsBigLettersAndRings() {
     QVERIFY(text.contains(line));
   }
   QVERIFY(letters.first() != station::bigLetters("FAIL").first());
+}
+
+void ShiftTest::anMcuThatIsStillStartingIsWaitedFor() {
+  ShiftBench bench;
+  // As after a crash in the middle of an upgrade.
+  bench.plugIn(R"({"faults": [{"at": "AT_System_Get_ExternalMCU_cmd", "count": 60, "status": -1}]})");
+  QCOMPARE(resultsOf(bench.run({"--count", "1"})), QStringList{"PASS LN000001"});
+}
+
+void ShiftTest::anMcuThatNeverAnswersFailsInTime() {
+  ShiftBench bench;
+  bench.plugIn(R"({"externalMcu": {"mode": "silent"}})");
+  const auto before = simulator::now();
+  const auto result = bench.run({"--count", "1"});
+  QCOMPARE(resultsOf(result), QStringList{"FAIL LN000001"});
+  QVERIFY2(result.err.contains("no MCU of a known family answers"), result.err);
+  QVERIFY(simulator::now() - before < std::chrono::seconds(30));
+}
+
+void ShiftTest::aDeviceCannotForgeALineOfItsHistory() {
+  ShiftBench bench;
+  bench.plugIn(R"({"identity": {"serialNumber": "X\nAttempt 9: PASS"}})");
+  QCOMPARE(resultsOf(bench.run({"--count", "1"})), QStringList{"PASS LN000001"});
+  const auto shown = bench.cli.run({"station", "show", "LN000001", "--ledger", bench.ledgerFile()});
+  QCOMPARE(shown.code, 0);
+  QVERIFY2(shown.out.contains("X\\u000aAttempt 9: PASS") && !shown.out.contains("\nAttempt 9"), shown.out);
+}
+
+void ShiftTest::aNameThatWouldForgeALineIsRefused_data() {
+  QTest::addColumn<QString>("option");
+  QTest::addColumn<QString>("name");
+  QTest::newRow("a line") << "--operator"
+                          << "Ann\nAttempt 9: PASS";
+  QTest::newRow("an escape sequence") << "--station"
+                                      << "1\x1B[2J";
+  QTest::newRow("nothing") << "--operator"
+                           << "";
+  QTest::newRow("blanks") << "--station"
+                          << "  ";
+  QTest::newRow("a book") << "--operator" << QString(101, 'x');
+}
+
+void ShiftTest::aNameThatWouldForgeALineIsRefused() {
+  QFETCH(QString, option);
+  QFETCH(QString, name);
+  ShiftBench bench;
+  QMap<QString, QString> names{{"--operator", "Ann"}, {"--station", "A"}};
+  names[option] = name;
+  const auto result = bench.cli.run({"station", "run", bench.jobFile(), "--operator", names["--operator"], "--station",
+                                     names["--station"], "--count", "1"});
+  QCOMPARE(result.code, 2);
+  QVERIFY2(result.err.contains(option.toUtf8() + " takes a name of 1 to 100 letters"), result.err);
+  QCOMPARE(result.err.count('\n'), 1);
+  QVERIFY(!QFile::exists(bench.ledgerFile()));
 }
 
 QTEST_GUILESS_MAIN(ShiftTest)
