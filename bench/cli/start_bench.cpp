@@ -3,6 +3,8 @@
 /// that does the least that is needed. Prints medians and their ratios; ends with
 /// 1 when a program fails, never because of a time.
 /// Usage: cli_start_bench [PAIRS]
+#include "bench/pairs.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -11,7 +13,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <vector>
 
 namespace {
 
@@ -35,32 +36,11 @@ double millisecondsOf(const Program& program) {
   return time;
 }
 
-double median(std::vector<double> times) {
-  std::sort(times.begin(), times.end());
-  return times[times.size() / 2];
-}
-
-struct Medians {
-  double whole = 0;  // of our program
-  double least = 0;
-  double pairs = 0;  // of the differences
-};
-
-Medians measure(const Program& ours, const Program& least, int pairs) {
+Pairs measure(const Program& ours, const Program& least, int count) {
   millisecondsOf(ours);  // what is read from the disk once
   millisecondsOf(least);
-  std::vector<double> whole;
-  std::vector<double> other;
-  std::vector<double> differences;
-  for (int i = 0; i < pairs; ++i) {
-    // Each goes first as often as the other.
-    const double first = millisecondsOf(i % 2 == 0 ? ours : least);
-    const double second = millisecondsOf(i % 2 == 0 ? least : ours);
-    whole.push_back(i % 2 == 0 ? first : second);
-    other.push_back(i % 2 == 0 ? second : first);
-    differences.push_back(whole.back() - other.back());
-  }
-  return {median(whole), median(other), median(differences)};
+  return measurePairs(
+      count, [&ours] { return millisecondsOf(ours); }, [&least] { return millisecondsOf(least); });
 }
 
 }  // namespace
@@ -71,12 +51,12 @@ int main(int argc, char** argv) {
   const QDir folder(QCoreApplication::applicationDirPath());
   const Program version{folder.filePath("pellavox-cli"), {"--version"}};
   const Program info{folder.filePath("pellavox-cli"), {"info"}};
-  const Medians start = measure(version, {folder.filePath("qt_core_start"), {}}, pairs);
+  const Pairs start = measure(version, {folder.filePath("qt_core_start"), {}}, pairs);
   std::printf("pellavox-cli --version: %.2f ms, a program that loads Qt Core: %.2f ms, ratio %.2f (at most 3)\n",
-              start.whole, start.least, start.whole / start.least);
-  const Medians work = measure(info, {folder.filePath("info_calls"), {}}, pairs);
+              start.ours, start.least, start.ours / start.least);
+  const Pairs work = measure(info, {folder.filePath("info_calls"), {}}, pairs);
   std::printf("pellavox-cli info: %.2f ms, its library calls alone: %.2f ms, ratio %.2f, %.2f ms more (at most 5)\n",
-              work.whole, work.least, work.whole / work.least, work.pairs);
+              work.ours, work.least, work.ours / work.least, work.more);
   std::printf("Medians of %d pairs of whole processes, taken in turn.\n", pairs);
   return 0;
 }

@@ -11,7 +11,6 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
-#include <cstring>
 
 namespace {
 
@@ -38,7 +37,7 @@ BENCHMARK(buildDataPacket);
 
 std::vector<std::uint8_t> sampleTable() {
   for (const samples::Sample& sample : samples::all()) {
-    if (std::strcmp(sample.name, "edid-1080p.bin") == 0) {
+    if (sample.name == "edid-1080p.bin") {
       return {sample.content.begin(), sample.content.end()};
     }
   }

@@ -3,6 +3,8 @@
 /// what they need at rest: whole processes, in turn, on the X server that DISPLAY
 /// names. Prints medians, and ratios to the first program.
 /// Usage: first_paint ROUNDS IDLE_SECONDS PROGRAM...
+#include "bench/pairs.h"
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -141,11 +143,6 @@ double wakeUps(pid_t pid) {
     sum += number(thread.path() / "status", "voluntary_ctxt_switches");
   }
   return sum;
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 void measure(Display& display, const std::string& program, Figures& figures) {

@@ -4,6 +4,7 @@
 /// device's own time does not pass, but for the burn.
 /// Usage: window_bench [PAIRS [BURNS]]
 #include "app/main_window.h"
+#include "bench/pairs.h"
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/control/control.h"
 #include "simulator/samples/samples.h"
@@ -39,25 +40,12 @@ double millisecondsOf(const std::function<void()>& work) {
   return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
 void compare(const char* what, int pairs, const char* limit, const std::function<void()>& ours,
              const std::function<void()>& calls) {
-  std::vector<double> whole;
-  std::vector<double> least;
-  std::vector<double> more;
-  for (int i = 0; i < pairs; ++i) {
-    const double first = millisecondsOf(i % 2 == 0 ? ours : calls);
-    const double second = millisecondsOf(i % 2 == 0 ? calls : ours);
-    whole.push_back(i % 2 == 0 ? first : second);
-    least.push_back(i % 2 == 0 ? second : first);
-    more.push_back(whole.back() - least.back());
-  }
-  std::printf("%-28s %9.4f ms, the library's calls alone %9.4f ms: %.4f ms more (%s)\n", what, median(whole),
-              median(least), median(more), limit);
+  const Pairs found = measurePairs(
+      pairs, [&ours] { return millisecondsOf(ours); }, [&calls] { return millisecondsOf(calls); });
+  std::printf("%-28s %9.4f ms, the library's calls alone %9.4f ms: %.4f ms more (%s)\n", what, found.ours, found.least,
+              found.more, limit);
 }
 
 void connectCalls(std::uint32_t product) {
@@ -184,7 +172,7 @@ int main(int argc, char** argv) {
 
   const QTemporaryDir folder;
   for (const samples::Sample& sample : samples::all()) {
-    if (QLatin1String(sample.name) == QLatin1String("capture-kvr-7.img")) {
+    if (QString::fromStdString(sample.name) == QLatin1String("capture-kvr-7.img")) {
       samples::write(sample, folder.path().toStdU16String());
     }
   }

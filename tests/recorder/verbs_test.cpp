@@ -2,6 +2,7 @@
 /// record, replay and recording of the command line, as users start them.
 #include "simulator/samples/samples.h"
 #include "tests/recorder/command_line.h"
+#include "tests/support/program_run.h"
 #include "tests/support/test_files.h"
 
 #include <QFile>
@@ -124,10 +125,10 @@ class RecordingVerbsTest : public QObject {
     const QString file = folder.filePath("verb.jsonl");
     const QStringList command =
         QStringList{"--", COMMAND_LINE} + QString(words).replace("DIR", folder.path()).split(' ');
-    const Ended recorded = run(QStringList{"record", "-o", file} + command, device);
+    const EndedProcess recorded = run(QStringList{"record", "-o", file} + command, device);
     QVERIFY2(recorded.code == 0, recorded.err);
     QFile::remove(folder.filePath("read.bin"));
-    const Ended replayed = run(QStringList{"replay", file} + command, withoutDevice());
+    const EndedProcess replayed = run(QStringList{"replay", file} + command, withoutDevice());
     QVERIFY2(replayed.code == 0, replayed.err);
     QCOMPARE(withoutMoment(replayed.out), withoutMoment(recorded.out));
     QVERIFY2(contentOf(file).count("\"kind\":\"call\"") > 2, contentOf(file));
@@ -151,7 +152,7 @@ class RecordingVerbsTest : public QObject {
     const QString file = folder.filePath("recording.jsonl");
     writeFile(file, content);
     for (const char* word : {"--version", "info"}) {
-      const Ended ended = run({"replay", file, "--", COMMAND_LINE, word}, withoutDevice());
+      const EndedProcess ended = run({"replay", file, "--", COMMAND_LINE, word}, withoutDevice());
       QCOMPARE(ended.code, 5);
       QVERIFY2(ended.err.contains(place), ended.err);
       QCOMPARE(ended.err.count('\n'), 1);
@@ -163,12 +164,12 @@ class RecordingVerbsTest : public QObject {
     const QTemporaryDir folder;
     const QString file = folder.filePath("info.jsonl");
     run({"record", "-o", file, "--", COMMAND_LINE, "info"}, QProcessEnvironment::systemEnvironment());
-    const Ended other = run({"replay", file, "--", COMMAND_LINE, "audio"}, withoutDevice());
+    const EndedProcess other = run({"replay", file, "--", COMMAND_LINE, "audio"}, withoutDevice());
     QCOMPARE(other.code, 11);
     QVERIFY2(other.err.contains("difference at "), other.err);
     QVERIFY2(other.err.contains("expected: AT_Get_Customer_Ver()"), other.err);
 
-    const Ended again = run({"record", "-o", file, "--", COMMAND_LINE, "info"}, withoutDevice());
+    const EndedProcess again = run({"record", "-o", file, "--", COMMAND_LINE, "info"}, withoutDevice());
     QCOMPARE(again.code, 5);
     QVERIFY2(again.err.contains("exists already"), again.err);
   }
@@ -179,13 +180,14 @@ class RecordingVerbsTest : public QObject {
     const QString file = folder.filePath("window.jsonl");
     const QString script =
         "click BN_Connect;print LB_Message;print lb_FW_VER_QX;print lb_Main_VER_QX;print label_IManufacturer;close";
-    const Ended recorded = run({"record", "-o", file, "--", PROGRAM}, scriptEnvironment(PLUGINS, script));
+    const EndedProcess recorded = run({"record", "-o", file, "--", PROGRAM}, scriptEnvironment(PLUGINS, script));
     QVERIFY2(recorded.code == 0, recorded.err);
     QVERIFY2(recorded.out.contains("LB_Message=Device Connected"), recorded.out);
-    const Ended replayed = run({"replay", file, "--", PROGRAM}, scriptEnvironment(PLUGINS, script, withoutDevice()));
+    const EndedProcess replayed =
+        run({"replay", file, "--", PROGRAM}, scriptEnvironment(PLUGINS, script, withoutDevice()));
     QVERIFY2(replayed.code == 0, replayed.err);
     QCOMPARE(replayed.out, recorded.out);
-    const Ended check = run({"recording", "check", file}, withoutDevice());
+    const EndedProcess check = run({"recording", "check", file}, withoutDevice());
     QVERIFY2(check.code == 0, check.err);
   }
 #endif

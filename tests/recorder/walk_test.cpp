@@ -40,11 +40,12 @@ class RecordingWalkTest : public QObject {
     const QString file = folder.filePath("walk.jsonl");
     const QString shown = folder.filePath("pictures");
     const QStringList walk{"--", WALKTHROUGH, "--files", folder.filePath("files"), shown};
-    const Ended recorded = run(QStringList{"record", "-o", file} + walk, QProcessEnvironment::systemEnvironment());
+    const EndedProcess recorded =
+        run(QStringList{"record", "-o", file} + walk, QProcessEnvironment::systemEnvironment());
     QVERIFY2(recorded.code == 0, recorded.out + recorded.err);
     QVERIFY2(recorded.out.contains("Everything expected appeared."), recorded.out);
     QVERIFY(QDir().rename(shown, folder.filePath("recorded")));
-    const Ended replayed = run(QStringList{"replay", "--recorded-speed", file} + walk, withoutDevice());
+    const EndedProcess replayed = run(QStringList{"replay", "--recorded-speed", file} + walk, withoutDevice());
     QVERIFY2(replayed.code == 0, replayed.out + replayed.err);
     QCOMPARE(withoutPercentage(replayed.out), withoutPercentage(recorded.out));
 

@@ -4,7 +4,7 @@
 /// they must be.
 /// Usage: station_killed_units [COUNT [SEED]]
 #include "station/ledger_verify.h"
-#include "tests/station/full_disk.h"
+#include "tests/station/failing_vfs.h"
 #include "tests/station/shift_bench.h"
 #include "tests/support/seeded_random.h"
 
@@ -24,7 +24,8 @@ namespace {
 /// Arguments: --work JOB STATE_FILE UNIT WRITES READ_ONLY
 int work(const QStringList& arguments) {
   if (const long writes = arguments[5].toLong(), readOnly = arguments[6].toLong(); writes >= 0 || readOnly != 0) {
-    full_disk::use(writes, readOnly != 0);
+    failing_vfs::install();
+    failing_vfs::plan = {static_cast<int>(writes), SQLITE_FULL, readOnly != 0};
   }
   const QByteArray scenario = QStringLiteral(R"({"stateFile": "%1", "identity": {"serialNumber": "FAB%2"}})")
                                   .arg(arguments[3], arguments[4])
