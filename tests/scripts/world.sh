@@ -34,7 +34,8 @@ tool xvfb-run <<<'while [[ $1 == -* ]]; do [[ $1 == -s ]] && shift; shift; done;
 tool c++ <<<'echo "${COMPILER_VERSION:-12 2 0}"'
 tool other-c++ <<<'echo "14 0 6"'
 
-# Configures and builds as far as the scripts can tell.
+# Configures and builds as far as the scripts can tell. With BUILT_PROGRAMS, a folder of
+# programs is what it has built.
 tool cmake <<'END'
 if [[ $1 == --version ]]; then
   echo "cmake version ${CMAKE_IS:-3.25.1}"
@@ -50,6 +51,7 @@ elif [[ $1 == --preset ]]; then
   touch "build/$2/build.ninja"
 else
   [[ -z ${BUILDING_FAILS:-} ]] || { printf '[1/2] good\nFAILED: bad.o\nbad.cpp:1: error: bad\n'; exit 1; }
+  [[ -z ${BUILT_PROGRAMS:-} ]] || { ln -sfn "$BUILT_PROGRAMS" "build/$3/bin"; exit; }
   mkdir -p "build/$3/bin"
   for program in Pellavox pellavox-walkthrough pellavox-samples; do
     printf '#!/bin/bash\necho "%s $* in $(basename "$PWD") platform=${QT_QPA_PLATFORM:-} scenario=${RTICE_SIMULATOR_SCENARIO:-}" >>"$CALLS"\n' \
