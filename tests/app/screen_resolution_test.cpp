@@ -33,24 +33,29 @@ class VirtualScreen {
   QString name_;
 };
 
+/// What the program prints when a script operates its window on a screen.
+QByteArray runOn(const VirtualScreen& screen, const QString& script) {
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  for (const char* const variable : {"QT_FONT_DPI", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"}) {
+    environment.remove(variable);
+  }
+  environment.insert("QT_QPA_PLATFORM", "xcb");
+  environment.insert("DISPLAY", screen.name());
+  const ProgramRun run = runScript(PROGRAM, PLUGINS, script, environment);
+  if (!run.ended || run.exitCode != 0) {
+    qFatal("the program failed: %s", run.errors.constData());
+  }
+  return run.output;
+}
+
 /// The program's window, as the screen of that resolution has it.
 QImage pictureAt(int dpi) {
   static std::map<int, QImage> pictures;
   if (pictures.count(dpi) == 0) {
     const VirtualScreen screen(dpi);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char* const variable :
-         {"QT_QPA_PLATFORM", "QT_FONT_DPI", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"}) {
-      environment.remove(variable);
-    }
-    environment.insert("QT_QPA_PLATFORM", "xcb");
-    environment.insert("DISPLAY", screen.name());
     const QString file = QStringLiteral(PICTURES "/%1-dpi.png").arg(dpi);
     QFile::remove(file);
-    const ProgramRun run = runScript(PROGRAM, PLUGINS, "click BN_Connect;picture " + file + ";close", environment);
-    if (!run.ended || run.exitCode != 0) {
-      qFatal("the program failed: %s", run.errors.constData());
-    }
+    runOn(screen, "click BN_Connect;picture " + file + ";close");
     pictures[dpi] = QImage(file).convertToFormat(QImage::Format_RGB32);
   }
   return pictures[dpi];
@@ -136,6 +141,11 @@ class ScreenResolutionTest : public QObject {
   void aResolutionBetweenLooksLikeItsQuarter() {
     QVERIFY(pictureAt(100) == pictureAt(96));
     QVERIFY(pictureAt(109) == pictureAt(120));
+  }
+
+  void theWindowIsPaintedWithoutOpenGl() {
+    const VirtualScreen screen(96);
+    QCOMPARE(runOn(screen, "surface;close").trimmed(), QByteArray("surface=raster"));
   }
 };
 

@@ -48,6 +48,8 @@ unsigned callsUnderWay() {
 //   print NAME         prints "NAME=<text>" of a label
 //   showpages          puts the pages without a tab behind those that have one
 //   icon               prints "icon=<sizes>" of the window's icon
+//   surface            prints "surface=raster" or "surface=other": what the window
+//                      is painted on
 //   picture PATH       saves what the screen shows of the window, once it does
 //   wait MS            waits
 //   close              closes the window
@@ -142,6 +144,10 @@ class Probe : public QObject {
         std::printf("%dx%d ", size.width(), size.height());
       }
       std::printf("\n");
+      std::fflush(stdout);
+    } else if (verb == "surface") {
+      const bool isRaster = window.windowHandle()->surfaceType() == QSurface::RasterSurface;
+      std::printf("surface=%s\n", isRaster ? "raster" : "other");
       std::fflush(stdout);
     } else if (verb == "picture") {
       window.repaint();
