@@ -20,15 +20,24 @@ QString hexId(std::uint32_t id) { return QStringLiteral("%1").arg(id, 4, 16, QLa
 
 QString idText(const device::UsbIds& ids) { return hexId(ids.vid) + ':' + hexId(ids.pid); }
 
-Failure notOpened(const session::OpenFailure& reason, const Globals& options) {
+/// @param problem what the library says of it itself; empty = nothing
+Failure notOpened(const session::OpenFailure& reason, const Globals& options, const QString& problem) {
   static constexpr const char* kSteps[] = {"initialize", "setDevice", "openPort"};
+  const QString status = QStringLiteral("%1 returned status %2")
+                             .arg(QLatin1String(kSteps[static_cast<std::size_t>(reason.step)]))
+                             .arg(reason.status);
   Failure failure(ExitCode::kNoDevice,
-                  QStringLiteral("cannot open %1 (%2): %3 returned status %4")
-                      .arg(options.model, idText(options.ids), kSteps[static_cast<std::size_t>(reason.step)])
-                      .arg(reason.status));
+                  QStringLiteral("cannot open %1 (%2): %3")
+                      .arg(options.model, idText(options.ids), problem.isEmpty() ? status : problem));
   failure.details.set("step", kSteps[static_cast<std::size_t>(reason.step)]);
   failure.details.set("status", reason.status);
   return failure;
+}
+
+void showProblems(const Run& run) {
+  gate::tellProblemsTo([err = run.console().err](const std::string& line) {
+    err("pellavox-cli: " + QByteArray::fromStdString(line) + '\n');
+  });
 }
 
 }  // namespace
@@ -48,6 +57,7 @@ void loadLibrary(Run& run) {
     throw failure;
   }
   gate::refuseChanges(run.options().dryRun);
+  showProblems(run);
   observeCalls(run);
 }
 
@@ -81,6 +91,7 @@ DeviceHold::DeviceHold(Run& run, std::chrono::steady_clock::time_point deadline)
 
 DeviceHold::~DeviceHold() {
   gate::observe({});
+  gate::tellProblemsTo({});
   gate::refuseChanges(false);
 }
 
@@ -97,14 +108,18 @@ DeviceSession::~DeviceSession() {
 }
 
 void DeviceSession::open() {
+  // Told in the one line that ends the command. The library says it at the first try only.
+  const auto problem = std::make_shared<QString>();
+  gate::tellProblemsTo([problem](const std::string& line) { *problem = QString::fromStdString(line); });
   while (true) {
     const auto opened = session::openSession(run_.options().ids);
     if (opened) {
+      showProblems(run_);
       isOpen_ = true;
       return;
     }
     if (run_.console().now() >= deadline_) {
-      throw notOpened(opened.error(), run_.options());
+      throw notOpened(opened.error(), run_.options(), *problem);
     }
     run_.stopIfInterrupted();
     run_.console().pause(kTryAgainAfter);

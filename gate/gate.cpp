@@ -18,6 +18,19 @@ std::string oneLine(std::string text) {
   return text;
 }
 
+void passProblemOn(const char* line) {
+  if (const auto& tell = Table::instance().tellProblem) {
+    tell(line);
+  }
+}
+
+void connectProblems() {
+  const Table& table = Table::instance();
+  if (table.setProblemListener != nullptr) {
+    table.setProblemListener(table.tellProblem ? &passProblemOn : nullptr);
+  }
+}
+
 }  // namespace
 
 std::string LoadError::text() const {
@@ -45,6 +58,9 @@ tl::expected<void, LoadError> load(const std::filesystem::path& file) {
     }
   }
   Table::instance().functions = functions;
+  Table::instance().setProblemListener =
+      reinterpret_cast<void (*)(void (*)(const char*))>(library->find("pellavoxTellProblemsTo"));
+  connectProblems();
   return {};
 }
 
@@ -53,6 +69,11 @@ bool isLoaded() { return Table::instance().functions.front() != nullptr; }
 void refuseChanges(bool refuse) { Table::instance().refusesChanges = refuse; }
 
 unsigned refusedCalls() { return Table::instance().refusedCalls; }
+
+void tellProblemsTo(std::function<void(const std::string&)> tell) {
+  Table::instance().tellProblem = std::move(tell);
+  connectProblems();
+}
 
 void observe(Observer observer) { Table::instance().observer = std::move(observer); }
 

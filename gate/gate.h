@@ -45,6 +45,12 @@ void refuseChanges(bool refuse);
 /// How many calls have been refused since the program started. Any thread.
 unsigned refusedCalls();
 
+/// Sets who is told, in one line without a line feed, why a library that stands in for
+/// the device's own cannot be used; empty = the library says it on standard error. Such
+/// a library exports `pellavoxTellProblemsTo`. Must not run while one of the 44 functions
+/// does; `tell` runs on the thread that called the library.
+void tellProblemsTo(std::function<void(const std::string& line)> tell);
+
 /// Told of each call that reached the library, on the caller's thread.
 using Observer =
     std::function<void(const device::OperationDescription&, std::int32_t result, std::chrono::nanoseconds duration)>;

@@ -25,6 +25,13 @@
 #define SIMULATOR_API __attribute__((visibility("default")))
 #endif
 
+/// From here on whatever keeps the simulated device from being used, a mistake in its
+/// scenario or state file, is said to `tell` instead of on standard error. C, so that a
+/// program that loads the library at run time can find it by its name.
+/// @param tell gets one line without a line feed, valid during the call, on the thread
+///             that called the library; null = standard error again
+extern "C" SIMULATOR_API void pellavoxTellProblemsTo(void (*tell)(const char* line));
+
 namespace simulator {
 
 /// Replaces the device by the embedded default one, as when the process had

@@ -2,10 +2,10 @@
 
 #include "device/operations.h"
 #include "simulator/device/status.h"
+#include "simulator/library/problem.h"
 #include "simulator/scenario/scenario.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <stdexcept>
 #include <thread>
 
@@ -42,7 +42,7 @@ Library::Library() : device_(std::make_shared<Device>()) {
       install(readScenarioFile(path));
     }
   } catch (const std::runtime_error& error) {
-    std::fprintf(stderr, "%s\n", error.what());
+    tellProblem(error.what());
     scenarioFailed_ = true;
   }
   if (std::filesystem::path state = statePathFromEnvironment(); !state.empty()) {
@@ -84,7 +84,7 @@ std::int32_t Library::recall() {
     // Said once, however often a program tries.
     if (refusal_ != error.what()) {
       refusal_ = error.what();
-      std::fprintf(stderr, "%s\n", error.what());
+      tellProblem(error.what());
     }
     return error.status();
   }
@@ -100,7 +100,7 @@ void Library::remember() {
     memory_->save(*device_);
   } catch (const StateFileError& error) {
     // Said once; the next session asks for the file anew.
-    std::fprintf(stderr, "%s\n", error.what());
+    tellProblem(error.what());
     memory_.reset();
   }
 }

@@ -105,17 +105,34 @@ class ProcessTest : public QObject {
     QCOMPARE(runProgram({"info"}).code, 0);
   }
 
-  void aDamagedStateFileIsToldOnce() {
+  void aDeviceThatCannotBeUsedIsToldInOneLine_data() {
+    QTest::addColumn<QByteArray>("variable");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("damaged state") << QByteArray("RTICE_SIMULATOR_STATE")
+                                   << ": is no state file, or a damaged one; delete it or name another one";
+    QTest::newRow("bad scenario") << QByteArray("RTICE_SIMULATOR_SCENARIO") << ":1: not valid JSON: .*";
+  }
+  void aDeviceThatCannotBeUsedIsToldInOneLine() {
+    QFETCH(QByteArray, variable);
+    QFETCH(QString, line);
     const QTemporaryDir folder;
-    QFile state(folder.filePath("state"));
-    QVERIFY(state.open(QIODevice::WriteOnly));
-    state.write("no state file");
-    state.close();
-    qputenv("RTICE_SIMULATOR_STATE", state.fileName().toLocal8Bit());
+    QFile file(folder.filePath("file"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("no state file");
+    file.close();
+    qputenv(variable.constData(), file.fileName().toLocal8Bit());
     const EndedProcess ended = runProgram({"--wait=0.5", "info"});
-    qunsetenv("RTICE_SIMULATOR_STATE");
+    const EndedProcess json = runProgram({"-j", "info"});
+    qunsetenv(variable.constData());
     QCOMPARE(ended.code, 3);
-    QVERIFY2(ended.err.count("is no state file") == 1, ended.err.constData());
+    const QString whole = "cannot open KVR-7 \\(5C19:6B03\\): [^\n]*file" + line;
+    QVERIFY2(QRegularExpression("^pellavox-cli: " + whole + "\n$").match(ended.err).hasMatch(), ended.err.constData());
+    QCOMPARE(json.err, QByteArray());
+    QString error;
+    QVERIFY2(QRegularExpression('^' + whole + '$')
+                 .match(cli::Value::fromJson(json.out, &error)["message"].text())
+                 .hasMatch(),
+             json.out.constData());
   }
 
 #ifndef _WIN32
