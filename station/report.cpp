@@ -3,6 +3,11 @@
 #include "station/database.h"
 #include "station/ledger_open.h"
 #include "station/ledger_rows.h"
+#include "station/reason_kind.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
 
 namespace station {
 namespace {
@@ -53,16 +58,23 @@ std::vector<RecordedKey> keysTakenIn(const Database& database, std::int64_t atte
 }
 
 std::vector<FailureCount> failuresSince(const Database& database, const SqlValue& since) {
-  // Of a group with max(), SQLite gives the other columns of that row.
   Statement rows = database.prepare(
       "SELECT result, coalesce((SELECT name FROM steps WHERE steps.attempt = ends.attempt AND outcome = 'failed' "
-      "ORDER BY seq DESC LIMIT 1), '') AS step, reason, count(*) AS times, max(seq) "
-      "FROM ends WHERE ended >= ? AND result <> 'PASS' GROUP BY result, step ORDER BY times DESC, result, step");
+      "ORDER BY seq DESC LIMIT 1), ''), coalesce(reason, ''), serial "
+      "FROM ends WHERE ended >= ? AND result <> 'PASS' ORDER BY seq");
   rows.with({since});
-  std::vector<FailureCount> failures;
+  std::map<std::array<QString, 3>, FailureCount> kinds;
   while (rows.next()) {
-    failures.push_back({rows.text(0), rows.text(1), rows.text(2), rows.number(3)});
+    const QString kind = kindOfReason(rows.text(2), rows.text(3));
+    FailureCount& failure = kinds[{rows.text(0), rows.text(1), kind}];
+    failure = {rows.text(0), rows.text(1), kind, rows.text(2), failure.count + 1};
   }
+  std::vector<FailureCount> failures;
+  for (const auto& [key, failure] : kinds) {
+    failures.push_back(failure);
+  }
+  std::stable_sort(failures.begin(), failures.end(),
+                   [](const FailureCount& a, const FailureCount& b) { return a.count > b.count; });
   return failures;
 }
 

@@ -65,7 +65,8 @@ LedgerResult<std::vector<UnitEvent>> eventsOf(const Ledger& ledger, const QStrin
 struct FailureCount {
   QString result;  ///< "FAIL", ...
   QString step;    ///< the last one that failed; empty = none did
-  QString reason;  ///< of the latest of them
+  QString kind;    ///< the reason without what differs from unit to unit
+  QString reason;  ///< of the latest of them, in full
   std::int64_t count = 0;
 };
 

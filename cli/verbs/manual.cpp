@@ -26,6 +26,8 @@ constexpr std::array kExitLines{
     ExitLine{8, "another instance holds the device"},
     ExitLine{9, "the device needs recovery; the next command is printed"},
     ExitLine{10, "confirmation missing or declined"},
+    ExitLine{11, "a replay, a recording or a ledger is not as it was recorded"},
+    ExitLine{12, "the ledger of a station cannot be used"},
     ExitLine{130, "interrupted before any write"},
 };
 

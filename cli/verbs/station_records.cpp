@@ -46,10 +46,13 @@ void addFailures(Document& document, const station::LineStatus& status) {
   Value::List list;
   QStringList lines;
   for (const station::FailureCount& failure : status.failures) {
-    list.emplace_back(Value::Members{
-        {"result", failure.result}, {"step", failure.step}, {"reason", failure.reason}, {"count", failure.count}});
+    list.emplace_back(Value::Members{{"result", failure.result},
+                                     {"step", failure.step},
+                                     {"kind", failure.kind},
+                                     {"reason", failure.reason},
+                                     {"count", failure.count}});
     const QString where = failure.step.isEmpty() ? failure.result : failure.result + " at " + failure.step;
-    lines << QStringLiteral("  %1 x %2: %3").arg(failure.count).arg(where, failure.reason);
+    lines << QStringLiteral("  %1 x %2: %3").arg(failure.count).arg(where, failure.kind);
   }
   document.addQuietly("failures", list);
   document.addText(lines.isEmpty() ? QString("No failures") : "Failures, most frequent first:\n" + joinedLines(lines));

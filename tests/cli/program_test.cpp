@@ -1,7 +1,36 @@
+#include "cli/program.h"
+
 #include "cli/device_lock.h"
+#include "cli/parse.h"
 #include "tests/cli/cli_bench.h"
 
+#include <QFile>
 #include <QtTest>
+
+#include <set>
+
+namespace {
+
+/// Those that print no document of ours: a script, a page, what another program prints,
+/// a file.
+const QStringList kWithoutDocument{"record",     "replay", "recording redact", "recording to-scenario",
+                                   "completion", "manual"};
+
+/// The commands, by their whole names, that do something and that `used` lacks.
+QStringList commandsWithoutLine(const cli::Command& command, const QString& path,
+                                const std::set<const cli::Command*>& used) {
+  QStringList missing;
+  for (const cli::Command& child : command.commands) {
+    const QString name = path + QString::fromStdString(child.name);
+    if (child.action && used.count(&child) == 0) {
+      missing << name;
+    }
+    missing << commandsWithoutLine(child, name + ' ', used);
+  }
+  return missing;
+}
+
+}  // namespace
 
 /// What holds for all verbs: options, errors, confirmation, life.
 class ProgramTest : public QObject {
@@ -9,6 +38,36 @@ class ProgramTest : public QObject {
 
  private slots:
   void init() { bench_.renew(); }
+
+  // Those lines are run, and their documents held against the schemas, by a test of
+  // their own: a verb without one would go unchecked.
+  void eachVerbHasALineInTheTestOfTheSchemas() {
+    QFile lines(SCHEMA_LINES);
+    QVERIFY(lines.open(QIODevice::ReadOnly | QIODevice::Text));
+    std::set<const cli::Command*> used;
+    for (const QString& line : QString::fromUtf8(lines.readAll()).split('\n', Qt::SkipEmptyParts)) {
+      const QStringList words = line.split(' ', Qt::SkipEmptyParts);
+      const auto parsed = cli::parse(cli::program(), words.mid(1));
+      if (const auto* invocation = std::get_if<cli::Invocation>(&parsed); words.front() == "0" && invocation) {
+        used.insert(invocation->command);
+      }
+    }
+    QCOMPARE(commandsWithoutLine(cli::program(), {}, used).join(", "), kWithoutDocument.join(", "));
+  }
+
+  void theManualExplainsEveryExitCode() {
+    const QByteArray page = bench_.run("manual").out;
+    int codes = 0;
+    for (int code = 0; code < 256; ++code) {
+      const auto known = static_cast<cli::ExitCode>(code);
+      if (known != cli::ExitCode::kFailed && cli::exitCodeName(known) == cli::exitCodeName(cli::ExitCode::kFailed)) {
+        continue;
+      }
+      ++codes;
+      QVERIFY2(page.contains(".TP\n\\fB" + QByteArray::number(code) + "\\fR\n"), QByteArray::number(code).constData());
+    }
+    QVERIFY(codes > 10);
+  }
 
   void aWrongCommandLineTouchesNothing_data() {
     QTest::addColumn<QString>("line");

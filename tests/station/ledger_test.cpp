@@ -1,4 +1,5 @@
 #include "station/ledger_verify.h"
+#include "station/reason_kind.h"
 #include "station/report.h"
 #include "tests/station/station_bench.h"
 
@@ -27,6 +28,9 @@ class LedgerTest : public QObject {
   void aKeyThatIsReplacedIsLost();
   void rowsCanNeitherBeChangedNorRemoved();
   void statusCountsAsSaid();
+  void failuresAreCountedByTheirKind();
+  void aReasonsKindLeavesOutTheUnit_data();
+  void aReasonsKindLeavesOutTheUnit();
   void twoThatBeginALedgerAtOnceShareIt();
 };
 
@@ -291,6 +295,55 @@ void LedgerTest::statusCountsAsSaid() {
   QCOMPARE(status.failures[0].count, std::int64_t{2});
   QCOMPARE(status.failures[1].step, QString("serial"));
   QCOMPARE(StationBench::must(statusOf(ledger, QDateTime::currentDateTimeUtc().addSecs(3600))).units, std::int64_t{0});
+}
+
+void LedgerTest::failuresAreCountedByTheirKind() {
+  const StationBench bench;
+  Ledger ledger = bench.open();
+  const auto fail = [&](const QString& serial, const QString& reason) {
+    const Attempt attempt = begun(ledger, bench.job(), serial);
+    StationBench::must(ledger.end(attempt.id, {UnitResult::kError, reason, {}, {}, {}}));
+  };
+  const QString swapped = "before mcu another unit answers: its serial number is \"%1\" instead of \"%2\"";
+  fail("L1", swapped.arg("L1", "L9"));
+  fail("L2", "the unit does not answer before key: status -5");
+  fail("L3", swapped.arg("L3", "FAB"));
+  fail("L4", swapped.arg("L4", "x 7"));
+  const auto failures = StationBench::must(statusOf(ledger, {})).failures;
+  QCOMPARE(failures.size(), std::size_t{2});
+  QCOMPARE(failures[0].count, std::int64_t{3});
+  QCOMPARE(failures[0].kind, QString(swapped).replace("\"%1\"", "...").replace("\"%2\"", "..."));
+  QCOMPARE(failures[0].reason, swapped.arg("L4", "x 7"));
+  QCOMPARE(failures[1].count, std::int64_t{1});
+  QCOMPARE(failures[1].kind, failures[1].reason);
+}
+
+void LedgerTest::aReasonsKindLeavesOutTheUnit_data() {
+  QTest::addColumn<QString>("reason");
+  QTest::addColumn<QString>("serial");
+  QTest::addColumn<QString>("kind");
+  const auto row = [](const char* reason, const char* serial, const char* kind) {
+    QTest::newRow(reason) << reason << serial << kind;
+  };
+  row("", "L1", "");
+  row("LN-AB was scrapped", "LN-AB", "... was scrapped");
+  row("slots was scrapped", "slot", "slots was scrapped");
+  row("the unit is FAB1 in the ledger, not LN000002", "FAB1", "the unit is ... in the ledger, not ...");
+  row("key: the device did not take the key (status -14)", "L1", "key: the device did not take the key (status -14)");
+  row("edid: slot 2: wrote 256 bytes, SHA-256 ef7b88a9..., but the device reads back 256 bytes, SHA-256 98b525bf...",
+      "L1", "edid: slot 2: wrote ... bytes, SHA-256 ..., but the device reads back ... bytes, SHA-256 ...");
+  row("mcu: written, but the version is v1.2 instead of v1.3", "L1",
+      "mcu: written, but the version is ... instead of ...");
+  row("/line/keys/7.key is not the file of the job: its SHA-256 is 0a1b", "L1",
+      "... is not the file of the job: its SHA-256 is ...");
+  row("serialNumber is \"L 1\" instead of \"L(2)\"; captureVersion cannot be read (status -5)", "L1",
+      "serialNumber is ... instead of ...; captureVersion cannot be read (status -5)");
+}
+void LedgerTest::aReasonsKindLeavesOutTheUnit() {
+  QFETCH(QString, reason);
+  QFETCH(QString, serial);
+  QFETCH(QString, kind);
+  QCOMPARE(kindOfReason(reason, serial), kind);
 }
 
 void LedgerTest::twoThatBeginALedgerAtOnceShareIt() {
