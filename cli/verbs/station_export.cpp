@@ -99,9 +99,11 @@ constexpr std::array kColumns{
     CsvColumn{"keys", &keysCell},
 };
 
-/// Quoted always. A text that a spreadsheet would take for a formula is one no longer.
+/// Quoted always. What a spreadsheet would take for a formula, in letters of either width,
+/// gets an apostrophe; so does what begins with one, so that it can be taken off again.
 QString csvCell(QString text) {
-  if (!text.isEmpty() && QStringLiteral("=+-@\t\r").contains(text.front())) {
+  static const QString marks = QStringLiteral("=+-@\t\r\n'\uFF1D\uFF0B\uFF0D\uFF20");
+  if (!text.isEmpty() && marks.contains(text.front())) {
     text.prepend('\'');
   }
   return '"' + text.replace('"', "\"\"") + '"';
