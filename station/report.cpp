@@ -70,6 +70,7 @@ std::vector<FailureCount> failuresSince(const Database& database, const SqlValue
     failure = {rows.text(0), rows.text(1), kind, rows.text(2), failure.count + 1};
   }
   std::vector<FailureCount> failures;
+  failures.reserve(kinds.size());
   for (const auto& [key, failure] : kinds) {
     failures.push_back(failure);
   }
