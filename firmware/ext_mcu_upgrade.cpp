@@ -1,6 +1,7 @@
 #include "firmware/ext_mcu_upgrade.h"
 
 #include "device/boot_packet.h"
+#include "device/prompt_sleep.h"
 
 #include <algorithm>
 #include <array>
@@ -230,6 +231,7 @@ UpgradeResult upgrade(std::span<const std::uint8_t> image, bool connected, const
   if (!connected) {
     return {.outcome = UpgradeOutcome::kNotConnected};
   }
+  const device::PromptSleep promptSleep;
   return Upgrade(image, pause, listener, options).run();
 }
 

@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <vector>
 
+#if defined(Q_OS_LINUX)
+#include <sys/prctl.h>
+#endif
+
 using namespace firmware;
 using device::BootCommand;
 using simulator::McuFault;
@@ -52,6 +56,23 @@ class UpgradeEventsTest : public QObject {
 
  private slots:
   void init() { startMcu("application"); }
+
+#if defined(Q_OS_LINUX)
+  void pausesEndAsSoonAsTheyCanAndOthersAsBefore() {
+    prctl(PR_SET_TIMERSLACK, 70'000UL);
+    int slack = -1;
+    firmware::upgradeExtMcu(
+        shortImage(), true,
+        [&slack](std::chrono::milliseconds time) {
+          slack = std::max(slack, prctl(PR_GET_TIMERSLACK));
+          simulator::advanceTime(time);
+        },
+        [](const UpgradeEvent&) {});
+    QCOMPARE(slack, 1);
+    QCOMPARE(prctl(PR_GET_TIMERSLACK), 70'000);
+    prctl(PR_SET_TIMERSLACK, 0UL);  // as it was
+  }
+#endif
 
   void aGoodUpgradeTellsOfEveryStepAndBlock() {
     const UpgradeResult result = upgrade(Image(200, 0x78));
