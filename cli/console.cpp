@@ -1,5 +1,6 @@
 #include "cli/console.h"
 
+#include "cli/interruption.h"
 #include "device/library_name.h"
 
 #include <QCoreApplication>
@@ -90,6 +91,7 @@ Console processConsole() {
   console.columns = terminalColumns().value_or(console.columns);
   console.usesColour = qEnvironmentVariableIsEmpty("NO_COLOR");
   console.pause = [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); };
+  console.rest = interruption::waitForRequest;
   console.now = [] { return std::chrono::steady_clock::now(); };
   // Set where a recording is made or replayed.
   console.library = qEnvironmentVariable("PELLAVOX_LIBRARY");

@@ -24,6 +24,8 @@ struct Console {
   bool showsErrorsAtTerminal = false;
   bool usesColour = false;  ///< NO_COLOR is not set
   std::function<void(std::chrono::milliseconds)> pause;
+  /// Pauses, but not beyond a request to end.
+  std::function<void(std::chrono::nanoseconds)> rest;
   std::function<std::chrono::steady_clock::time_point()> now;
   QString library;     ///< the device library's path, unless an option names another
   QString lockFolder;  ///< where locks against a second instance lie

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 /// Ctrl-C and requests to end, noted rather than obeyed at once: the command
 /// under way looks at the note where it can stop.
 namespace cli::interruption {
@@ -9,6 +11,10 @@ void watch();
 
 /// Whether there was one. Any thread.
 bool isRequested();
+
+/// Pauses until there is one, or until the time is over; wakes for nothing else. One
+/// thread at a time.
+void waitForRequest(std::chrono::nanoseconds atMost);
 
 /// Notes one, or takes the note back. Async-signal-safe.
 void request(bool requested = true);

@@ -70,15 +70,6 @@ void print(Run& run, const Document& document) {
   }
 }
 
-// In small steps, so that Ctrl-C is heeded soon.
-void pauseFor(const Run& run, std::chrono::milliseconds time) {
-  const auto end = run.console().now() + time;
-  while (!interruption::isRequested() && run.console().now() < end) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - run.console().now());
-    run.console().pause(std::clamp(left, 1ms, 50ms));
-  }
-}
-
 // A port whose device was unplugged meanwhile stays dead.
 void openAnew(DeviceSession& session) {
   try {
@@ -106,7 +97,7 @@ void watch(Run& run, const Arguments& arguments) {
     if (i + 1 == count) {
       return;
     }
-    pauseFor(run, interval);
+    run.console().rest(interval);
     if (!document.isComplete()) {
       openAnew(session);
     }

@@ -78,6 +78,9 @@ class CliBench {
         onPause();
       }
     };
+    console.rest = [&console](std::chrono::nanoseconds time) {
+      console.pause(std::chrono::duration_cast<std::chrono::milliseconds>(time));
+    };
     console.now = [] { return std::chrono::steady_clock::time_point(simulator::now()); };
     console.library = DEVICE_LIBRARY;
     console.lockFolder = folder_.path();

@@ -9,6 +9,24 @@
 #include <csignal>
 #endif
 
+#ifdef __linux__
+/// How often the threads of a process have gone to sleep.
+static long timesAsleep(qint64 process) {
+  long sum = 0;
+  const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
+  for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    QFile status(threads.filePath(thread + "/status"));
+    if (!status.open(QIODevice::ReadOnly)) {
+      qFatal("cannot read %s", qPrintable(status.fileName()));
+    }
+    const QByteArray text = status.readAll();
+    const QByteArray name("\nvoluntary_ctxt_switches:");
+    sum += text.mid(text.indexOf(name) + name.size()).simplified().split(' ').first().toLong();
+  }
+  return sum;
+}
+#endif
+
 /// The program as users start it: a process, with the simulated device beside it.
 class ProcessTest : public QObject {
   Q_OBJECT
@@ -88,6 +106,23 @@ class ProcessTest : public QObject {
     const EndedProcess ended = runProgram({"serial", "set", "A"}, "y\n");
     QCOMPARE(ended.code, 10);
   }
+
+#ifdef __linux__
+  void betweenTwoReadingsAWatchSleepsThroughUntilItIsInterrupted() {
+    QProcess process;
+    process.start(PROGRAM, {"watch", "serial", "--interval", "3600"});
+    QVERIFY(process.waitForReadyRead(30'000));
+    QTest::qWait(100);
+    const long before = timesAsleep(process.processId());
+    QTest::qWait(400);
+    // At most once: on a busy machine it may only now have gone to sleep.
+    QVERIFY(timesAsleep(process.processId()) - before <= 1);
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    QVERIFY(process.waitForFinished(30'000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+  }
+#endif
 
   void aSecondProcessIsToldAboutTheFirstUntilThatIsGone() {
     QProcess first;

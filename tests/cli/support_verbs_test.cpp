@@ -99,8 +99,8 @@ class SupportVerbsTest : public QObject {
       ++pauses;
       if (pauses == 1) {
         simulator::unplug();
-      } else if (pauses == 25) {
-        simulator::replug();  // behind the second reading
+      } else if (pauses == 2) {
+        simulator::replug();
       }
     };
     const auto result = bench_.run("-j watch serial --count 3");
