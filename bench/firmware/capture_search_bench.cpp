@@ -43,6 +43,18 @@ bool foundInMapping(const QTemporaryFile& file) {
                                     static_cast<std::size_t>(kText.size())) != nullptr;
 }
 
+/// A peer that is a program of its own; both take the same arguments.
+void search(const char* program, const QTemporaryFile& file) {
+  QProcess process;
+  process.start(QString::fromLatin1(program),
+                {QStringLiteral("-c"), QStringLiteral("-F"), QString::fromLatin1(kText), file.fileName()});
+  process.waitForFinished(-1);
+  if (process.error() == QProcess::FailedToStart) {
+    std::fprintf(stderr, "%s does not start; is it installed?\n", program);
+    std::exit(1);
+  }
+}
+
 void compare(const char* name, const QTemporaryFile& file, bool expected) {
   bool found = !expected;
   const auto before = peakMemoryKiB();
@@ -51,22 +63,16 @@ void compare(const char* name, const QTemporaryFile& file, bool expected) {
     found = image.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && firmware::containsText(image, kText);
   });
   const auto after = peakMemoryKiB();
-  const double greps = shortest([&] {
-    QProcess grep;
-    grep.start(QStringLiteral("grep"),
-               {QStringLiteral("-c"), QStringLiteral("-F"), QString::fromLatin1(kText), file.fileName()});
-    grep.waitForFinished(-1);
-    if (grep.error() == QProcess::FailedToStart) {
-      std::fprintf(stderr, "grep does not start; is it installed?\n");
-      std::exit(1);
-    }
-  });
+  const double greps = shortest([&] { search("grep", file); });
+  const double ripgreps = shortest([&] { search("rg", file); });
   const double mapped = shortest([&] { found = foundInMapping(file) == expected ? found : !expected; });
   std::printf(
-      "%-34s %8.2f ms; memmem over a mapping %8.2f ms, ratio %4.2f (at most 1.1); grep -c -F %8.2f ms, ratio "
-      "%4.2f; peak memory +%ld KiB (at most 1024)%s\n",
-      name, ours, mapped, ours / mapped, greps, ours / greps, after ? *after - *before : 0,
-      found == expected ? "" : "  WRONG ANSWER");
+      "%s: %.2f ms; peak memory +%ld KiB (at most 1024)%s\n"
+      "  memmem over a mapping %8.2f ms, ratio %.2f (at most 1.1)\n"
+      "  rg -c -F              %8.2f ms, ratio %.2f\n"
+      "  grep -c -F            %8.2f ms, ratio %.2f\n",
+      name, ours, after ? *after - *before : 0, found == expected ? "" : "  WRONG ANSWER", mapped, ours / mapped,
+      ripgreps, ours / ripgreps, greps, ours / greps);
   if (found != expected) {
     std::exit(1);
   }
@@ -91,24 +97,28 @@ void putAtEnd(QTemporaryFile& file) {
 
 }  // namespace
 
-/// The search for the model's name in a capture image, beside grep's on the
-/// same file (grep's time includes its start), the shortest of five runs each.
+/// The search for the model's name in a capture image, beside others' on the same file
+/// (the time of a program includes its start), the shortest of five runs each.
 /// Usage: capture_search_bench [MIB...]: sizes, 64 and 2048 without
 int main(int argc, char** argv) {
-  QTemporaryFile sparse;
-  fill(sparse, 0, {});
-  sparse.resize(2048 * kMiB);
-  putAtEnd(sparse);
-  compare("2 GiB sparse, text at the end", sparse, true);
-
-  QByteArray random(static_cast<int>(kMiB), '\0');
-  std::mt19937 generator(1);
-  std::generate(random.begin(), random.end(), [&generator] { return static_cast<char>(generator()); });
   std::vector<qint64> sizes;
   for (int i = 1; i < argc; ++i) {
     sizes.push_back(std::max(1, std::atoi(argv[i])));
   }
-  for (const qint64 mib : sizes.empty() ? std::vector<qint64>{64, 2048} : sizes) {
+  if (sizes.empty()) {
+    sizes = {64, 2048};
+  }
+
+  QTemporaryFile sparse;
+  fill(sparse, 0, {});
+  sparse.resize(sizes.back() * kMiB);
+  putAtEnd(sparse);
+  compare(qPrintable(QStringLiteral("%1 MiB sparse, text at the end").arg(sizes.back())), sparse, true);
+
+  QByteArray random(static_cast<int>(kMiB), '\0');
+  std::mt19937 generator(1);
+  std::generate(random.begin(), random.end(), [&generator] { return static_cast<char>(generator()); });
+  for (const qint64 mib : sizes) {
     for (const auto& [name, block] :
          {std::pair("zeros", QByteArray(static_cast<int>(kMiB), '\0')), std::pair("noise", random),
           std::pair("\"KVR-\"", QByteArray("KVR-").repeated(static_cast<int>(kMiB / 4)))}) {

@@ -1,6 +1,7 @@
 /// @file
 /// What recording costs: the same call with and without the recorder, and the
 /// size of recording and memory over a million calls.
+#include "recorder/line_text.h"
 #include "recorder/recorder.h"
 #include "tests/recorder/through.h"
 #include "tests/support/peak_memory.h"
@@ -62,6 +63,27 @@ void recorded(benchmark::State& state) {
   }
 }
 BENCHMARK(recorded)->Repetitions(9)->ReportAggregatesOnly();
+
+recorder::CallImage someCall() {
+  recorder::CallImage image;
+  image.operation = Operation::AT_Get_Customer_Ver;
+  image.outputs[0].bytes.assign({'V', '1', '.', '0', '3', '.', '0', '7', 0});
+  return image;
+}
+
+void writeALine(benchmark::State& state) {
+  const recorder::CallImage image = someCall();
+  recorder::CallPlace place{1, 1, 0, 1'000'000};
+  std::string line;
+  for (auto _ : state) {
+    line.clear();
+    ++place.number;
+    recorder::writeCall(line, place, image, 12'345);
+    benchmark::DoNotOptimize(line.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(line.size()));
+}
+BENCHMARK(writeALine)->Repetitions(9)->ReportAggregatesOnly();
 
 void aMillionCalls(benchmark::State& state) {
   for (auto _ : state) {

@@ -2,8 +2,9 @@
 /// How long programs take from their start to the first pixels in their window, and
 /// what they need at rest: whole processes, in turn, on the X server that DISPLAY
 /// names. Prints medians, and ratios to the first program.
-/// Usage: first_paint ROUNDS IDLE_SECONDS PROGRAM...
+/// Usage: first_paint ROUNDS IDLE_SECONDS PROGRAM...; 0 seconds to leave out the rest
 #include "bench/pairs.h"
+#include "bench/wake_ups.h"
 
 #include <algorithm>
 #include <chrono>
@@ -12,7 +13,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <poll.h>
 #include <set>
@@ -126,25 +126,6 @@ void stop(pid_t pid) {
   waitpid(pid, nullptr, 0);
 }
 
-/// A number of a file in /proc; lines are "NAME: NUMBER".
-double number(const std::filesystem::path& file, const std::string& name) {
-  std::ifstream stream(file);
-  for (std::string line; std::getline(stream, line);) {
-    if (line.starts_with(name + ':')) {
-      return std::strtod(line.c_str() + name.size() + 1, nullptr);
-    }
-  }
-  return 0;
-}
-
-double wakeUps(pid_t pid) {
-  double sum = 0;
-  for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
-    sum += number(thread.path() / "status", "voluntary_ctxt_switches");
-  }
-  return sum;
-}
-
 void measure(Display& display, const std::string& program, Figures& figures) {
   display.forgetEvents();
   const Clock::time_point begin = Clock::now();
@@ -155,7 +136,8 @@ void measure(Display& display, const std::string& program, Figures& figures) {
   }
   figures.paintMs.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());
   std::this_thread::sleep_for(500ms);  // at rest
-  figures.pssKiB.push_back(number("/proc/" + std::to_string(pid) + "/smaps_rollup", "Pss"));
+  const auto pss = procNumber("/proc/" + std::to_string(pid) + "/smaps_rollup", "Pss");
+  figures.pssKiB.push_back(static_cast<double>(pss));
   stop(pid);
 }
 
@@ -182,18 +164,18 @@ int main(int argc, char** argv) {
   for (std::size_t i = 0; i < programs.size(); ++i) {
     const double paint = median(figures[i].paintMs);
     const double pss = median(figures[i].pssKiB);
-    std::printf("%-14s first pixels after %7.1f ms, ratio %.2f; at rest %7.0f KiB (PSS), ratio %.2f\n",
+    std::printf("%-18s first pixels after %7.1f ms, ratio %.2f; at rest %7.0f KiB (PSS), ratio %.2f\n",
                 std::filesystem::path(programs[i]).filename().c_str(), paint, paint / median(figures[0].paintMs), pss,
                 pss / median(figures[0].pssKiB));
   }
   const int seconds = std::atoi(argv[2]);
-  for (const std::string& program : programs) {
+  for (const std::string& program : seconds > 0 ? programs : std::vector<std::string>()) {
     const pid_t pid = start(program);
     display.forgetEvents();
     std::this_thread::sleep_for(2s);
-    const double before = wakeUps(pid);
+    const long before = wakeUps(pid);
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    std::printf("%-14s %.0f wake-ups in %d s at rest\n", std::filesystem::path(program).filename().c_str(),
+    std::printf("%-18s %ld wake-ups in %d s at rest\n", std::filesystem::path(program).filename().c_str(),
                 wakeUps(pid) - before, seconds);
     stop(pid);
   }

@@ -2,7 +2,7 @@
 /// What the window adds to the device library's calls, one after the other in turn:
 /// a click on Read, on Connect, and a burn of the capture firmware. The simulated
 /// device's own time does not pass, but for the burn.
-/// Usage: window_bench [PAIRS [BURNS]]
+/// Usage: window_bench [PAIRS [BURNS [SPEED]]]: SPEED makes the device burn faster
 #include "app/main_window.h"
 #include "bench/pairs.h"
 #include "device/RTICE_SDK_x64.h"
@@ -29,6 +29,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace {
@@ -176,7 +177,13 @@ int main(int argc, char** argv) {
       samples::write(sample, folder.path().toStdU16String());
     }
   }
-  simulator::reset();  // and with it, real time
+  // And with it, real time.
+  const std::string error =
+      simulator::loadScenario(R"({"speedFactor": )" + std::string(argc > 3 ? argv[3] : "1") + "}");
+  if (!error.empty()) {
+    std::fprintf(stderr, "window_bench: %s\n", error.c_str());
+    return 1;
+  }
   connectCalls(0x6B03);
   compareBurn(window, folder.filePath(QStringLiteral("capture-kvr-7.img")), burns);
   return 0;
