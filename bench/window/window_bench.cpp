@@ -108,7 +108,7 @@ void compareRead(const MainWindow& window, int pairs) {
 }
 
 void chooseImage(const MainWindow& window, const QString& path) {
-  QTimer::singleShot(20, &window, [&window, path] {
+  QTimer::singleShot(20, &window, [path] {
     auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
     if (dialog == nullptr) {
       qFatal("there is no file dialog");
