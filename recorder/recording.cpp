@@ -255,14 +255,17 @@ tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& fi
   std::string name;
   for (unsigned part = first;; ++part) {
     const std::filesystem::path path = partOf(file, part);
-    name = utf8Of(path);
     std::error_code ignored;
     std::ifstream stream;
     if (std::filesystem::is_regular_file(path, ignored)) {
+      if (part > first && std::filesystem::file_size(path, ignored) == 0 && !ignored) {
+        break;  // the disk was full when it was begun: the recording is cut off there
+      }
+      name = utf8Of(path);
       stream.open(path, std::ios::binary);
     }
     if (!stream.is_open()) {
-      return failure(name, 0, part == 1 ? "the file cannot be read" : "this part of the recording is missing");
+      return failure(utf8Of(path), 0, part == 1 ? "the file cannot be read" : "this part of the recording is missing");
     }
     try {
       walker.walkPart(stream, part);

@@ -308,6 +308,12 @@ class RecorderTest : public QObject {
     QCOMPARE(recording.calls.size(), std::size_t{100});
     QVERIFY(contentOf(recorder::partOf(file, 2)).size() < 5000);
 
+    // As a disk that is full leaves it: the calls before can be looked at.
+    std::filesystem::resize_file(recorder::partOf(file, 2), 0);
+    const auto cut = recorder::readRecording(file);
+    QVERIFY(cut);
+    QVERIFY(!cut->walk.complete && !cut->calls.empty());
+    QCOMPARE(cut->walk.lastFile, recorder::utf8Of(file));
     std::filesystem::remove(recorder::partOf(file, 2));
     QCOMPARE(recorder::readRecording(file).error().text(),
              recorder::utf8Of(recorder::partOf(file, 2)) + ": this part of the recording is missing");

@@ -84,8 +84,8 @@ class ShiftBench {
     return bytes;
   }
 
-  void makeKeys(int count) {
-    for (int i = 1; i <= count; ++i) {
+  void makeKeys(int count, int first = 1) const {
+    for (int i = first; i < first + count; ++i) {
       cli.write(QStringLiteral("keys/key-%1.bin").arg(i, 5, 10, QLatin1Char('0')), key(i));
     }
   }

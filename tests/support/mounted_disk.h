@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+#include <cerrno>
+#include <cstring>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+/// What CTest is told of a test that the system does not allow.
+constexpr int kSkipped = 77;
+
+/// Gives this process and those it starts mounts of their own, which go with them. While
+/// there is one thread only.
+/// @return why that is impossible; empty = done
+inline QString enterOwnMounts() {
+  const auto reason = [](const char* what) { return QStringLiteral("%1: %2").arg(what, std::strerror(errno)); };
+  const uid_t user = geteuid();
+  const gid_t group = getegid();
+  if (unshare(CLONE_NEWNS | (user == 0 ? 0 : CLONE_NEWUSER)) != 0) {
+    return reason("cannot have mounts of its own");
+  }
+  if (user != 0) {
+    const auto write = [](const char* name, const QByteArray& text) {
+      QFile file(name);
+      return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+    };
+    if (!write("/proc/self/setgroups", "deny") ||
+        !write("/proc/self/uid_map", "0 " + QByteArray::number(user) + " 1") ||
+        !write("/proc/self/gid_map", "0 " + QByteArray::number(group) + " 1")) {
+      return reason("cannot be root of its own mounts");
+    }
+  }
+  // What is mounted here is seen nowhere else.
+  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    return reason("cannot keep its mounts to itself");
+  }
+  return {};
+}
+
+/// A small disk of its own, in memory, mounted at a folder while this lives.
+class MountedDisk {
+ public:
+  /// @param folder must exist
+  MountedDisk(const QString& folder, int kibibytes) : folder_(QFile::encodeName(folder)) {
+    const QByteArray size = "size=" + QByteArray::number(kibibytes) + "k";
+    isMounted_ = mount("none", folder_.constData(), "tmpfs", 0, size.constData()) == 0;
+    problem_ = isMounted_ ? QString() : QStringLiteral("cannot mount a disk: %1").arg(std::strerror(errno));
+  }
+  ~MountedDisk() {
+    if (isMounted_) {
+      umount2(folder_.constData(), MNT_DETACH);
+    }
+  }
+  MountedDisk(const MountedDisk&) = delete;
+  MountedDisk& operator=(const MountedDisk&) = delete;
+
+  /// Why there is none; empty = there is one.
+  QString problem() const { return problem_; }
+
+  bool setReadOnly(bool readOnly) {
+    return mount("none", folder_.constData(), nullptr, MS_REMOUNT | (readOnly ? MS_RDONLY : 0), nullptr) == 0;
+  }
+
+  /// Fills it up to so many free bytes, in blocks of 4 KiB.
+  bool fillUpTo(qint64 left) {
+    struct statvfs disk {};
+    if (statvfs(folder_.constData(), &disk) != 0) {
+      return false;
+    }
+    QFile ballast(QFile::decodeName(folder_ + "/ballast"));
+    const qint64 free = static_cast<qint64>(disk.f_bavail) * static_cast<qint64>(disk.f_bsize);
+    const QByteArray bytes(static_cast<int>(std::max<qint64>(free - left, 0)), 'x');
+    return ballast.open(QIODevice::WriteOnly) && ballast.write(bytes) == bytes.size() && ballast.flush();
+  }
+  void makeRoom() { QFile::remove(QFile::decodeName(folder_ + "/ballast")); }
+
+ private:
+  QByteArray folder_;
+  QString problem_;
+  bool isMounted_ = false;
+};
