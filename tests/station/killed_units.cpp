@@ -64,21 +64,30 @@ int work(const QStringList& arguments) {
   simulator::useVirtualTime();
   cli::Console console;
   console.out = [](const QByteArray& bytes) { return std::fputs(bytes.constData(), stdout) >= 0; };
-  console.err = [](const QByteArray& bytes) { std::fputs(bytes.constData(), stderr); };
+  // From where the unit comes in: what a kill meets before has nothing to do with it.
+  std::optional<std::chrono::steady_clock::time_point> start;
+  const long killAfter = arguments[7].toLong();
+  console.err = [&start, killAfter](const QByteArray& bytes) {
+    std::fputs(bytes.constData(), stderr);
+    if (!start && bytes.startsWith("Plug in ")) {
+      start = std::chrono::steady_clock::now();
+      if (killAfter >= 0) {
+        killMyselfAfter(std::chrono::microseconds(killAfter));
+      }
+    }
+  };
   console.readLine = [] { return std::optional<QString>(); };
   console.pause = [](std::chrono::milliseconds time) { simulator::advanceTime(time); };
   console.now = [] { return std::chrono::steady_clock::time_point(simulator::now()); };
   console.library = DEVICE_LIBRARY;
   console.lockFolder = QFileInfo(arguments[2]).path();
-  const auto start = std::chrono::steady_clock::now();
-  if (const long after = arguments[7].toLong(); after >= 0) {
-    killMyselfAfter(std::chrono::microseconds(after));
-  }
   const auto code = static_cast<int>(cli::run(
       {"station", "run", arguments[2], "--operator", "Ann", "--station", "A", "--count", "1", "--unfinished", "resume"},
       console));
-  const auto took = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
-  std::printf("took %lld\n", static_cast<long long>(took.count()));
+  if (start) {
+    const auto took = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - *start);
+    std::printf("took %lld\n", static_cast<long long>(took.count()));
+  }
   return code;
 }
 
