@@ -1,5 +1,6 @@
 #include "bench/pairs.h"
 #include "device/RTICE_SDK_x64.h"
+#include "device/prompt_sleep.h"
 #include "firmware/ext_mcu_upgrade.h"
 #include "firmware/upgrade_texts.h"
 #include "simulator/control/control.h"
@@ -8,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -84,6 +86,18 @@ void compare(const Family& family, int runs) {
               median(late), median(calls));
 }
 
+/// By how much a short pause ends late with nothing before and behind it: what no
+/// upgrade can be better than.
+double lateAlone(int sleeps) {
+  std::vector<double> late;
+  for (int i = 0; i < sleeps; ++i) {
+    const auto begin = std::chrono::steady_clock::now();
+    std::this_thread::sleep_for(5ms);
+    late.push_back(Milliseconds(std::chrono::steady_clock::now() - begin - 5ms).count());
+  }
+  return std::accumulate(late.begin(), late.end(), 0.0) / sleeps;
+}
+
 }  // namespace
 
 /// Upgrades in real time, and what the time went into; medians. The boot loader's work
@@ -105,6 +119,12 @@ int main(int argc, char** argv) {
   for (const Family& family : families) {
     compare(family, runs);
   }
+  const int sleeps = 70 * runs;
+  const double ordinary = lateAlone(sleeps);
+  const device::PromptSleep promptSleep;
+  const double prompt = lateAlone(sleeps);
+  std::printf("A sleep of 5 ms alone ends late by %.3f ms, as in an upgrade by %.3f ms; means of %d.\n", ordinary,
+              prompt, sleeps);
   std::printf(
       "Ratio: elapsed to pauses and device. Sleeps: all pauses, those between polls included; by how much they all\n"
       "ended late, and how long the library's calls took. Medians of %d.\n",
