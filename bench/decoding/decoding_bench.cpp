@@ -17,7 +17,7 @@ namespace {
 void decodeReceiverRecord(benchmark::State& state) {
   std::array<std::uint8_t, video::kRawTimingInfoBytes> bytes{};
   bytes.fill(1);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const auto record = video::readRawTimingInfo(bytes);
     for (int field = 0; field <= static_cast<int>(video::RxField::kHdrType); ++field) {
       benchmark::DoNotOptimize(video::fieldText(static_cast<video::RxField>(field), *record));
@@ -29,7 +29,7 @@ BENCHMARK(decodeReceiverRecord);
 void buildDataPacket(benchmark::State& state) {
   std::array<std::uint8_t, 64> payload{};
   payload.fill(0xA5);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(device::bootPacket(device::BootCommand::kData, payload));
   }
 }
@@ -49,7 +49,7 @@ void checkEdid(benchmark::State& state) {
   if (table.size() != 256) {
     state.SkipWithError("there is no sample table");
   }
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(edid::checkTable(table));
   }
 }
@@ -66,7 +66,7 @@ void searchImage(benchmark::State& state) {
     file.write(block);
   }
   file.flush();
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     file.seek(0);
     benchmark::DoNotOptimize(firmware::containsText(file, QByteArrayLiteral("KVR-7")));
   }

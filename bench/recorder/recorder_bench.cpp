@@ -49,7 +49,7 @@ void readVersion(Target& target) {
 
 void unrecorded(benchmark::State& state) {
   Direct direct;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     readVersion(direct);
   }
 }
@@ -58,7 +58,7 @@ BENCHMARK(unrecorded)->Repetitions(9)->ReportAggregatesOnly();
 void recorded(benchmark::State& state) {
   const QTemporaryDir folder;
   recorder::Recorder recorder(optionsIn(folder));
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     readVersion(recorder);
   }
 }
@@ -75,7 +75,7 @@ void writeALine(benchmark::State& state) {
   const recorder::CallImage image = someCall();
   recorder::CallPlace place{1, 1, 0, 1'000'000};
   std::string line;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     line.clear();
     ++place.number;
     recorder::writeCall(line, place, image, 12'345);
@@ -86,7 +86,7 @@ void writeALine(benchmark::State& state) {
 BENCHMARK(writeALine)->Repetitions(9)->ReportAggregatesOnly();
 
 void aMillionCalls(benchmark::State& state) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const QTemporaryDir folder;
     recorder::Recorder recorder(optionsIn(folder));
     for (int i = 0; i < 10'000; ++i) {
