@@ -60,7 +60,7 @@ std::vector<Bytes> memories() {
 
 }  // namespace
 
-class SimulatorLiesTest : public QObject {
+class SimulatorTransferFaultsTest : public QObject {
   Q_OBJECT
 
  private slots:
@@ -287,5 +287,5 @@ class SimulatorLiesTest : public QObject {
   }
 };
 
-QTEST_GUILESS_MAIN(SimulatorLiesTest)
-#include "lies_test.moc"
+QTEST_GUILESS_MAIN(SimulatorTransferFaultsTest)
+#include "transfer_faults_test.moc"
