@@ -74,8 +74,8 @@ std::chrono::nanoseconds now() {
   return Library::instance().withDevice([](const Device& device) { return device.clock.now(); });
 }
 
-void lie(const Lies& lies) {
-  Library::instance().withDevice([&lies](Device& device) { device.transfers.start(lies); });
+void setTransferFaults(const std::vector<Fault>& faults, std::uint64_t seed) {
+  Library::instance().withDevice([&](Device& device) { device.transfers.start(faults, seed); });
 }
 
 std::vector<Transfer> transfers() {
@@ -135,19 +135,6 @@ std::vector<std::uint8_t> captureFlash() {
 
 std::vector<std::uint8_t> hdcpKey() {
   return Library::instance().withDevice([](const Device& device) { return device.provisioning.key(); });
-}
-
-void addMcuFault(const McuFault& fault) {
-  constexpr std::array kMcuPoints{FaultPoint::kMcuTransfer, FaultPoint::kMcuReset, FaultPoint::kMcuSetBoot,
-                                  FaultPoint::kMcuPacket,   FaultPoint::kMcuStart, FaultPoint::kMcuAddress,
-                                  FaultPoint::kMcuData,     FaultPoint::kMcuFinish};
-  constexpr std::array kMcuEffects{FaultEffect::kNotAcknowledged, FaultEffect::kLost, FaultEffect::kDamage,
-                                   FaultEffect::kMisread, FaultEffect::kStaysBusy};
-  addFault({.at = kMcuPoints.at(static_cast<std::size_t>(fault.at)),
-            .first = fault.number,
-            .count = fault.count,
-            .what = kMcuEffects.at(static_cast<std::size_t>(fault.kind)),
-            .polls = fault.polls});
 }
 
 void clearMcuFaults() {

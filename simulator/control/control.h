@@ -100,12 +100,15 @@ SIMULATOR_API void advanceTime(std::chrono::nanoseconds by);
 /// The device's clock, counted from the last `reset`.
 SIMULATOR_API std::chrono::nanoseconds now();
 
-// ---- Lies ----------------------------------------------------------------
+// ---- Faults of transfers -------------------------------------------------
 
-/// From here to the next `reset` the device lies; `lie({})` ends the lies.
-/// @throws std::invalid_argument for a rate above 1000
-SIMULATOR_API void lie(const Lies& lies);
-/// All transfers since `lie`.
+/// Replaces all faults of transfers, counts transfers from 1 again, and starts a new
+/// record of them. An empty list ends the faults.
+/// @param faults at kTransfer, kRead or kWrite
+/// @param seed   decides what is drawn by lot
+/// @throws std::invalid_argument for another point, a `first` of 0 and a rate above 1000
+SIMULATOR_API void setTransferFaults(const std::vector<Fault>& faults, std::uint64_t seed = 1);
+/// All transfers since `setTransferFaults`.
 SIMULATOR_API std::vector<Transfer> transfers();
 
 // ---- I2C targets and GPIO ------------------------------------------------
@@ -156,8 +159,8 @@ SIMULATOR_API std::vector<std::uint8_t> hdcpKey();
 
 // ---- External MCU ----------------------------------------------------------
 
-SIMULATOR_API void addMcuFault(const McuFault& fault);
-/// Takes all these faults away; what they have done remains.
+/// Takes away all faults inside the MCU and on the bus to it; what they have done
+/// remains.
 SIMULATOR_API void clearMcuFaults();
 
 /// The MCU's flash from the family's first address on.

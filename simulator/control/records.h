@@ -51,7 +51,7 @@ enum class FaultEffect {
   kDamage,           ///< bytes arrive with flipped bits
   kMisread,          ///< bytes are read with flipped bits; of a packet: its checksum
   kShort,            ///< only the beginning of what is read arrives, which counts as success
-  kStaysBusy,        ///< the status stays busy for `polls` reads, or until power is cut
+  kBusy,             ///< the status stays busy for `polls` reads, or until power is cut
 };
 
 struct Fault {
@@ -71,42 +71,13 @@ struct Fault {
   unsigned polls = 0;  ///< of kBusy; 0 = until power is cut
 };
 
-/// Faults of transfers that are drawn by lot: rates in transfers of a thousand.
-struct Lies {
-  std::uint64_t seed = 1;    ///< decides, for the same calls, all faults
-  unsigned flipRead = 0;     ///< one to three bits of what is read are wrong
-  unsigned flipWrite = 0;    ///< one to three bits of the bytes that are written arrive wrong
-  unsigned shortRead = 0;    ///< only the beginning of what is read arrives, which counts as success
-  unsigned silentWrite = 0;  ///< a write, whatever it writes, succeeds and does nothing
-  /// How many transfers are acknowledged; all others fail. Unset = all are.
-  std::optional<unsigned> acknowledged = std::nullopt;
-};
-
 /// What came of a transfer.
 struct Transfer {
-  enum class Lie { kNone, kFlippedRead, kFlippedWrite, kShortRead, kSilentWrite, kNoAcknowledge };
-  std::size_t call = 0;  ///< number of its call, counted from 0 since `reset` as the calls began
-  Lie lie = Lie::kNone;
+  std::size_t call = 0;              ///< number of its call, counted from 0 since `reset` as the calls began
+  std::optional<FaultEffect> fault;  ///< what went wrong with it, if anything
   /// Of a read: the caller's buffer afterwards. Of a write: its bytes as they
   /// arrived; empty when they did not, and when the operation takes no bytes.
   std::vector<std::uint8_t> bytes;
-};
-
-/// A fault of the external MCU, or of the bus to it.
-struct McuFault {
-  enum class At { kTransfer, kReset, kSetBoot, kPacket, kStart, kAddress, kData, kFinish };
-  enum class Kind {
-    kNotAcknowledged,  ///< the MCU does not acknowledge and takes nothing
-    kLostReply,        ///< the MCU does its part, but the transfer is reported as failed
-    kDamage,           ///< a packet arrives with one bit flipped
-    kWrongChecksum,    ///< a packet is taken well, but its checksum reads back wrong
-    kStaysBusy,        ///< after set-boot or a packet, the status stays busy for `polls` reads
-  };
-  At at = At::kTransfer;
-  Kind kind = Kind::kNotAcknowledged;
-  unsigned number = 1;  ///< the first one concerned, counted from 1 since `reset`
-  unsigned count = 1;   ///< how many are concerned; 0 = all from there on
-  unsigned polls = 0;   ///< of kStaysBusy; 0 = until power is cut
 };
 
 }  // namespace simulator

@@ -260,10 +260,10 @@ bool ExternalMcu::writeToBootLoader(std::span<const std::uint8_t> bytes) {
   }
   state_ = State::kIdle;
   work(kSetBootTime);
-  if (fault && fault->what == FaultEffect::kStaysBusy) {
+  if (fault && fault->what == FaultEffect::kBusy) {
     busyPolls_ = fault->polls;
   }
-  return !fault || fault->what == FaultEffect::kStaysBusy;
+  return !fault || fault->what == FaultEffect::kBusy;
 }
 
 bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
@@ -295,8 +295,8 @@ bool ExternalMcu::receivePacket(std::span<const std::uint8_t> bytes) {
     while (checksum_ == packet.back() || checksum_ == static_cast<std::uint8_t>(sum)) {
       ++checksum_;
     }
-  } else if (has(FaultEffect::kStaysBusy)) {
-    busyPolls_ = (fault && fault->what == FaultEffect::kStaysBusy ? fault : ownFault)->polls;
+  } else if (has(FaultEffect::kBusy)) {
+    busyPolls_ = (fault && fault->what == FaultEffect::kBusy ? fault : ownFault)->polls;
   }
   if (has(FaultEffect::kMisread)) {
     ++checksum_;

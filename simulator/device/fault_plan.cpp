@@ -32,7 +32,7 @@ constexpr std::array<Effect, 10> kEffects{{
     {"damage", FaultEffect::kDamage},
     {"misread", FaultEffect::kMisread},
     {"short", FaultEffect::kShort},
-    {"busy", FaultEffect::kStaysBusy},
+    {"busy", FaultEffect::kBusy},
 }};
 
 /// A point, and what can happen there.
@@ -51,22 +51,24 @@ constexpr Point point(std::string_view name, FaultPoint at, std::initializer_lis
   return result;
 }
 
-using enum FaultEffect;
-constexpr Point kOperationPoint = point("", FaultPoint::kOperation, {kAnswer, kDelay, kUnplug});
+using What = FaultEffect;
+constexpr Point kOperationPoint = point("", FaultPoint::kOperation, {What::kAnswer, What::kDelay, What::kUnplug});
+constexpr std::initializer_list<FaultEffect> kOfPackets{What::kNotAcknowledged, What::kLost, What::kDamage,
+                                                        What::kMisread,         What::kBusy, What::kUnplug};
 constexpr std::array<Point, 13> kPoints{{
-    point("call", FaultPoint::kCall, {kAnswer, kDelay, kUnplug}),
-    point("transfer", FaultPoint::kTransfer, {kNotAcknowledged, kUnplug}),
-    point("read", FaultPoint::kRead, {kMisread, kShort}),
-    point("write", FaultPoint::kWrite, {kDamage, kIgnored}),
-    point("captureFlash", FaultPoint::kCaptureFlash, {kAnswer, kUnplug}, kFlashFault),
-    point("mcu.transfer", FaultPoint::kMcuTransfer, {kNotAcknowledged, kLost, kUnplug}),
-    point("mcu.reset", FaultPoint::kMcuReset, {kNotAcknowledged, kLost, kUnplug}),
-    point("mcu.setBoot", FaultPoint::kMcuSetBoot, {kNotAcknowledged, kLost, kStaysBusy, kUnplug}),
-    point("mcu.packet", FaultPoint::kMcuPacket, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
-    point("mcu.start", FaultPoint::kMcuStart, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
-    point("mcu.address", FaultPoint::kMcuAddress, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
-    point("mcu.data", FaultPoint::kMcuData, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
-    point("mcu.finish", FaultPoint::kMcuFinish, {kNotAcknowledged, kLost, kDamage, kMisread, kStaysBusy, kUnplug}),
+    point("call", FaultPoint::kCall, {What::kAnswer, What::kDelay, What::kUnplug}),
+    point("transfer", FaultPoint::kTransfer, {What::kNotAcknowledged, What::kUnplug}),
+    point("read", FaultPoint::kRead, {What::kMisread, What::kShort}),
+    point("write", FaultPoint::kWrite, {What::kDamage, What::kIgnored}),
+    point("captureFlash", FaultPoint::kCaptureFlash, {What::kAnswer, What::kUnplug}, kFlashFault),
+    point("mcu.transfer", FaultPoint::kMcuTransfer, {What::kNotAcknowledged, What::kLost, What::kUnplug}),
+    point("mcu.reset", FaultPoint::kMcuReset, {What::kNotAcknowledged, What::kLost, What::kUnplug}),
+    point("mcu.setBoot", FaultPoint::kMcuSetBoot, {What::kNotAcknowledged, What::kLost, What::kBusy, What::kUnplug}),
+    point("mcu.packet", FaultPoint::kMcuPacket, kOfPackets),
+    point("mcu.start", FaultPoint::kMcuStart, kOfPackets),
+    point("mcu.address", FaultPoint::kMcuAddress, kOfPackets),
+    point("mcu.data", FaultPoint::kMcuData, kOfPackets),
+    point("mcu.finish", FaultPoint::kMcuFinish, kOfPackets),
 }};
 
 constexpr std::size_t kPlaces = kPoints.size() + device::kOperationNames.size();
@@ -92,10 +94,10 @@ FaultEffect readEffect(const Section& section, const Point& where) {
   if (const auto index = section.choice("what", names)) {
     return where.effects[*index];
   }
-  if (where.effects[0] != kAnswer) {
+  if (where.effects[0] != What::kAnswer) {
     section.fail("what", "is missing; known here: " + joinedWords(names));
   }
-  return kAnswer;
+  return What::kAnswer;
 }
 
 void readTimes(const Section& section, Fault& fault) {
@@ -149,7 +151,7 @@ void FaultPlan::configure(const Section& scenario) {
     seed(static_cast<std::uint64_t>(*number));
   }
   if (const auto calls = scenario.integer("unplugAfterCalls", 0, kMaxCounted)) {
-    add({.at = FaultPoint::kCall, .first = static_cast<std::uint64_t>(*calls) + 1, .what = kUnplug});
+    add({.at = FaultPoint::kCall, .first = static_cast<std::uint64_t>(*calls) + 1, .what = What::kUnplug});
   }
   for (const Section& fault : scenario.sections("faults", kFaultKeys)) {
     add(readFault(fault));

@@ -25,27 +25,22 @@ std::size_t answerSize(std::span<const std::uint8_t> before, std::span<const std
 
 }  // namespace
 
-void Transfers::start(const Lies& lies) {
-  for (const unsigned rate : {lies.flipRead, lies.flipWrite, lies.shortRead, lies.silentWrite}) {
-    if (rate > kAlways) {
+void Transfers::start(const std::vector<Fault>& faults, std::uint64_t seed) {
+  for (const Fault& fault : faults) {
+    if (fault.at < FaultPoint::kTransfer || fault.at > FaultPoint::kWrite || fault.first == 0) {
+      throw std::invalid_argument("not a fault of transfers, or of none of them");
+    }
+    if (fault.perMille.value_or(0) > kAlways) {
       throw std::invalid_argument("a rate is one of 0 to 1000 transfers of a thousand");
     }
   }
   faults_.removeAt(FaultPoint::kTransfer, FaultPoint::kWrite);
-  faults_.resetCount(FaultPoint::kTransfer);
-  faults_.seed(lies.seed);
-  const auto add = [this](FaultPoint at, FaultEffect what, unsigned rate) {
-    faults_.add({.at = at, .perMille = rate, .what = what});
-  };
-  add(FaultPoint::kRead, FaultEffect::kMisread, lies.flipRead);
-  add(FaultPoint::kRead, FaultEffect::kShort, lies.shortRead);
-  add(FaultPoint::kWrite, FaultEffect::kDamage, lies.flipWrite);
-  add(FaultPoint::kWrite, FaultEffect::kIgnored, lies.silentWrite);
-  if (lies.acknowledged) {
-    faults_.add({.at = FaultPoint::kTransfer,
-                 .first = std::uint64_t{*lies.acknowledged} + 1,
-                 .count = 0,
-                 .what = FaultEffect::kNotAcknowledged});
+  for (const FaultPoint at : {FaultPoint::kTransfer, FaultPoint::kRead, FaultPoint::kWrite}) {
+    faults_.resetCount(at);
+  }
+  faults_.seed(seed);
+  for (const Fault& fault : faults) {
+    faults_.add(fault);
   }
   records_ = true;
   record_.clear();
@@ -53,7 +48,7 @@ void Transfers::start(const Lies& lies) {
 
 std::int32_t Transfers::transfer(std::size_t call, std::span<std::uint8_t> output,
                                  const std::function<std::int32_t()>& body) {
-  if (!hasFaults()) {
+  if (!isWatched()) {
     return body();
   }
   if (!begin(call)) {
@@ -71,7 +66,7 @@ std::int32_t Transfers::transfer(std::size_t call, std::span<std::uint8_t> outpu
 }
 
 bool Transfers::begin(std::size_t call) {
-  if (!hasFaults()) {
+  if (!isWatched()) {
     return true;
   }
   const Fault* const fault = faults_.next(FaultPoint::kTransfer);
@@ -80,7 +75,7 @@ bool Transfers::begin(std::size_t call) {
     faults_.requestUnplug(*fault);
   }
   if (records_) {
-    record_.push_back({call, isAcknowledged ? Transfer::Lie::kNone : Transfer::Lie::kNoAcknowledge, {}});
+    record_.push_back({call, isAcknowledged ? std::nullopt : std::optional(FaultEffect::kNotAcknowledged), {}});
   }
   return isAcknowledged;
 }
@@ -89,18 +84,18 @@ bool Transfers::ignoresWrite() {
   if (!happens(FaultPoint::kWrite, FaultEffect::kIgnored)) {
     return false;
   }
-  note(Transfer::Lie::kSilentWrite);
+  note(FaultEffect::kIgnored);
   return true;
 }
 
 std::vector<std::uint8_t> Transfers::arriving(std::span<const std::uint8_t> bytes) {
   std::vector<std::uint8_t> arrived(bytes.begin(), bytes.end());
-  if (!hasFaults()) {
+  if (!isWatched()) {
     return arrived;
   }
   if (!arrived.empty() && happens(FaultPoint::kWrite, FaultEffect::kDamage)) {
     flip(arrived);
-    note(Transfer::Lie::kFlippedWrite);
+    note(FaultEffect::kDamage);
   }
   note(arrived);
   return arrived;
@@ -115,24 +110,24 @@ std::int32_t Transfers::read(std::span<const std::uint8_t> before, std::span<std
     std::copy(before.begin() + static_cast<std::ptrdiff_t>(filled), before.end(),
               output.begin() + static_cast<std::ptrdiff_t>(filled));
     told = std::min(status, static_cast<std::int32_t>(filled));  // of an operation that returns a length
-    note(Transfer::Lie::kShortRead);
+    note(FaultEffect::kShort);
   } else if (happens(FaultPoint::kRead, FaultEffect::kMisread)) {
     flip(output.first(size));
-    note(Transfer::Lie::kFlippedRead);
+    note(FaultEffect::kMisread);
   }
   note(std::span<const std::uint8_t>(output));
   return told;
 }
 
 bool Transfers::happens(FaultPoint at, FaultEffect what) {
-  return hasFaults() && faults_.nextWith(at, what) != nullptr;
+  return isWatched() && faults_.nextWith(at, what) != nullptr;
 }
 
-bool Transfers::hasFaults() const { return faults_.hasAt(FaultPoint::kTransfer, FaultPoint::kWrite); }
+bool Transfers::isWatched() const { return records_ || faults_.hasAt(FaultPoint::kTransfer, FaultPoint::kWrite); }
 
-void Transfers::note(Transfer::Lie lie) {
+void Transfers::note(FaultEffect fault) {
   if (records_) {
-    record_.back().lie = lie;
+    record_.back().fault = fault;
   }
 }
 

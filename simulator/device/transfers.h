@@ -18,9 +18,11 @@ class Transfers {
   /// @param faults must outlive this
   explicit Transfers(FaultPlan& faults) : faults_(faults) {}
 
-  /// Replaces the faults of transfers and begins a record of what comes of them.
-  /// @throws std::invalid_argument for a rate above 1000
-  void start(const Lies& lies);
+  /// Replaces the faults of transfers, whose count starts over, and begins a record
+  /// of what comes of them.
+  /// @throws std::invalid_argument for a fault at another point, a `first` of 0 and a
+  ///         rate above 1000
+  void start(const std::vector<Fault>& faults, std::uint64_t seed);
   const std::vector<Transfer>& record() const { return record_; }
 
   /// An operation that is one transfer: runs `body`, or has a fault instead.
@@ -39,8 +41,9 @@ class Transfers {
 
  private:
   bool happens(FaultPoint at, FaultEffect what);
-  bool hasFaults() const;
-  void note(Transfer::Lie lie);
+  /// Whether each transfer is looked at: for a fault, or for the record.
+  bool isWatched() const;
+  void note(FaultEffect fault);
   void note(std::span<const std::uint8_t> bytes);
   void flip(std::span<std::uint8_t> bytes);
   std::int32_t read(std::span<const std::uint8_t> before, std::span<std::uint8_t> output, std::int32_t status);

@@ -70,7 +70,7 @@ int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
       }
       const auto begun = device.flash.beginBurn(std::move(*image));
       if (!begun) {
-        return simulator::kBusy;
+        return simulator::kBurnRunning;
       }
       burn = *begun;
       return look(device.flash);

@@ -1,4 +1,5 @@
 #include "tests/cli/cli_bench.h"
+#include "tests/support/faults.h"
 
 #include <QtTest>
 
@@ -67,7 +68,8 @@ class FirmwareVerbsTest : public QObject {
   }
 
   void anUpgradeThatNeverBeganLeavesTheMcuAsItWas() {
-    simulator::addMcuFault({.at = simulator::McuFault::At::kReset, .count = 0});
+    simulator::addFault(
+        faults::inMcu(simulator::FaultPoint::kMcuReset, simulator::FaultEffect::kNotAcknowledged, 1, 0));
     const auto result = bench_.run(QStringList{"-y", "mcu", "upgrade", image_});
     QCOMPARE(result.code, 1);
     QVERIFY(simulator::mcuRunsApplication());
@@ -75,8 +77,7 @@ class FirmwareVerbsTest : public QObject {
 
   // Not so in the window, where a checksum of 0xFF then passes for read.
   void aChecksumThatCannotBeReadIsNoMatch() {
-    simulator::addMcuFault(
-        {.at = simulator::McuFault::At::kData, .kind = simulator::McuFault::Kind::kDamage, .number = 3});
+    simulator::addFault(faults::inMcu(simulator::FaultPoint::kMcuData, simulator::FaultEffect::kDamage, 3));
     const auto result = bench_.run(QStringList{"-j", "-y", "mcu", "upgrade", image_});
     QVERIFY(result.code == 9 || result.code == 0);
     QCOMPARE(result.code == 0, simulator::mcuRunsApplication());

@@ -4,6 +4,7 @@
 /// Usage: lying_verbs [COUNT [SEED]]
 #include "device/RTICE_SDK_x64.h"
 #include "tests/cli/cli_bench.h"
+#include "tests/support/faults.h"
 #include "tests/support/seeded_random.h"
 
 #include <QCoreApplication>
@@ -130,15 +131,14 @@ std::vector<Verb> verbs(SeededRandom& random, const QString& file, const Bytes& 
   };
 }
 
-simulator::Lies randomLies(SeededRandom& random, std::uint64_t seed) {
+void addRandomFaults(SeededRandom& random, std::uint64_t seed) {
   static constexpr std::array<unsigned, 6> kRates{0, 0, 20, 100, 300, 500};
-  simulator::Lies lies;
-  lies.seed = seed;
-  lies.flipRead = kRates[random.below(kRates.size())];
-  lies.flipWrite = kRates[random.below(kRates.size())];
-  lies.shortRead = kRates[random.below(kRates.size())];
-  lies.silentWrite = kRates[random.below(kRates.size())];
-  return lies;
+  const unsigned misread = kRates[random.below(kRates.size())];
+  const unsigned damage = kRates[random.below(kRates.size())];
+  const unsigned shortRead = kRates[random.below(kRates.size())];
+  const unsigned ignored = kRates[random.below(kRates.size())];
+  simulator::setTransferFaults(
+      {faults::misread(misread), faults::shortRead(shortRead), faults::damage(damage), faults::ignored(ignored)}, seed);
 }
 
 // A mute is any code but 0, a source any but HDMI's: compared as the program sees it.
@@ -180,7 +180,7 @@ bool saysDone(const Answers& answers) {
 }
 
 Bytes truthOf(const Verb& verb) {
-  simulator::lie({});
+  simulator::setTransferFaults({});
   initialize();
   setDevice(0, 0, 0x5C19, 0x6B03);
   openPort();
@@ -231,7 +231,7 @@ int main(int argc, char** argv) {
     SeededRandom random({seed, number});
     for (const Verb& verb : verbs(random, file, table)) {
       bench.renew();
-      simulator::lie(randomLies(random, (std::uint64_t{seed} << 32) + number));
+      addRandomFaults(random, (std::uint64_t{seed} << 32) + number);
       judge(verb, bench, all[verb.words.mid(0, 2).join(' ')]);
     }
   }

@@ -50,16 +50,18 @@ CliBench::Result follow(CliBench& bench, const CliBench::Result& failed) {
 }
 
 void addRandomFaults(SeededRandom& random) {
-  using Fault = simulator::McuFault;
+  using enum simulator::FaultPoint;
+  using enum simulator::FaultEffect;
   const unsigned faults = random.below(4);
   for (unsigned i = 0; i < faults; ++i) {
-    Fault fault;
-    fault.at = static_cast<Fault::At>(random.below(8));
-    fault.kind = static_cast<Fault::Kind>(random.below(5));
-    fault.number = 1 + random.below(40);
+    simulator::Fault fault;
+    fault.at =
+        random.oneOf({kMcuTransfer, kMcuReset, kMcuSetBoot, kMcuPacket, kMcuStart, kMcuAddress, kMcuData, kMcuFinish});
+    fault.what = random.oneOf({kNotAcknowledged, kLost, kDamage, kMisread, kBusy});
+    fault.first = 1 + random.below(40);
     fault.count = random.oneOf({1U, 2U, 10U, 0U});
     fault.polls = random.below(150);
-    simulator::addMcuFault(fault);
+    simulator::addFault(fault);
   }
 }
 

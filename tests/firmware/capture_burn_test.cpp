@@ -290,7 +290,7 @@ class CaptureBurnTest : public CaptureFixture {
     QCOMPARE(workers().size(), 1);
     user.click("BN_Apply_CapMCU");
     QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
-    QCOMPARE(simulator::journal().back().result, simulator::kBusy);
+    QCOMPARE(simulator::journal().back().result, simulator::kBurnRunning);
     QCOMPARE(simulator::heldBurns(), 1U);
     simulator::releaseBurns();
     QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[OK]"; }));
@@ -314,7 +314,7 @@ class CaptureBurnTest : public CaptureFixture {
     int succeeded = 0;
     for (const simulator::JournalEntry& call : simulator::journal()) {
       if (call.operation == "burnToFlash") {
-        QVERIFY(call.result == 0 || call.result == simulator::kBusy);
+        QVERIFY(call.result == 0 || call.result == simulator::kBurnRunning);
         succeeded += call.result == 0 ? 1 : 0;
       }
     }

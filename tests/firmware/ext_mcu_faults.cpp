@@ -16,7 +16,8 @@
 #include <string>
 #include <vector>
 
-using simulator::McuFault;
+using simulator::FaultEffect;
+using simulator::FaultPoint;
 using namespace std::chrono_literals;
 
 namespace {
@@ -106,35 +107,35 @@ class Run {
       if (random_.chance(30)) {
         addLibraryFault(static_cast<std::uint32_t>(40 + blocks * (4 + 3 * blockSize_ / 64)));
       } else {
-        addMcuFault(static_cast<std::uint32_t>(blocks));
+        addFaultInMcu(static_cast<std::uint32_t>(blocks));
       }
     }
   }
 
-  void addMcuFault(std::uint32_t blocks) {
-    using At = McuFault::At;
-    using Kind = McuFault::Kind;
-    McuFault fault;
-    fault.at = random_.oneOf({At::kTransfer, At::kTransfer, At::kReset, At::kSetBoot, At::kPacket, At::kStart,
-                              At::kAddress, At::kData, At::kData, At::kFinish});
-    const bool isPacket = fault.at >= At::kPacket;
-    fault.kind = isPacket ? random_.oneOf({Kind::kNotAcknowledged, Kind::kLostReply, Kind::kDamage,
-                                           Kind::kWrongChecksum, Kind::kStaysBusy})
-                          : random_.oneOf({Kind::kNotAcknowledged, Kind::kLostReply});
-    if (fault.at == At::kSetBoot && random_.chance(30)) {
-      fault.kind = Kind::kStaysBusy;
+  void addFaultInMcu(std::uint32_t blocks) {
+    simulator::Fault fault;
+    fault.at =
+        random_.oneOf({FaultPoint::kMcuTransfer, FaultPoint::kMcuTransfer, FaultPoint::kMcuReset,
+                       FaultPoint::kMcuSetBoot, FaultPoint::kMcuPacket, FaultPoint::kMcuStart, FaultPoint::kMcuAddress,
+                       FaultPoint::kMcuData, FaultPoint::kMcuData, FaultPoint::kMcuFinish});
+    const bool isPacket = fault.at >= FaultPoint::kMcuPacket;
+    fault.what = isPacket ? random_.oneOf({FaultEffect::kNotAcknowledged, FaultEffect::kLost, FaultEffect::kDamage,
+                                           FaultEffect::kMisread, FaultEffect::kBusy})
+                          : random_.oneOf({FaultEffect::kNotAcknowledged, FaultEffect::kLost});
+    if (fault.at == FaultPoint::kMcuSetBoot && random_.chance(30)) {
+      fault.what = FaultEffect::kBusy;
     }
     const std::uint32_t packets = blocks * static_cast<std::uint32_t>(1 + blockSize_ / 64);
-    const std::uint32_t range = fault.at == At::kTransfer  ? 40 + 4 * packets
-                                : fault.at == At::kPacket  ? 11 + packets
-                                : fault.at == At::kData    ? packets
-                                : fault.at == At::kAddress ? blocks + 9
-                                : isPacket                 ? 10
-                                                           : 1;
-    fault.number = 1 + random_.below(range);
+    const std::uint32_t range = fault.at == FaultPoint::kMcuTransfer  ? 40 + 4 * packets
+                                : fault.at == FaultPoint::kMcuPacket  ? 11 + packets
+                                : fault.at == FaultPoint::kMcuData    ? packets
+                                : fault.at == FaultPoint::kMcuAddress ? blocks + 9
+                                : isPacket                            ? 10
+                                                                      : 1;
+    fault.first = 1 + random_.below(range);
     fault.count = random_.chance(60) ? 1 : random_.chance(90) ? 1 + random_.below(12) : 0;
     fault.polls = random_.chance(80) ? 1 + random_.below(150) : 0;
-    simulator::addMcuFault(fault);
+    simulator::addFault(fault);
   }
 
   // The library itself may fail with any status or return nonsense.

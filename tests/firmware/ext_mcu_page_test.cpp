@@ -1,5 +1,6 @@
 #include "tests/firmware/ext_mcu_fixture.h"
 #include "tests/support/dialog_answers.h"
+#include "tests/support/faults.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -8,7 +9,9 @@
 #include <sys/stat.h>
 #endif
 
-using simulator::McuFault;
+using simulator::Fault;
+using simulator::FaultEffect;
+using simulator::FaultPoint;
 using upgrade_reference::Family;
 using upgrade_reference::kFamilies;
 using namespace std::chrono_literals;
@@ -33,7 +36,7 @@ QString firstDifference(const QStringList& seen, const QStringList& expected) {
 
 }  // namespace
 
-Q_DECLARE_METATYPE(McuFault)
+Q_DECLARE_METATYPE(Fault)
 
 class ExtMcuPageTest : public ExtMcuFixture {
   Q_OBJECT
@@ -128,9 +131,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
 
   // With an image of two blocks. Afterwards a plain upgrade of the same device succeeds.
   void aFaultHasItsTextAndLeavesADeviceThatCanBeUpgraded_data() {
-    using At = McuFault::At;
-    using Kind = McuFault::Kind;
-    QTest::addColumn<McuFault>("fault");
+    QTest::addColumn<Fault>("fault");
     QTest::addColumn<QStringList>("texts");
     QTest::addColumn<bool>("applicationLeft");
     QTest::addColumn<bool>("needsReplug");
@@ -139,7 +140,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     const QStringList booted = started + QStringList{"MCU into boot", "Update Count2..."};
     const QStringList sent = booted + QStringList{"Update 0%...", "Update 50%..."};
     const QString notReady = "Error MCU status...[fail]";
-    const auto row = [](const char* name, McuFault fault, const QStringList& texts, bool applicationLeft = false,
+    const auto row = [](const char* name, Fault fault, const QStringList& texts, bool applicationLeft = false,
                         bool needsReplug = false) {
       QTest::newRow(name) << fault << texts << applicationLeft << needsReplug;
     };
@@ -152,54 +153,68 @@ class ExtMcuPageTest : public ExtMcuFixture {
     };
 
     const QString resetFailed = "Error Reset MCU ...";
-    row("reset not taken", {At::kReset, Kind::kNotAcknowledged}, started + QStringList{resetFailed}, true);
-    row("reset taken, reply lost", {At::kReset, Kind::kLostReply}, started + QStringList{resetFailed});
+    row("reset not taken", faults::inMcu(FaultPoint::kMcuReset, FaultEffect::kNotAcknowledged),
+        started + QStringList{resetFailed}, true);
+    row("reset taken, reply lost", faults::inMcu(FaultPoint::kMcuReset, FaultEffect::kLost),
+        started + QStringList{resetFailed});
     const QString setBootFailed = "Error set boot mode ...";
-    row("set-boot not taken", {At::kSetBoot, Kind::kNotAcknowledged}, started + QStringList{setBootFailed});
-    row("set-boot taken, reply lost", {At::kSetBoot, Kind::kLostReply}, started + QStringList{setBootFailed});
-    row("stuck after set-boot", {At::kSetBoot, Kind::kStaysBusy}, started + QStringList{notReady}, false, true);
-    row("busy for 99 polls after set-boot", {At::kSetBoot, Kind::kStaysBusy, 1, 1, 99}, sent + QStringList{success()},
-        true);
-    row("busy for 100 polls after set-boot", {At::kSetBoot, Kind::kStaysBusy, 1, 1, 100},
+    row("set-boot not taken", faults::inMcu(FaultPoint::kMcuSetBoot, FaultEffect::kNotAcknowledged),
+        started + QStringList{setBootFailed});
+    row("set-boot taken, reply lost", faults::inMcu(FaultPoint::kMcuSetBoot, FaultEffect::kLost),
+        started + QStringList{setBootFailed});
+    row("stuck after set-boot", faults::inMcu(FaultPoint::kMcuSetBoot, FaultEffect::kBusy),
+        started + QStringList{notReady}, false, true);
+    row("busy for 99 polls after set-boot", faults::inMcu(FaultPoint::kMcuSetBoot, FaultEffect::kBusy, 1, 1, 99),
+        sent + QStringList{success()}, true);
+    row("busy for 100 polls after set-boot", faults::inMcu(FaultPoint::kMcuSetBoot, FaultEffect::kBusy, 1, 1, 100),
         started + QStringList{notReady});
 
     const char* const startText = "Error MCU checksum...[1]";
-    row("first start damaged", {At::kStart, Kind::kDamage},
+    row("first start damaged", faults::inMcu(FaultPoint::kMcuStart, FaultEffect::kDamage),
         booted + numbered(startText, 1) + sent.mid(booted.size()) + QStringList{success()}, true);
-    row("first start not taken", {At::kStart, Kind::kNotAcknowledged},
+    row("first start not taken", faults::inMcu(FaultPoint::kMcuStart, FaultEffect::kNotAcknowledged),
         booted + numbered(startText, 1) + sent.mid(booted.size()) + QStringList{success()}, true);
-    row("fourth start misread", {At::kStart, Kind::kWrongChecksum, 4},
+    row("fourth start misread", faults::inMcu(FaultPoint::kMcuStart, FaultEffect::kMisread, 4),
         booted + QStringList{"3Error MCU checksum...[1]"} + sent.mid(booted.size()) + QStringList{success()}, true);
-    row("nine starts damaged", {At::kStart, Kind::kDamage, 1, 9},
+    row("nine starts damaged", faults::inMcu(FaultPoint::kMcuStart, FaultEffect::kDamage, 1, 9),
         booted + numbered(startText, 9) + sent.mid(booted.size()) + QStringList{success()}, true);
-    row("ten starts damaged", {At::kStart, Kind::kDamage, 1, 10}, booted + numbered(startText, 10), false);
-    row("last start damaged", {At::kStart, Kind::kDamage, 10}, booted + QStringList{"9Error MCU checksum...[1]"});
-    row("stuck after the third start", {At::kStart, Kind::kStaysBusy, 3}, booted + QStringList{notReady}, false, true);
+    row("ten starts damaged", faults::inMcu(FaultPoint::kMcuStart, FaultEffect::kDamage, 1, 10),
+        booted + numbered(startText, 10), false);
+    row("last start damaged", faults::inMcu(FaultPoint::kMcuStart, FaultEffect::kDamage, 10),
+        booted + QStringList{"9Error MCU checksum...[1]"});
+    row("stuck after the third start", faults::inMcu(FaultPoint::kMcuStart, FaultEffect::kBusy, 3),
+        booted + QStringList{notReady}, false, true);
 
     // Checksum of the second block's address, 0x08005400: 5A + A2 + 08 + 54.
     const char* const addressText = "Error MCU Addr checksum...[2] 88";
     const QStringList firstBlock = booted + QStringList{"Update 0%..."};
     const QStringList rest{"Update 50%...", success()};
-    row("second address damaged", {At::kAddress, Kind::kDamage, 2}, firstBlock + numbered(addressText, 1) + rest, true);
-    row("second address not taken", {At::kAddress, Kind::kNotAcknowledged, 2},
+    row("second address damaged", faults::inMcu(FaultPoint::kMcuAddress, FaultEffect::kDamage, 2),
         firstBlock + numbered(addressText, 1) + rest, true);
-    row("second address misread", {At::kAddress, Kind::kWrongChecksum, 2}, firstBlock + numbered(addressText, 1) + rest,
-        true);
-    row("second address damaged nine times", {At::kAddress, Kind::kDamage, 2, 9},
+    row("second address not taken", faults::inMcu(FaultPoint::kMcuAddress, FaultEffect::kNotAcknowledged, 2),
+        firstBlock + numbered(addressText, 1) + rest, true);
+    row("second address misread", faults::inMcu(FaultPoint::kMcuAddress, FaultEffect::kMisread, 2),
+        firstBlock + numbered(addressText, 1) + rest, true);
+    row("second address damaged nine times", faults::inMcu(FaultPoint::kMcuAddress, FaultEffect::kDamage, 2, 9),
         firstBlock + numbered(addressText, 9) + rest, true);
-    row("second address damaged ten times", {At::kAddress, Kind::kDamage, 2, 10},
+    row("second address damaged ten times", faults::inMcu(FaultPoint::kMcuAddress, FaultEffect::kDamage, 2, 10),
         firstBlock + numbered(addressText, 10));
-    row("stuck after the second address", {At::kAddress, Kind::kStaysBusy, 2}, firstBlock + QStringList{notReady},
-        false, true);
+    row("stuck after the second address", faults::inMcu(FaultPoint::kMcuAddress, FaultEffect::kBusy, 2),
+        firstBlock + QStringList{notReady}, false, true);
 
     const QString dataText = "Error MCU data checksum...[fail]";
-    row("first data damaged", {At::kData, Kind::kDamage, 1}, booted + QStringList{dataText});
-    row("first data not taken", {At::kData, Kind::kNotAcknowledged, 1}, booted + QStringList{dataText});
-    row("twentieth data damaged", {At::kData, Kind::kDamage, 20}, firstBlock + QStringList{dataText});
-    row("twentieth data misread", {At::kData, Kind::kWrongChecksum, 20}, firstBlock + QStringList{dataText});
-    row("stuck after the twentieth data", {At::kData, Kind::kStaysBusy, 20}, firstBlock + QStringList{notReady}, false,
-        true);
-    row("twentieth data's reply lost", {At::kData, Kind::kLostReply, 20}, sent + QStringList{success()}, true);
+    row("first data damaged", faults::inMcu(FaultPoint::kMcuData, FaultEffect::kDamage, 1),
+        booted + QStringList{dataText});
+    row("first data not taken", faults::inMcu(FaultPoint::kMcuData, FaultEffect::kNotAcknowledged, 1),
+        booted + QStringList{dataText});
+    row("twentieth data damaged", faults::inMcu(FaultPoint::kMcuData, FaultEffect::kDamage, 20),
+        firstBlock + QStringList{dataText});
+    row("twentieth data misread", faults::inMcu(FaultPoint::kMcuData, FaultEffect::kMisread, 20),
+        firstBlock + QStringList{dataText});
+    row("stuck after the twentieth data", faults::inMcu(FaultPoint::kMcuData, FaultEffect::kBusy, 20),
+        firstBlock + QStringList{notReady}, false, true);
+    row("twentieth data's reply lost", faults::inMcu(FaultPoint::kMcuData, FaultEffect::kLost, 20),
+        sent + QStringList{success()}, true);
 
     const QString finishText = "Error MCU Addr checksum...[3]";
     const auto finishes = [&finishText](int count) {
@@ -209,18 +224,23 @@ class ExtMcuPageTest : public ExtMcuFixture {
       }
       return texts;
     };
-    row("finish damaged", {At::kFinish, Kind::kDamage}, sent + finishes(1) + QStringList{success()}, true);
-    row("finish not taken", {At::kFinish, Kind::kNotAcknowledged}, sent + finishes(1) + QStringList{success()}, true);
-    row("finish misread nine times", {At::kFinish, Kind::kWrongChecksum, 1, 9},
+    row("finish damaged", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kDamage),
+        sent + finishes(1) + QStringList{success()}, true);
+    row("finish not taken", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kNotAcknowledged),
+        sent + finishes(1) + QStringList{success()}, true);
+    row("finish misread nine times", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kMisread, 1, 9),
         sent + finishes(9) + QStringList{success()}, true);
-    row("finish damaged ten times", {At::kFinish, Kind::kDamage, 1, 10}, sent + finishes(10));
+    row("finish damaged ten times", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kDamage, 1, 10),
+        sent + finishes(10));
     // The MCU took it, although the program could not verify that.
-    row("finish misread ten times", {At::kFinish, Kind::kWrongChecksum, 1, 10}, sent + finishes(10), true);
-    row("stuck after finish", {At::kFinish, Kind::kStaysBusy}, sent + QStringList{notReady}, false, true);
+    row("finish misread ten times", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kMisread, 1, 10),
+        sent + finishes(10), true);
+    row("stuck after finish", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kBusy), sent + QStringList{notReady},
+        false, true);
   }
 
   void aFaultHasItsTextAndLeavesADeviceThatCanBeUpgraded() {
-    QFETCH(McuFault, fault);
+    QFETCH(Fault, fault);
     QFETCH(QStringList, texts);
     QFETCH(bool, applicationLeft);
     QFETCH(bool, needsReplug);
@@ -228,7 +248,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     connectDevice();
     const QByteArray image = randomImage(2000, 7);
     load(image);
-    simulator::addMcuFault(fault);
+    simulator::addFault(fault);
 
     const QStringList seen = upgrade();
     QCOMPARE(firstDifference(seen, texts), QString());
@@ -270,7 +290,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     logPauses();
     connectDevice();  // one transfer: the version
     load(randomImage(2000, 7));
-    simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNotAcknowledged, transfer + 1, 0});
+    simulator::addFault(faults::inMcu(FaultPoint::kMcuTransfer, FaultEffect::kNotAcknowledged, transfer + 1, 0));
     QCOMPARE(upgrade().last(), lastText);
   }
 
@@ -292,7 +312,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     load(QByteArray(1, static_cast<char>(firstByte)));
     // Transfers: 1 detection, 3 for each start, 3 for the address, 1 data, then its
     // checksum. The version read at connecting failed and does not count.
-    simulator::addMcuFault({McuFault::At::kTransfer, McuFault::Kind::kNotAcknowledged, 1 + 30 + 3 + 2});
+    simulator::addFault(faults::inMcu(FaultPoint::kMcuTransfer, FaultEffect::kNotAcknowledged, 1 + 30 + 3 + 2));
     QCOMPARE(upgrade().last(), lastText);
   }
 

@@ -1,6 +1,7 @@
 #include "firmware/ext_mcu_upgrade.h"
 #include "firmware/upgrade_texts.h"
 #include "tests/support/call_check.h"
+#include "tests/support/faults.h"
 
 #include <algorithm>
 #include <vector>
@@ -11,7 +12,8 @@
 
 using namespace firmware;
 using device::BootCommand;
-using simulator::McuFault;
+using simulator::FaultEffect;
+using simulator::FaultPoint;
 
 namespace {
 
@@ -112,34 +114,28 @@ class UpgradeEventsTest : public QObject {
 
   void everyFailureHasItsOutcome_data() {
     QTest::addColumn<int>("at");
-    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("what");
     QTest::addColumn<int>("outcome");
     QTest::addColumn<int>("refusals");
-    const auto row = [](const char* name, McuFault::At at, McuFault::Kind kind, UpgradeOutcome outcome, int refusals) {
-      QTest::newRow(name) << static_cast<int>(at) << static_cast<int>(kind) << static_cast<int>(outcome) << refusals;
+    const auto row = [](const char* name, FaultPoint at, FaultEffect what, UpgradeOutcome outcome, int refusals) {
+      QTest::newRow(name) << static_cast<int>(at) << static_cast<int>(what) << static_cast<int>(outcome) << refusals;
     };
-    using At = McuFault::At;
-    using Kind = McuFault::Kind;
-    row("reset", At::kReset, Kind::kNotAcknowledged, UpgradeOutcome::kResetFailed, 0);
-    row("set boot", At::kSetBoot, Kind::kNotAcknowledged, UpgradeOutcome::kSetBootFailed, 0);
-    row("not ready", At::kSetBoot, Kind::kStaysBusy, UpgradeOutcome::kNotReady, 0);
-    row("not ready after data", At::kData, Kind::kStaysBusy, UpgradeOutcome::kNotReady, 0);
-    row("start", At::kStart, Kind::kWrongChecksum, UpgradeOutcome::kStartRefused, 10);
-    row("address", At::kAddress, Kind::kWrongChecksum, UpgradeOutcome::kAddressRefused, 10);
-    row("data", At::kData, Kind::kWrongChecksum, UpgradeOutcome::kDataRefused, 1);
-    row("finish", At::kFinish, Kind::kWrongChecksum, UpgradeOutcome::kFinishRefused, 10);
+    row("reset", FaultPoint::kMcuReset, FaultEffect::kNotAcknowledged, UpgradeOutcome::kResetFailed, 0);
+    row("set boot", FaultPoint::kMcuSetBoot, FaultEffect::kNotAcknowledged, UpgradeOutcome::kSetBootFailed, 0);
+    row("not ready", FaultPoint::kMcuSetBoot, FaultEffect::kBusy, UpgradeOutcome::kNotReady, 0);
+    row("not ready after data", FaultPoint::kMcuData, FaultEffect::kBusy, UpgradeOutcome::kNotReady, 0);
+    row("start", FaultPoint::kMcuStart, FaultEffect::kMisread, UpgradeOutcome::kStartRefused, 10);
+    row("address", FaultPoint::kMcuAddress, FaultEffect::kMisread, UpgradeOutcome::kAddressRefused, 10);
+    row("data", FaultPoint::kMcuData, FaultEffect::kMisread, UpgradeOutcome::kDataRefused, 1);
+    row("finish", FaultPoint::kMcuFinish, FaultEffect::kMisread, UpgradeOutcome::kFinishRefused, 10);
   }
 
   void everyFailureHasItsOutcome() {
     QFETCH(int, at);
-    QFETCH(int, kind);
+    QFETCH(int, what);
     QFETCH(int, outcome);
     QFETCH(int, refusals);
-    McuFault fault;
-    fault.at = static_cast<McuFault::At>(at);
-    fault.kind = static_cast<McuFault::Kind>(kind);
-    fault.count = 0;
-    simulator::addMcuFault(fault);
+    simulator::addFault(faults::inMcu(static_cast<FaultPoint>(at), static_cast<FaultEffect>(what), 1, 0));
     QCOMPARE(static_cast<int>(upgrade(shortImage()).outcome), outcome);
     QCOMPARE(events_.last(), ended(static_cast<UpgradeOutcome>(outcome)));
     const QStringList refused = events_.filter("refused");

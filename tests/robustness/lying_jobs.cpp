@@ -4,6 +4,7 @@
 #include "simulator/control/control.h"
 #include "tests/robustness/upgrade_rules.h"
 #include "tests/support/chosen_file.h"
+#include "tests/support/faults.h"
 #include "tests/support/posted_texts.h"
 #include "tests/support/seeded_random.h"
 #include "tests/support/sleeps.h"
@@ -25,10 +26,9 @@
 namespace lying {
 namespace {
 
+using simulator::FaultEffect;
 using simulator::JournalEntry;
-using simulator::Lies;
 using simulator::Transfer;
-using Lie = simulator::Transfer::Lie;
 using Bytes = std::vector<std::uint8_t>;
 using namespace std::chrono_literals;
 
@@ -97,11 +97,11 @@ struct Seen {
   std::chrono::nanoseconds duration{};
 
   std::size_t calls() const { return journal.size() - firstCall; }
-  bool has(Lie lie) const {
-    return std::any_of(transfers.begin(), transfers.end(), [lie](const Transfer& one) { return one.lie == lie; });
+  bool has(FaultEffect fault) const {
+    return std::any_of(transfers.begin(), transfers.end(), [fault](const Transfer& one) { return one.fault == fault; });
   }
   bool isHonest() const {
-    return std::all_of(transfers.begin(), transfers.end(), [](const Transfer& one) { return one.lie == Lie::kNone; });
+    return std::all_of(transfers.begin(), transfers.end(), [](const Transfer& one) { return !one.fault; });
   }
 };
 
@@ -117,7 +117,7 @@ struct Rules {
 /// @param reason explanation of a false success
 Verdict weigh(const Seen& seen, bool reported, bool done, const std::string& reason) {
   if (seen.isHonest() && !(reported && done)) {
-    return {Outcome::kBreach, "no lie was told, yet the job did not succeed"};
+    return {Outcome::kBreach, "no fault happened, yet the job did not succeed"};
   }
   if (reported) {
     if (done) {
@@ -130,11 +130,12 @@ Verdict weigh(const Seen& seen, bool reported, bool done, const std::string& rea
 }
 
 std::string reasonOfWrite(const Seen& seen) {
-  if (seen.has(Lie::kFlippedWrite)) {
+  if (seen.has(FaultEffect::kDamage)) {
     return "bits flipped on the way; no read-back is part of the job";
   }
-  return seen.has(Lie::kSilentWrite) ? "the library reported a write that was not done; no read-back is part of the job"
-                                     : "";
+  return seen.has(FaultEffect::kIgnored)
+             ? "the library reported a write that was not done; no read-back is part of the job"
+             : "";
 }
 
 /// Judges a job that consists of one library call, whose status decides the text.
@@ -153,26 +154,38 @@ Verdict judgeWrite(const Seen& seen, const Rules& rules, const QString& message,
 }
 
 std::string reasonOfRead(const Seen& seen) {
-  if (seen.has(Lie::kFlippedRead)) {
+  if (seen.has(FaultEffect::kMisread)) {
     return "bits flipped in what was read; nothing tells";
   }
-  return seen.has(Lie::kShortRead) ? "less was read than the library reported; nothing tells" : "";
+  return seen.has(FaultEffect::kShort) ? "less was read than the library reported; nothing tells" : "";
 }
 
-/// Chooses rates for all kinds of lies. About half of the jobs get only a few lies,
-/// some none.
-Lies makeLies(SeededRandom& random, unsigned transfers) {
-  Lies lies;
-  lies.seed = random.below(0xFFFF'FFFF);
+/// Faults of transfers, and the seed that they are drawn by.
+struct DrawnFaults {
+  std::vector<simulator::Fault> faults;
+  std::uint64_t seed;
+};
+
+/// Chooses rates for all kinds of faults. About half of the jobs get only a few
+/// faults, some none.
+DrawnFaults drawFaults(SeededRandom& random, unsigned transfers) {
+  const std::uint64_t seed = random.below(0xFFFF'FFFF);
   const bool some = random.chance(90);
-  for (unsigned* const rate : {&lies.flipRead, &lies.flipWrite, &lies.shortRead, &lies.silentWrite}) {
+  const auto rate = [&] {
     const unsigned wanted = random.oneOf({0U, 0U, 200U, 1000U, 5000U}) / transfers;
-    *rate = some ? std::min(wanted, 500U) : 0;
-  }
+    return some ? std::min(wanted, 500U) : 0;
+  };
+  // The order of the calls decides what comes of a seed.
+  const unsigned misread = rate();
+  const unsigned damage = rate();
+  const unsigned shortRead = rate();
+  const unsigned ignored = rate();
+  DrawnFaults drawn{
+      {faults::misread(misread), faults::damage(damage), faults::shortRead(shortRead), faults::ignored(ignored)}, seed};
   if (some && random.chance(20)) {
-    lies.acknowledged = random.below(transfers + 1);
+    drawn.faults.push_back(faults::notAcknowledgedAfter(random.below(transfers + 1)));
   }
-  return lies;
+  return drawn;
 }
 
 Bytes randomBytes(std::size_t size, SeededRandom& random) {
@@ -211,7 +224,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     asked.captureVersion = kVersion;
 
     chooseFile("BN_Browse_Cap_QX", "image.img", image);
-    const Seen seen = whileLying(makeLies(random, 2 + static_cast<unsigned>(image.size() / 4096)),
+    const Seen seen = whileLying(drawFaults(random, 2 + static_cast<unsigned>(image.size() / 4096)),
                                  [this] { startAndWait("BN_Apply_CapMCU_QX"); });
     return judgeWrite(seen, {"burnToFlash", "Burn CAP...[OK]", "Burn CAP...[Fail]", 60s}, lastPosted(), asked);
   }
@@ -224,7 +237,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     const auto slot = static_cast<std::uint8_t>(random.below(kEdidSlots));
     user.choose("CB_FlashEDID_List_2", QString::number(slot));
     const Seen seen =
-        whileLying(makeLies(random, 1), [&] { chooseFile("BN_Apply_WriteFlashEDID", "edid.bin", table); });
+        whileLying(drawFaults(random, 1), [&] { chooseFile("BN_Apply_WriteFlashEDID", "edid.bin", table); });
     Memory asked = before_;
     table.resize(std::min(size, kEdidSize));
     table.resize(kEdidSize, 0xFF);
@@ -248,7 +261,7 @@ class LyingJobs::JobWindow : private WindowFixture {
   Verdict burnKey(SeededRandom& random) {
     openDevice();
     const Bytes key = randomBytes(1 + random.below(1000), random);
-    const Seen seen = whileLying(makeLies(random, 1), [&] { chooseFile("BN_Browse_Key", "key.bin", key); });
+    const Seen seen = whileLying(drawFaults(random, 1), [&] { chooseFile("BN_Browse_Key", "key.bin", key); });
     Memory asked = before_;
     asked.hdcpKey = key;
     return judgeWrite(seen, {"burnHDCP", "Burn HDCP...[OK]", "Burn HDCP...[Fail]"}, user.message(), asked);
@@ -261,7 +274,7 @@ class LyingJobs::JobWindow : private WindowFixture {
       text += random.chance(90) ? QChar(static_cast<ushort>(0x21 + random.below(0x5E))) : QChar(0xE4);
     }
     user.widget<QLineEdit>("lineEdit_SN").setText(text);
-    const Seen seen = whileLying(makeLies(random, 1), [this] { user.click("BN_SN_Set"); });
+    const Seen seen = whileLying(drawFaults(random, 1), [this] { user.click("BN_SN_Set"); });
     Memory asked = before_;
     const std::string utf8 = text.toStdString();
     asked.serialNumber.assign(utf8.begin(), utf8.end());
@@ -313,7 +326,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     const QString serialNumber = fieldText("lineEdit_SN");
     const QString value = fieldText("lineEdit_I2C_Value");
     QStringList told;
-    const Seen seen = whileLying(makeLies(random, 15), [&] { told = readEverything(); });
+    const Seen seen = whileLying(drawFaults(random, 15), [&] { told = readEverything(); });
     if (fieldText("lineEdit_SN") != shownBytes(seen, "AT_USB_Get_SerialNum", serialNumber, [](const Bytes& bytes) {
           // Up to the first NUL, limited to the field's length.
           return QString::fromLatin1(reinterpret_cast<const char*>(bytes.data()), 16).section(QChar(0), 0, 0);
@@ -366,7 +379,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     };
     const QByteArray truth = save();
     QByteArray saved;
-    const Seen seen = whileLying(makeLies(random, 1), [&] { saved = save(); });
+    const Seen seen = whileLying(drawFaults(random, 1), [&] { saved = save(); });
     if (seen.duration > 1s) {
       return {Outcome::kHang, {}};
     }
@@ -397,18 +410,18 @@ class LyingJobs::JobWindow : private WindowFixture {
     simulator::advanceTime(10ms);
   }
 
-  Seen whileLying(const Lies& lies, const std::function<void()>& act) {
+  Seen whileLying(const DrawnFaults& drawn, const std::function<void()>& act) {
     before_ = readMemory();
     user.widget<QLabel>("LB_Message").clear();
     posted_.clear();
     Seen seen;
     seen.firstCall = simulator::journal().size();
     const std::chrono::nanoseconds start = simulator::now();
-    simulator::lie(lies);
+    simulator::setTransferFaults(drawn.faults, drawn.seed);
     act();
     seen.duration = simulator::now() - start;
     seen.transfers = simulator::transfers();
-    simulator::lie({});
+    simulator::setTransferFaults({});
     seen.journal = simulator::journal();
     return seen;
   }
@@ -445,7 +458,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     const auto packets = static_cast<unsigned>(11 + blocks + padded.size() / 64);
 
     chooseFile("BN_Browse_ExtMCU_QX", "mcu.bin", image);
-    const Seen seen = whileLying(makeLies(random, 3 * packets), [this] { startAndWait("BN_Apply_ExtMCU_QX"); });
+    const Seen seen = whileLying(drawFaults(random, 3 * packets), [this] { startAndWait("BN_Apply_ExtMCU_QX"); });
     // Reset, set-boot; 10 attempts for each address and the finish; each packet
     // with 100 polls, 5 ms apart.
     const unsigned attempts = packets + 9 * (blocks + 1);
@@ -483,7 +496,7 @@ class LyingJobs::JobWindow : private WindowFixture {
     while (row == box.currentIndex() || row == 0) {
       row = (row + 1) % box.count();
     }
-    const Seen seen = whileLying(makeLies(random, 1), [&] { user.choose(comboBox, box.itemText(row)); });
+    const Seen seen = whileLying(drawFaults(random, 1), [&] { user.choose(comboBox, box.itemText(row)); });
     Memory asked = before_;
     asked.*setting = static_cast<std::uint8_t>(row);
     return judgeWrite(seen, rules, user.message(), asked);
@@ -515,7 +528,7 @@ class LyingJobs::JobWindow : private WindowFixture {
   Verdict writeRegister(SeededRandom& random, std::uint8_t address, const Bytes& index, const Bytes& value,
                         const Memory& asked) {
     fillRegister(address, index, value);
-    const Seen seen = whileLying(makeLies(random, 1), [this] { user.click("BN_I2C_Write"); });
+    const Seen seen = whileLying(drawFaults(random, 1), [this] { user.click("BN_I2C_Write"); });
     return judgeWrite(seen, {"AT_System_Send_ExternalMCU_cmd", "I2C Write Done", "I2C Error"}, user.message(), asked);
   }
 

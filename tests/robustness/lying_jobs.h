@@ -37,7 +37,7 @@ class LyingJobs {
 
   static std::vector<std::string> jobNames();
 
-  /// Runs a job with a new device. The three numbers determine its lies.
+  /// Runs a job with a new device. The three numbers determine its faults.
   Verdict run(std::size_t job, std::uint32_t seed, std::uint32_t number);
 
  private:

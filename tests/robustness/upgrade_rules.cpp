@@ -64,10 +64,10 @@ std::optional<Reason> reasonOf(const Packet& packet, const Transfer& read, bool 
   if (readFailed) {
     return Reason{"packet not taken, and its checksum 0xFF taken from a failed read", !whole};
   }
-  if (read.lie == Transfer::Lie::kFlippedRead) {
+  if (read.fault == simulator::FaultEffect::kMisread) {
     return Reason{"packet not taken, and flipped bits made the checksum read look right"};
   }
-  if (read.lie == Transfer::Lie::kShortRead) {
+  if (read.fault == simulator::FaultEffect::kShort) {
     return Reason{"packet not taken, and its checksum 0x00 taken from a read that brought nothing", !whole};
   }
   if (whole) {

@@ -384,7 +384,7 @@ class SimulatorDeviceTest : public QObject {
              0);
     QCOMPARE(status, 0);
     QCOMPARE(version, "failed");
-    QCOMPARE(again, simulator::kBusy);
+    QCOMPARE(again, simulator::kBurnRunning);
   }
 
   void aBrokenBurnLeavesNoFirmwareUntilAGoodOne() {

@@ -31,7 +31,7 @@ class SimulatorThreadsTest : public QObject {
             Scratch scratch;
             const int status = operation.run(scratch);
             // Of two burns at a time one is refused, and meanwhile there is no version.
-            failures += status < 0 && status != simulator::kBusy && status != simulator::kNoFirmware;
+            failures += status < 0 && status != simulator::kBurnRunning && status != simulator::kNoFirmware;
           }
         }
       });

@@ -1,14 +1,14 @@
 #include "simulator/control/control.h"
 #include "simulator/device/status.h"
 #include "tests/simulator/operation_table.h"
+#include "tests/support/faults.h"
 
 #include <bit>
 #include <set>
 #include <stdexcept>
 
-using simulator::Lies;
+using simulator::FaultEffect;
 using simulator::Transfer;
-using Lie = simulator::Transfer::Lie;
 using Bytes = std::vector<std::uint8_t>;
 
 namespace {
@@ -71,39 +71,39 @@ class SimulatorTransferFaultsTest : public QObject {
     simulator::programEeprom(kEeprom, 0, {0, 0, 0xFF, 0x5A, 1, 2, 3, 4, 5, 6, 7, 8});
   }
 
-  void aDeviceWithoutLiesTellsTheTruth() {
-    simulator::lie({});
+  void transfersWithoutAFaultAreRecorded() {
+    simulator::setTransferFaults({});
     QCOMPARE(send({0x01, 0x77}), 0);
     QCOMPARE(readEeprom(4), (Bytes{0, 0x77, 0xFF, 0x5A}));
     const std::vector<Transfer> transfers = simulator::transfers();
     QCOMPARE(transfers.size(), std::size_t{2});
-    QVERIFY(transfers[0].lie == Lie::kNone && transfers[1].lie == Lie::kNone);
+    QVERIFY(!transfers[0].fault && !transfers[1].fault);
     QCOMPARE(transfers[0].bytes, (Bytes{0x01, 0x77}));
     QCOMPARE(transfers[1].bytes, (Bytes{0, 0x77, 0xFF, 0x5A}));
   }
 
-  void flippedReadsLeaveTheDeviceAsItIs() {
+  void misreadingLeavesTheDeviceAsItIs() {
     const Bytes truth = readEeprom(8);
-    simulator::lie({.flipRead = 1000});
+    simulator::setTransferFaults({faults::misread(1000)});
     std::set<Bytes> seen;
     for (int i = 0; i < 200; ++i) {
       const Bytes told = readEeprom(8);
       QVERIFY(isFewBits(differingBits(told, truth)));
       QCOMPARE(simulator::transfers().back().bytes, told);
-      QVERIFY(simulator::transfers().back().lie == Lie::kFlippedRead);
+      QVERIFY(simulator::transfers().back().fault == FaultEffect::kMisread);
       seen.insert(told);
     }
     QVERIFY(seen.size() > 50);
-    simulator::lie({});
+    simulator::setTransferFaults({});
     QCOMPARE(readEeprom(8), truth);
   }
 
-  void flippedWritesArriveOtherwise() {
-    simulator::lie({.flipWrite = 1000});
+  void damagedBytesArriveOtherwise() {
+    simulator::setTransferFaults({faults::damage(1000)});
     const std::uint8_t serialNumber[] = {'S', 'N', '1'};
     for (int i = 0; i < 200; ++i) {
       QCOMPARE(AT_USB_Set_SerialNum(serialNumber, 3), 0);
-      QVERIFY(simulator::transfers().back().lie == Lie::kFlippedWrite);
+      QVERIFY(simulator::transfers().back().fault == FaultEffect::kDamage);
       const Bytes arrived = simulator::transfers().back().bytes;
       QVERIFY(isFewBits(differingBits(arrived, {'S', 'N', '1'})));
       Bytes stored(3);
@@ -115,9 +115,9 @@ class SimulatorTransferFaultsTest : public QObject {
     }
   }
 
-  void everyWriteOfBytesCanBeFlipped() {
+  void everyWriteOfBytesCanBeDamaged() {
     const BurnFile file;  // 100 times 'x'
-    simulator::lie({.flipWrite = 1000});
+    simulator::setTransferFaults({faults::damage(1000)});
     QCOMPARE(burnToFlash(file.path(), [](float) {}), 0);
     Bytes flash = simulator::captureFlash();
     QCOMPARE(differingBits({flash.begin() + 100, flash.end()}, Bytes(flash.size() - 100, 0xFF)), 0);
@@ -140,7 +140,7 @@ class SimulatorTransferFaultsTest : public QObject {
   }
 
   void shortReadsFillTheBeginningOnly() {
-    simulator::lie({.shortRead = 1000});
+    simulator::setTransferFaults({faults::shortRead(1000)});
     std::set<std::size_t> sizes;
     for (int i = 0; i < 100; ++i) {
       Bytes buffer(8, 0xA5);
@@ -151,7 +151,7 @@ class SimulatorTransferFaultsTest : public QObject {
       QVERIFY(filled < 8);
       QVERIFY(std::equal(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(filled), truth.begin()));
       QCOMPARE(std::count(buffer.begin(), buffer.end(), 0xA5), static_cast<std::ptrdiff_t>(8 - filled));
-      QVERIFY(simulator::transfers().back().lie == Lie::kShortRead);
+      QVERIFY(simulator::transfers().back().fault == FaultEffect::kShort);
       QCOMPARE(simulator::transfers().back().bytes, buffer);
       sizes.insert(filled);
     }
@@ -161,7 +161,7 @@ class SimulatorTransferFaultsTest : public QObject {
   void aShortReadOfAStringReturnsWhatArrived() {
     Bytes truth(64, 0xA5);
     const std::int32_t length = AT_USB_Get_iProduct(truth.data(), 64);
-    simulator::lie({.shortRead = 1000});
+    simulator::setTransferFaults({faults::shortRead(1000)});
     for (int i = 0; i < 50; ++i) {
       Bytes buffer(64, 0xA5);
       const std::int32_t told = AT_USB_Get_iProduct(buffer.data(), 64);
@@ -171,10 +171,10 @@ class SimulatorTransferFaultsTest : public QObject {
     }
   }
 
-  void silentWritesSucceedAndDoNothing() {
+  void ignoredWritesSucceedAndDoNothing() {
     const std::vector<Bytes> before = memories();
     const BurnFile file;
-    simulator::lie({.silentWrite = 1000});
+    simulator::setTransferFaults({faults::ignored(1000)});
     int writes = 0;
     for (const OperationCall& operation : portOperations(file.path())) {
       Scratch scratch;
@@ -182,7 +182,7 @@ class SimulatorTransferFaultsTest : public QObject {
       writes += scratch == Scratch() ? 1 : 0;
     }
     QCOMPARE(writes, 16);  // all that write, a reboot and a burn among them
-    simulator::lie({});
+    simulator::setTransferFaults({});
     QCOMPARE(memories() == before, true);
   }
 
@@ -193,27 +193,25 @@ class SimulatorTransferFaultsTest : public QObject {
     const std::ptrdiff_t pieces = 100;
     file.write(QByteArray(static_cast<int>(pieces * 4096), 'x'));
     file.close();
-    simulator::lie({.seed = 1, .silentWrite = 100});
+    simulator::setTransferFaults({faults::ignored(100)});
     QCOMPARE(burnToFlash(file.fileName().toUtf8().constData(), [](float) {}), 0);
-    std::ptrdiff_t silent = 0;
+    std::ptrdiff_t ignored = 0;
     for (const Transfer& transfer : simulator::transfers()) {
-      silent += transfer.lie == Lie::kSilentWrite ? 1 : 0;
+      ignored += transfer.fault == FaultEffect::kIgnored ? 1 : 0;
     }
-    QVERIFY(silent > 0 && silent < pieces);
+    QVERIFY(ignored > 0 && ignored < pieces);
     const Bytes flash = simulator::captureFlash();
-    QCOMPARE(std::count(flash.begin(), flash.begin() + pieces * 4096, 0xFF), silent * 4096);
+    QCOMPARE(std::count(flash.begin(), flash.begin() + pieces * 4096, 0xFF), ignored * 4096);
   }
 
   void acknowledgementsStop() {
-    Lies lies;
-    lies.acknowledged = 2;
-    simulator::lie(lies);
+    simulator::setTransferFaults({faults::notAcknowledgedAfter(2)});
     QCOMPARE(readEeprom(2), (Bytes{0, 0}));
     QCOMPARE(send({0x00, 0x12}), 0);
     for (int i = 0; i < 3; ++i) {
       QCOMPARE(readEeprom(2, simulator::kNoAnswer), (Bytes{0, 0}));
       QCOMPARE(send({0x01, 0x34}), simulator::kNoAnswer);
-      QVERIFY(simulator::transfers().back().lie == Lie::kNoAcknowledge);
+      QVERIFY(simulator::transfers().back().fault == FaultEffect::kNotAcknowledged);
       QVERIFY(simulator::transfers().back().bytes.empty());
     }
     QCOMPARE(simulator::eepromContent(kEeprom)[0], std::uint8_t{0x12});
@@ -224,19 +222,18 @@ class SimulatorTransferFaultsTest : public QObject {
 
   void acknowledgementsStopWithinABurn() {
     const BurnFile file;
-    Lies lies;
-    lies.acknowledged = 2;  // its beginning and the erasing of a sector
-    simulator::lie(lies);
+    simulator::setTransferFaults({faults::notAcknowledgedAfter(2)});  // the burn's start, the erasing of a sector
     QCOMPARE(burnToFlash(file.path(), [](float) {}), simulator::kNoAnswer);
-    simulator::lie({});
+    simulator::setTransferFaults({});
     Bytes version(128);
     QCOMPARE(AT_Get_Customer_Ver(version.data()), simulator::kNoFirmware);
     QCOMPARE(burnToFlash(file.path(), [](float) {}), 0);
   }
 
-  void theSameSeedTellsTheSameLies() {
+  void theSameSeedBringsTheSameFaults() {
     const auto run = [](std::uint64_t seed) {
-      simulator::lie({seed, 200, 200, 200, 200, std::nullopt});
+      simulator::setTransferFaults(
+          {faults::misread(200), faults::shortRead(200), faults::damage(200), faults::ignored(200)}, seed);
       std::vector<Bytes> told;
       for (int i = 0; i < 50; ++i) {
         send({0x04, 0x44});
@@ -254,20 +251,30 @@ class SimulatorTransferFaultsTest : public QObject {
   }
 
   void ratesAreOfAThousandTransfers() {
-    simulator::lie({.flipRead = 250});
+    simulator::setTransferFaults({faults::misread(250)});
     for (int i = 0; i < 2000; ++i) {
       readEeprom(1);
     }
-    int lies = 0;
+    int misread = 0;
     for (const Transfer& transfer : simulator::transfers()) {
-      lies += transfer.lie == Lie::kFlippedRead ? 1 : 0;
+      misread += transfer.fault == FaultEffect::kMisread ? 1 : 0;
     }
-    QVERIFY2(lies > 400 && lies < 600, qPrintable(QString::number(lies)));
-    QVERIFY_EXCEPTION_THROWN(simulator::lie({.flipWrite = 1001}), std::invalid_argument);
+    QVERIFY2(misread > 400 && misread < 600, qPrintable(QString::number(misread)));
+    QVERIFY_EXCEPTION_THROWN(simulator::setTransferFaults({faults::damage(1001)}), std::invalid_argument);
+  }
+
+  void onlyFaultsOfTransfersAreTaken() {
+    simulator::setTransferFaults({faults::misread(1000)});
+    for (const simulator::FaultPoint at : {simulator::FaultPoint::kCall, simulator::FaultPoint::kCaptureFlash}) {
+      QVERIFY_EXCEPTION_THROWN(simulator::setTransferFaults({{.at = at}}), std::invalid_argument);
+    }
+    QVERIFY_EXCEPTION_THROWN(simulator::setTransferFaults({{.at = simulator::FaultPoint::kRead, .first = 0}}),
+                             std::invalid_argument);
+    QVERIFY(readEeprom(4) != (Bytes{0, 0, 0xFF, 0x5A}));  // the faults before are still there
   }
 
   void transfersNameTheirCalls() {
-    simulator::lie({.silentWrite = 1000});
+    simulator::setTransferFaults({faults::ignored(1000)});
     readEeprom(1);
     closePort();  // no transfer
     openPort();
@@ -279,8 +286,8 @@ class SimulatorTransferFaultsTest : public QObject {
     QCOMPARE(journal[transfers[1].call].arguments, std::string("3, 0x50, 2, [00 01]"));
   }
 
-  void aResetEndsTheLies() {
-    simulator::lie({.flipRead = 1000});
+  void aResetEndsTheFaults() {
+    simulator::setTransferFaults({faults::misread(1000)});
     init();
     QVERIFY(simulator::transfers().empty());
     QCOMPARE(readEeprom(4), (Bytes{0, 0, 0xFF, 0x5A}));

@@ -3,6 +3,7 @@
 /// Usage: station_faulty_units [COUNT [SEED]]
 #include "station/ledger_verify.h"
 #include "tests/station/shift_bench.h"
+#include "tests/support/faults.h"
 #include "tests/support/seeded_random.h"
 
 #include <QCoreApplication>
@@ -28,16 +29,16 @@ struct Counts {
   unsigned invisible = 0;  // passed, and the key or the capture flash is wrong, which nothing can read
 };
 
-simulator::Lies randomLies(SeededRandom& random) {
+void addLies(SeededRandom& random) {
   static constexpr std::array<unsigned, 6> kRates{0, 1, 5, 20, 50, 100};
-  simulator::Lies lies;
-  lies.seed = random.below(1'000'000'000);
-  lies.flipRead = kRates[random.below(kRates.size())];
-  lies.shortRead = kRates[random.below(kRates.size())];
+  const std::uint64_t seed = random.below(1'000'000'000);
+  const unsigned misread = kRates[random.below(kRates.size())];
+  const unsigned shortRead = kRates[random.below(kRates.size())];
   // An upgrade has hundreds of packets, and each must arrive.
-  lies.flipWrite = kRates[random.below(4)];
-  lies.silentWrite = kRates[random.below(4)];
-  return lies;
+  const unsigned damage = kRates[random.below(4)];
+  const unsigned ignored = kRates[random.below(4)];
+  simulator::setTransferFaults(
+      {faults::misread(misread), faults::shortRead(shortRead), faults::damage(damage), faults::ignored(ignored)}, seed);
 }
 
 void addFlakiness(SeededRandom& random) {
@@ -97,9 +98,9 @@ class Campaign {
     bench_.job["steps"] = planned;
     QByteArray serial = "SN" + QByteArray::number(number);
     bench_.plugInUnits(1);
-    nature == Nature::kFlaky ? addFlakiness(random_) : simulator::lie(randomLies(random_));
+    nature == Nature::kFlaky ? addFlakiness(random_) : addLies(random_);
     bench_.cli.answers = QStringList(serial);
-    bench_.beforeLook = [] { simulator::lie({}); };
+    bench_.beforeLook = [] { simulator::setTransferFaults({}); };
     const auto result = bench_.run({"--count", "1"});
     Counts& of = counts[nature];
     if (!result.err.contains("PASS  ")) {
