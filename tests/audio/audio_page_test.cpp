@@ -1,7 +1,5 @@
-#include "simulator/control/control.h"
-#include "tests/support/journal.h"
+#include "tests/audio/audio_fixture.h"
 #include "tests/support/main_window_test_access.h"
-#include "tests/support/window_fixture.h"
 
 #include <QCheckBox>
 #include <QSlider>
@@ -13,25 +11,8 @@
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-const QStringList kReadOperations{"AT_Audio_Get_HdmiRX_AudioFormat", "AT_Audio_Get_HdmiRX_AudioSamplingRate",
-                                  "AT_Audio_Get_HdmiDPRX_VolumeGain", "AT_Audio_Get_DACHP_Mute",
-                                  "AT_Audio_Get_HPOUTgain"};
 const QStringList kReadFailures{"Read Audio Format...[fail]", "Read Audio Sampling Rate...[fail]",
                                 "Read HDMI RX gain...[fail]", "Read DAC mute...[fail]", "Get HPOut gain...[fail]"};
-
-Bytes gainBytes(int gain) { return {static_cast<std::uint8_t>(gain), static_cast<std::uint8_t>(gain >> 8)}; }
-
-/// Sets the device's answers to the next reads.
-void answer(std::uint8_t format, std::uint8_t rate, int receiverGain, std::uint8_t mute, int headphoneGain,
-            unsigned call = 1, int failingStep = -1, std::int32_t status = -1) {
-  const std::vector<Bytes> bytes{{format}, {rate}, gainBytes(receiverGain), {mute}, gainBytes(headphoneGain)};
-  for (int step = 0; step < kReadOperations.size(); ++step) {
-    simulator::answerCall(kReadOperations[step].toStdString(), call, step == failingStep ? status : 0,
-                          bytes[static_cast<std::size_t>(step)]);
-  }
-}
 
 QStringList shown(const WindowDriver& user) {
   return {user.text("label_AudioFormat"), user.text("label_AudioSample"),
@@ -41,31 +22,14 @@ QStringList shown(const WindowDriver& user) {
               QString::number(user.widget<QSpinBox>("SB_HPOUT_GAIN").value())};
 }
 
-// The program's debug output, which QTest would only print.
-QStringList debugLines;
-
-void keepDebugLine(QtMsgType type, const QMessageLogContext& context, const QString& text) {
-  if (type == QtDebugMsg && qstrcmp(context.category, "default") == 0) {
-    debugLines << text;
-  }
-}
-
 }  // namespace
 
-class AudioPageTest : public WindowTest {
+class AudioPageTest : public AudioFixture {
   Q_OBJECT
 
  private slots:
-  void init() {
-    start();
-    debugLines.clear();
-    previousHandler_ = qInstallMessageHandler(keepDebugLine);
-  }
-
-  void cleanup() {
-    qInstallMessageHandler(previousHandler_);
-    closeWindow();
-  }
+  void init() { startAudio(); }
+  void cleanup() { finish(); }
 
   void theFormWritesNothingToTheDevice() { QCOMPARE(journalCalls(), QStringList()); }
 
@@ -190,22 +154,6 @@ class AudioPageTest : public WindowTest {
     QCOMPARE(journalOperations(), kReadOperations);
   }
 
-  void theReadLeavesTheReceiverSliderWhereItIs() {
-    auto& slider = user.widget<QSlider>("HS_HDMIRX_GAIN");
-    slider.setValue(10);
-    answer(2, 7, -40, 0, 0);
-    simulator::clearJournal();
-    user.click("BN_Audio_Read");
-    QCOMPARE(slider.value(), 10);
-    QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), -40);
-    QVERIFY(!journalOperations().contains("AT_Audio_Set_HdmiDPRX_VolumeGain"));
-
-    simulator::clearJournal();
-    slider.triggerAction(QAbstractSlider::SliderSingleStepAdd);
-    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HdmiDPRX_VolumeGain(11)"});
-    QCOMPARE(user.widget<QSpinBox>("SB_HDMIRX_GAIN").value(), 11);
-  }
-
   void everyStepOfADragIsOneWrite_data() {
     QTest::addColumn<QString>("slider");
     QTest::addColumn<QString>("spinBox");
@@ -255,72 +203,6 @@ class AudioPageTest : public WindowTest {
     QCOMPARE(journalCalls(), QStringList());
   }
 
-  void aReadThatMovesTheHeadphoneSliderWritesNothingBack() {
-    auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
-    answer(2, 7, 0, 0, -20);
-    user.click("BN_Audio_Read");
-    QCOMPARE(slider.value(), -20);
-    QCOMPARE(journalOperations(), kReadOperations);
-    simulator::clearJournal();
-    slider.setValue(-19);
-    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HPOUTgain(-19)"});
-    QCOMPARE(debugLines, QStringList{"HPOut Task"});
-  }
-
-  // The slider already stands at the value read, so its next move is mistaken for the read's.
-  void aReadThatMovesNothingSwallowsTheNextMove_data() {
-    QTest::addColumn<int>("position");
-    QTest::addColumn<int>("gain");
-    QTest::addColumn<int>("reads");
-    QTest::newRow("same gain") << 0 << 0 << 1;
-    QTest::newRow("same gain, negative") << -33 << -33 << 1;
-    QTest::newRow("same gain, several reads") << 5 << 5 << 3;
-    QTest::newRow("clamped to the upper end") << 12 << 30 << 1;
-    QTest::newRow("clamped to the lower end") << -50 << SHRT_MIN << 2;
-  }
-
-  void aReadThatMovesNothingSwallowsTheNextMove() {
-    QFETCH(int, position);
-    QFETCH(int, gain);
-    QFETCH(int, reads);
-    auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
-    slider.setValue(position);
-    for (int read = 1; read <= reads; ++read) {
-      answer(2, 7, 0, 0, gain, static_cast<unsigned>(read));
-      user.click("BN_Audio_Read");
-    }
-    simulator::clearJournal();
-    debugLines.clear();
-
-    slider.setValue(-10);
-    QCOMPARE(journalCalls(), QStringList());
-    QCOMPARE(debugLines, QStringList());
-    QCOMPARE(user.widget<QSpinBox>("SB_HPOUT_GAIN").value(), -10);
-    slider.setValue(-11);
-    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HPOUTgain(-11)"});
-  }
-
-  void theSwallowedMoveMayBeThatOfALaterRead() {
-    answer(2, 7, 0, 0, 0, 1);
-    user.click("BN_Audio_Read");
-    answer(2, 7, 0, 0, 7, 2);
-    user.click("BN_Audio_Read");
-    simulator::clearJournal();
-    user.widget<QSlider>("HS_HPOUT_GAIN").setValue(8);
-    QCOMPARE(journalCalls(), QStringList{"AT_Audio_Set_HPOUTgain(8)"});
-  }
-
-  void aReadThatFailsEarlierSwallowsNothing() {
-    for (int step = 0; step < kReadOperations.size(); ++step) {
-      simulator::reset();
-      answer(2, 7, 0, 0, 0, 1, step);
-      user.click("BN_Audio_Read");
-      simulator::clearJournal();
-      user.widget<QSlider>("HS_HPOUT_GAIN").setValue(step + 1);
-      QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_Audio_Set_HPOUTgain(%1)").arg(step + 1)});
-    }
-  }
-
   void aFailedHeadphoneWriteIsReportedAndNotTakenBack() {
     user.click("BN_Connect");
     auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
@@ -362,39 +244,6 @@ class AudioPageTest : public WindowTest {
                           "AT_Audio_Set_DACHP_Mute(0)"}));
   }
 
-  void aReadThatMovesTheMuteBoxEchoesItAtOnce_data() {
-    QTest::addColumn<bool>("checked");
-    QTest::addColumn<int>("mute");
-    QTest::addColumn<QString>("echo");
-    QTest::newRow("stays open") << false << 0 << "";
-    QTest::newRow("gets muted") << false << 1 << "AT_Audio_Set_DACHP_Mute(1)";
-    QTest::newRow("gets muted by 2") << false << 2 << "AT_Audio_Set_DACHP_Mute(1)";
-    QTest::newRow("gets muted by 255") << false << 255 << "AT_Audio_Set_DACHP_Mute(1)";
-    QTest::newRow("stays muted") << true << 1 << "";
-    QTest::newRow("stays muted by 128") << true << 128 << "";
-    QTest::newRow("opens") << true << 0 << "AT_Audio_Set_DACHP_Mute(0)";
-  }
-
-  void aReadThatMovesTheMuteBoxEchoesItAtOnce() {
-    QFETCH(bool, checked);
-    QFETCH(int, mute);
-    QFETCH(QString, echo);
-    auto& box = user.widget<QCheckBox>("CB_DACHP_MUTE");
-    box.setChecked(checked);
-    answer(2, 7, 0, static_cast<std::uint8_t>(mute), 0);
-    simulator::clearJournal();
-    user.click("BN_Audio_Read");
-    QCOMPARE(box.isChecked(), mute != 0);
-    QStringList calls;
-    for (const QString& operation : kReadOperations) {
-      calls << operation + "()";
-    }
-    if (!echo.isEmpty()) {
-      calls.insert(4, echo);
-    }
-    QCOMPARE(journalCalls(), calls);
-  }
-
   void aMuteByteLeftUntouchedCountsAsOpen() {
     user.click("BN_Connect");
     user.click("CB_DACHP_MUTE");
@@ -415,9 +264,6 @@ class AudioPageTest : public WindowTest {
     reader.click("BN_Audio_Read");
     QCOMPARE(shown(reader), (QStringList{"PCM", "48K", "-72", "muted", "-50 -50"}));
   }
-
- private:
-  QtMessageHandler previousHandler_ = nullptr;
 };
 
 QTEST_MAIN(AudioPageTest)

@@ -52,6 +52,12 @@ class CaptureFixture : public WindowTest {
     return image;
   }
 
+  /// The beginning of the capture flash.
+  static QByteArray flashContent(int size) {
+    const std::vector<std::uint8_t> content = simulator::captureFlash();
+    return QByteArray(reinterpret_cast<const char*>(content.data()), static_cast<int>(content.size())).left(size);
+  }
+
   /// @return the file's path
   QString write(const QString& name, const QByteArray& content) const { return files().write(name, content); }
 

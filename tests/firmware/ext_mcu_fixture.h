@@ -55,6 +55,20 @@ class ExtMcuFixture : public WindowTest {
 
   static QString success() { return QStringLiteral("MCU Update Done...[Success]"); }
 
+  /// The first difference between two lists, for a readable failure.
+  static QString firstDifference(const QStringList& seen, const QStringList& expected) {
+    for (int i = 0; i < std::max(seen.size(), expected.size()); ++i) {
+      if (seen.value(i) != expected.value(i)) {
+        return QStringLiteral("line %1 of %2 (%3 expected): \"%4\" instead of \"%5\"")
+            .arg(i)
+            .arg(seen.size())
+            .arg(expected.size())
+            .arg(seen.value(i), expected.value(i));
+      }
+    }
+    return {};
+  }
+
   static QByteArray randomImage(int size, unsigned seed) {
     std::mt19937 random(seed);
     QByteArray image(size, '\0');

@@ -1,10 +1,10 @@
 #include "recorder/recorder.h"
 
-#include "recorder/recording.h"
 #include "simulator/control/control.h"
+#include "tests/recorder/recordings.h"
 #include "tests/recorder/through.h"
+#include "tests/support/test_files.h"
 
-#include <QFile>
 #include <QTest>
 
 #include <array>
@@ -12,11 +12,6 @@
 #include <cstring>
 #include <limits>
 #include <thread>
-
-#ifndef Q_OS_WIN
-#include <csignal>
-#include <sys/resource.h>
-#endif
 
 namespace {
 
@@ -26,44 +21,9 @@ using recorder::Input;
 using recorder::Recorder;
 using recorder::Recording;
 
-recorder::FunctionTable simulatedDevice() {
-  recorder::FunctionTable table{};
-#define OPERATION(name, ...) quiet_library::put(table, Operation::name, &::name);
-#include "device/operations.inc"
-#undef OPERATION
-  return table;
-}
-
-Recorder::Options optionsFor(const recorder::FunctionTable& functions, const std::filesystem::path& file) {
-  Recorder::Options options;
-  options.functions = functions;
-  options.file = file;
-  options.header.library = "libRTICE_SDK_x64.so";
-  options.header.recorder = "1.03";
-  options.header.utc = recorder::utcNow();
-  options.tell = [](const std::string& text) { qWarning("%s", text.c_str()); };
-  return options;
-}
-
-Recording readBack(const std::filesystem::path& file) {
-  auto recording = recorder::readRecording(file);
-  if (!recording) {
-    qFatal("%s", recording.error().text().c_str());
-  }
-  return *std::move(recording);
-}
-
-QByteArray contentOf(const std::filesystem::path& path) {
-  QFile file(QString::fromStdU16String(path.u16string()));
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 std::filesystem::path fileWith(const QTemporaryDir& folder, const char* name, const QByteArray& content) {
   const std::filesystem::path path = pathIn(folder, name);
-  QFile file(QString::fromStdU16String(path.u16string()));
-  if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-    qFatal("a test file cannot be written");
-  }
+  writeFile(QString::fromStdU16String(path.u16string()), content);
   return path;
 }
 
@@ -291,105 +251,6 @@ class RecorderTest : public QObject {
     QCOMPARE(recording.calls[1].place.thread, 1U);
     QCOMPARE(recording.calls[2].place.thread, 2U);
   }
-
-  void aLargeRecordingGoesOnInFurtherFiles() {
-    const QTemporaryDir folder;
-    const auto file = pathIn(folder, "parts.jsonl");
-    Recorder::Options options = optionsFor(quiet_library::functions(), file);
-    options.limits = {4000, 100};
-    Recorder recorder(options);
-    for (int i = 0; i < 100; ++i) {
-      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
-    }
-    recorder.finish();
-    const Recording recording = readBack(file);
-    QVERIFY(recording.walk.parts > 3);
-    QVERIFY(recording.walk.complete);
-    QCOMPARE(recording.calls.size(), std::size_t{100});
-    QVERIFY(contentOf(recorder::partOf(file, 2)).size() < 5000);
-
-    // As a disk that is full leaves it: the calls before can be looked at.
-    std::filesystem::resize_file(recorder::partOf(file, 2), 0);
-    const auto cut = recorder::readRecording(file);
-    QVERIFY(cut);
-    QVERIFY(!cut->walk.complete && !cut->calls.empty());
-    QCOMPARE(cut->walk.lastFile, recorder::utf8Of(file));
-    std::filesystem::remove(recorder::partOf(file, 2));
-    QCOMPARE(recorder::readRecording(file).error().text(),
-             recorder::utf8Of(recorder::partOf(file, 2)) + ": this part of the recording is missing");
-  }
-
-  void onlyTheNewestFilesAreKept() {
-    const QTemporaryDir folder;
-    const auto file = pathIn(folder, "parts.jsonl");
-    Recorder::Options options = optionsFor(quiet_library::functions(), file);
-    options.limits = {1000, 3};
-    Recorder recorder(options);
-    for (int i = 0; i < 200; ++i) {
-      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
-    }
-    recorder.finish();
-    const QStringList files = QDir(folder.path()).entryList(QDir::Files);
-    QCOMPARE(files.size(), 3);
-    QVERIFY(!files.contains("parts.jsonl"));
-
-    // They can be looked at; nobody takes them for all of it.
-    const auto remaining = recorder::readRecording(file, recorder::Parts::kRemaining);
-    QVERIFY2(remaining, remaining ? "" : remaining.error().text().c_str());
-    QVERIFY(remaining->walk.complete && remaining->walk.firstPart > 1);
-    QCOMPARE(remaining->walk.parts, remaining->walk.firstPart + 2);
-    QVERIFY(remaining->calls.size() > 3 && !remaining->header.salt.empty());
-    QCOMPARE(remaining->calls.back().place.number, std::uint64_t{200});
-    QVERIFY(remaining->calls.back().ending.has_value());
-    const auto first = recorder::partOf(file, remaining->walk.firstPart);
-    QCOMPARE(recorder::readRecording(file).error().text(),
-             recorder::utf8Of(file) + ": the parts before " + recorder::utf8Of(first) + " were removed to save space");
-    const auto all = recorder::walkRecording(file, [](auto, auto&&) {});
-    QVERIFY(!all);
-    std::filesystem::remove(recorder::partOf(file, remaining->walk.firstPart + 1));
-    QVERIFY(!recorder::readRecording(file, recorder::Parts::kRemaining));
-  }
-
-  void aFolderThatIsNotThereIsToldOnceAndTheProgramWorksOn() {
-    const QTemporaryDir folder;
-    QStringList told;
-    Recorder::Options options = optionsFor(quiet_library::functions(), pathIn(folder, "no/such/folder.jsonl"));
-    options.tell = [&](const std::string& text) { told << QString::fromStdString(text); };
-    Recorder recorder(options);
-    for (int i = 0; i < 3; ++i) {
-      QCOMPARE(THROUGH(recorder, openPort), 0);
-      QCOMPARE(THROUGH(recorder, AT_EDID_Set_EDID_mode, i), 0);
-    }
-    recorder.finish();
-    QCOMPARE(told.size(), 1);
-    QVERIFY2(told.at(0).startsWith("cannot create "), qPrintable(told.at(0)));
-  }
-
-#ifndef Q_OS_WIN
-  void afterAFullDiskTheProgramWorksOnAndWholeLinesRemain() {
-    const QTemporaryDir folder;
-    const auto file = pathIn(folder, "full.jsonl");
-    QStringList told;
-    Recorder::Options options = optionsFor(quiet_library::functions(), file);
-    options.tell = [&](const std::string& text) { told << QString::fromStdString(text); };
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit full{2000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &full);
-    Recorder recorder(options);
-    for (int i = 0; i < 50; ++i) {
-      THROUGH(recorder, openPort);
-    }
-    recorder.finish();
-    setrlimit(RLIMIT_FSIZE, &before);
-    QCOMPARE(told.size(), 1);
-    QVERIFY2(told.at(0).startsWith("cannot write "), qPrintable(told.at(0)));
-    const Recording recording = readBack(file);
-    QVERIFY(!recording.walk.complete);
-    QVERIFY(recording.calls.size() > 3 && recording.calls.size() < 20);
-  }
-#endif
 
   void twoThreadsAreToldApartAndOrdered() {
     const QTemporaryDir folder;

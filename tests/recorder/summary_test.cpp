@@ -2,6 +2,7 @@
 
 #include "recorder/recorder.h"
 #include "simulator/control/control.h"
+#include "tests/recorder/recordings.h"
 #include "tests/recorder/through.h"
 
 #include <QFile>
@@ -15,14 +16,6 @@ namespace {
 using device::Operation;
 using recorder::Recorder;
 using recorder::Recording;
-
-recorder::FunctionTable simulatedDevice() {
-  recorder::FunctionTable table{};
-#define OPERATION(name, ...) quiet_library::put(table, Operation::name, &::name);
-#include "device/operations.inc"
-#undef OPERATION
-  return table;
-}
 
 // Reads what a window shows of the device.
 template <typename Target>
@@ -72,14 +65,6 @@ std::filesystem::path recorded(const QTemporaryDir& folder, const char* name, co
   program(recorder);
   recorder.finish();
   return file;
-}
-
-Recording readBack(const std::filesystem::path& file) {
-  auto recording = recorder::readRecording(file);
-  if (!recording) {
-    qFatal("%s", recording.error().text().c_str());
-  }
-  return *std::move(recording);
 }
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }

@@ -59,30 +59,12 @@ QByteArray captureVersion() {
   return AT_Get_Customer_Ver(text.data()) == 0 ? QByteArray(reinterpret_cast<const char*>(text.data())) : "failed";
 }
 
-std::vector<float>& progress() {
-  static std::vector<float> values;
-  return values;
-}
-
 }  // namespace
 
 class SimulatorDeviceTest : public QObject {
   Q_OBJECT
 
-  QTemporaryDir directory_;
-
-  QByteArray fileWith(const QByteArray& content) {
-    const QString path = directory_.filePath(QStringLiteral("file-%1").arg(content.size()));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("no temporary file could be written");
-    }
-    return path.toUtf8();
-  }
-
  private slots:
-  void init() { progress().clear(); }
-
   void theDefaultIdentity() {
     open();
     QCOMPARE(captureVersion(), "V1.03.07");
@@ -344,80 +326,6 @@ class SimulatorDeviceTest : public QObject {
     QCOMPARE(byteOf(AT_EDID_Get_EDID_mode), 0);
     QCOMPARE(byteOf(AT_EDID_Flash_Get_Default_table), 0);
     QCOMPARE(serialNumber(), "kept");
-  }
-
-  void keyFilesAreReadFromTheHost() {
-    open();
-    QCOMPARE(burnHDCP(fileWith("key")), 0);
-    QCOMPARE(burnHDCP(fileWith("")), simulator::kBadFile);
-    QCOMPARE(burnHDCP(fileWith(QByteArray(64 * 1024, 'k'))), 0);
-    QCOMPARE(burnHDCP(fileWith(QByteArray(64 * 1024 + 1, 'k'))), simulator::kBadFile);
-    QCOMPARE(burnHDCP(directory_.path().toUtf8()), simulator::kBadFile);
-    QCOMPARE(burnHDCP(directory_.filePath("missing").toUtf8()), simulator::kBadFile);
-    QCOMPARE(burnHDCP("/dev/zero"), simulator::kBadFile);
-  }
-
-  void aBurnReportsItsProgressAndBringsItsVersion() {
-    open();
-    const QByteArray path = fileWith(QByteArray(50000, '\0') + "KVR-7 V2.10.03" + QByteArray(10000, '\xFF'));
-    QCOMPARE(burnToFlash(path, [](float percent) { progress().push_back(percent); }), 0);
-    QCOMPARE(progress().front(), 0.0F);
-    QCOMPARE(progress().back(), 100.0F);
-    QVERIFY(std::is_sorted(progress().begin(), progress().end()));
-    QVERIFY(progress().size() > 3);
-    QCOMPARE(captureVersion(), "V2.10.03");
-  }
-
-  void aBurnLetsOtherCallsIn() {
-    open();
-    static int status;
-    static int again;
-    static QByteArray version;
-    static QByteArray path;
-    path = fileWith("image");
-    QCOMPARE(burnToFlash(path,
-                         [](float) {
-                           status = source();
-                           version = captureVersion();
-                           again = burnToFlash(path, [](float) {});
-                         }),
-             0);
-    QCOMPARE(status, 0);
-    QCOMPARE(version, "failed");
-    QCOMPARE(again, simulator::kBurnRunning);
-  }
-
-  void aBrokenBurnLeavesNoFirmwareUntilAGoodOne() {
-    open();
-    const QByteArray path = fileWith(QByteArray(100000, 'x'));
-    QCOMPARE(burnToFlash(path,
-                         [](float percent) {
-                           if (percent > 30) {
-                             simulator::unplug();
-                           }
-                         }),
-             simulator::kDeviceGone);
-    simulator::replug();
-    QCOMPARE(captureVersion(), "failed");
-    QCOMPARE(burnToFlash(path, [](float) {}), 0);
-    QCOMPARE(captureVersion(), "V0.00.00");
-  }
-
-  void aResetEndsABurn() {
-    open();
-    QCOMPARE(burnToFlash(fileWith(QByteArray(100000, 'x')), [](float) { simulator::reset(); }), simulator::kNoPort);
-    QVERIFY(simulator::journal().empty());
-  }
-
-  void filesThatAreNoImagesLeaveTheFirmware() {
-    open();
-    for (const QByteArray& path :
-         {fileWith(""), directory_.path().toUtf8(), directory_.filePath("missing").toUtf8(), QByteArray("/dev/zero"),
-          QByteArray(""), fileWith(QByteArray(16 * 1024 * 1024 + 1, 'x'))}) {
-      QCOMPARE(burnToFlash(path, [](float percent) { progress().push_back(percent); }), simulator::kBadFile);
-    }
-    QVERIFY(progress().empty());
-    QCOMPARE(captureVersion(), "V1.03.07");
   }
 
   void theClockMovesOnlyWhenTold() {
