@@ -45,7 +45,11 @@ CASES = [
     ("audio/page.cpp", function(61), "a function of 61 lines"),
     ("audio/page.cpp", "int number;\n" * 400, None),
     ("audio/page.cpp", "int number;\n" * 401, "has 401 lines"),
-    ("tests/test.cpp", "int number;\n" * 401 + function(61), None),
+    ("tests/test.cpp", function(61), None),
+    ("tests/test.cpp", "int number;\n" * 401, "has 401 lines"),
+    ("packaging/make", "#!/usr/bin/env bash\n" + "true\n" * 400, "has 401 lines"),
+    ("packaging/changelog", "text\n" * 401, None),
+    ("tests/judge.py", "pass\n" * 401, "has 401 lines"),
 ]
 
 
