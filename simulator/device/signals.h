@@ -62,15 +62,15 @@ struct Signal {
   Axis horizontal;
   Axis vertical;         ///< active lines of a whole frame, blanking of one field
   std::uint16_t vTotal;  ///< lines of a whole frame
-  bool interlaced;
+  bool interlaced = false;
   std::uint32_t pixelClockHz;
   ColorSpace colorSpace;
   ColorDepth colorDepth;
-  ColorRange colorRange;
-  std::uint8_t colorimetry;     ///< AVI InfoFrame C: 0 none, 1 SMPTE 170M, 2 BT.709, 3 extended
-  std::uint8_t extColorimetry;  ///< AVI InfoFrame EC: 5 BT.2020 cYCC, 6 BT.2020 RGB or YCC
-  Hdcp hdcp;
-  Hdr hdr;
+  ColorRange colorRange = ColorRange::kDefault;
+  std::uint8_t colorimetry = 0;     ///< AVI InfoFrame C: 0 none, 1 SMPTE 170M, 2 BT.709, 3 extended
+  std::uint8_t extColorimetry = 0;  ///< AVI InfoFrame EC: 5 BT.2020 cYCC, 6 BT.2020 RGB or YCC
+  Hdcp hdcp = Hdcp::kNone;
+  Hdr hdr = Hdr::kSdr;
   AudioFormat audioFormat = AudioFormat::kPcm;
   SamplingRate samplingRate = SamplingRate::k48000;
 

@@ -22,6 +22,8 @@
 
 namespace simulator {
 
+struct Scenario;
+
 /// Process-wide state and the common path of every call.
 class Library {
  public:
@@ -35,8 +37,8 @@ class Library {
     std::string arguments = {};           ///< for the journal
     std::span<std::uint8_t> output = {};  ///< the caller's buffer, which an injected answer may fill
     std::uint32_t* length = nullptr;      ///< the caller's length, which an injected answer may set
-    bool beginsSession = false;           ///< whether the device's state is to be there from now on
-    bool endsSession = false;             ///< whether the caller takes the session for ended afterwards
+    bool beginsSession = false;           ///< whether the device's state is needed from now on
+    bool endsSession = false;             ///< whether the caller considers the session ended afterwards
   };
 
   /// An operation that needs an open port. Counts the call, looks for a fault,
@@ -90,13 +92,13 @@ class Library {
   };
 
   Library();
-  void install(struct Scenario scenario);
+  void install(Scenario scenario);
 
   enum class Needs { kNothing, kPort };
   CallInProgress enter(Call call, Needs needs);
   void plugWhenDue();
   void plugNext();
-  /// Lets a fault change the call that comes in.
+  /// Applies a fault to the incoming call.
   void apply(const Fault& fault, const Call& call, CallInProgress& entered);
   /// Takes the device's state from its file, when it has one and was not asked yet.
   std::int32_t recall();
@@ -139,7 +141,7 @@ class Library::LongCall {
   std::int32_t step(const std::function<std::int32_t(Device&)>& step);
   /// As `step`, but whether the device can be reached or not.
   void cleanUp(const std::function<void(Device&)>& action);
-  /// Lets time pass on the device's clock, other calls going on.
+  /// Lets time pass on the device's clock while other calls continue.
   void wait(std::chrono::nanoseconds nominal);
 
  private:
