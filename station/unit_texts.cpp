@@ -26,18 +26,22 @@ QString sentenceFor(UnitResult result, const QString& serial) {
   return {};
 }
 
-QString stepLine(const QString& serial, const StepRecord& step) {
-  QString line = QStringLiteral("%1  %2: %3").arg(serial, step.name, nameOf(step.outcome));
+QString outcomeText(const StepRecord& step) {
+  QString text = QStringLiteral("%1: %2").arg(step.name, nameOf(step.outcome));
   if (!step.evidence.isEmpty()) {
-    line += QStringLiteral(" (%1)").arg(step.evidence);
+    text += QStringLiteral(" (%1)").arg(step.evidence);
   }
   if (!step.reason.isEmpty()) {
-    line += QStringLiteral(", %1").arg(step.reason);
+    text += QStringLiteral(", %1").arg(step.reason);
   }
   if (step.tries > 1) {
-    line += QStringLiteral(", %1 tries").arg(step.tries);
+    text += QStringLiteral(", %1 tries").arg(step.tries);
   }
-  return line + QStringLiteral(", %1").arg(secondsText(step.duration));
+  return text;
+}
+
+QString stepLine(const QString& serial, const StepRecord& step) {
+  return QStringLiteral("%1  %2, %3").arg(serial, outcomeText(step), secondsText(step.duration));
 }
 
 }  // namespace station

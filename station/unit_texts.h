@@ -9,7 +9,10 @@ namespace station {
 /// What to do with a unit, in one sentence.
 QString sentenceFor(UnitResult result, const QString& serial);
 
-/// What came of a step, in one line.
+/// The outcome of a step: name, outcome, evidence, reason and tries.
+QString outcomeText(const StepRecord& step);
+
+/// The same as a line for the operator, with serial number and time.
 QString stepLine(const QString& serial, const StepRecord& step);
 
 }  // namespace station

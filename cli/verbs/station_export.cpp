@@ -1,6 +1,7 @@
 #include "cli/verbs/station_export.h"
 
 #include "device/printable.h"
+#include "station/unit_texts.h"
 
 #include <QStringList>
 #include <QXmlStreamWriter>
@@ -40,17 +41,7 @@ Value stepValue(const station::StepRecord& step) {
 }
 
 QString stepText(const station::StepRecord& step) {
-  QString line = QStringLiteral("  %1: %2").arg(step.name, nameOf(step.outcome));
-  if (!step.evidence.isEmpty()) {
-    line += QStringLiteral(" (%1)").arg(step.evidence);
-  }
-  if (!step.reason.isEmpty()) {
-    line += QStringLiteral(", %1").arg(step.reason);
-  }
-  if (step.tries > 1) {
-    line += QStringLiteral(", %1 tries").arg(step.tries);
-  }
-  return line + QStringLiteral(", %1 ms").arg(step.duration.count());
+  return "  " + station::outcomeText(step) + QStringLiteral(", %1 ms").arg(step.duration.count());
 }
 
 /// What the attempt's line of a table holds.

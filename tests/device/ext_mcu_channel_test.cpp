@@ -3,6 +3,7 @@
 #include "device/RTICE_SDK_x64.h"
 #include "device/boot_packet.h"
 #include "simulator/control/control.h"
+#include "tests/support/call_check.h"
 #include "tests/support/journal.h"
 
 #include <QTest>
@@ -33,14 +34,7 @@ class ExtMcuChannelTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() {
-    simulator::reset();
-    simulator::useVirtualTime();
-    QCOMPARE(initialize(), 0);
-    QCOMPARE(setDevice(0, 0, 0x5C19, 0x6B03), 0);
-    QCOMPARE(openPort(), 0);
-    simulator::clearJournal();
-  }
+  void init() { openNewDevice(); }
 
   void packetsWithoutPayloadHaveTheirFixedChecksums() {
     QVERIFY(device::bootPacket(BootCommand::kStart) == expectedPacket(0xA1, {}, 0xFB));

@@ -110,7 +110,7 @@ const QString kNothing = "progressive 0x0@0 RGB 8bit default SDR DVI";
 
 }  // namespace
 
-class OneStoryTest : public QObject {
+class ConsistencyTest : public QObject {
   Q_OBJECT
 
  private slots:
@@ -385,5 +385,5 @@ class OneStoryTest : public QObject {
   }
 };
 
-QTEST_MAIN(OneStoryTest)
+QTEST_MAIN(ConsistencyTest)
 #include "consistency_test.moc"
