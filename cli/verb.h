@@ -15,10 +15,10 @@
 ///    throws a `Failure` with the exit code.
 /// 2. Declare it below, add it to `verbs()` in cli/verb.cpp, and its file to
 ///    cli/CMakeLists.txt.
-/// 3. Describe its JSON in cli/schemas/NAME.json, and add its command lines to
-///    tests/cli/verbs_test.cpp and docs/command-line.md.
+/// 3. Describe its JSON in cli/schemas/NAME.json. docs/architecture.md lists the tests
+///    and documents that want its command lines.
 ///
-/// Help, man page and shell completions follow by themselves.
+/// Help, man page and shell completions include it automatically.
 namespace cli {
 
 Command audioVerb();
