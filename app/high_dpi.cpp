@@ -33,7 +33,7 @@ bool isRoundingWanted() {
   return !qEnvironmentVariableIsEmpty("DISPLAY") && (platform.isEmpty() || platform.startsWith("xcb"));
 }
 
-// Ends the process, of which nobody else is to hear.
+// Ends the child process without any output.
 [[noreturn]] void tellScreenDpi(int out, int argc, char* argv[]) {
   // What goes wrong here goes wrong in the program, too, which tells of it.
   constexpr rlimit kNoCore{0, 0};

@@ -8,7 +8,7 @@
 /// Texts for what the device reports of the incoming audio.
 namespace audio {
 
-/// What stands for a code without a text.
+/// Shown for a code without a text.
 inline constexpr const char* kUnknownText = "Unknow";
 
 QString formatText(std::uint8_t code);

@@ -32,7 +32,7 @@ struct Change {
   QString word = {};      ///< of an irreversible change
 };
 
-/// What came of reading a value back.
+/// The outcome of reading a value back.
 enum class ReadBack { kAsWanted, kOtherwise, kUnreadable };
 
 /// Reads until it is clear whether the value is the wanted one: once, and after

@@ -11,7 +11,7 @@ namespace cli {
 
 /// The program's surroundings as a run sees them; tests give others.
 struct Console {
-  /// Writes data to standard output; false when nobody takes it.
+  /// Writes data to standard output; false when that fails.
   std::function<bool(const QByteArray&)> out;
   /// Writes to standard error.
   std::function<void(const QByteArray&)> err;

@@ -61,7 +61,7 @@ DeviceLock::~DeviceLock() {
     return;
   }
   if (handle_->isLocked) {
-    // Whoever comes next must not be told of us. Another user's file stays as it is.
+    // The next process must not see our name. Another user's file stays as it is.
     static_cast<void>(ftruncate(handle_->file, 0) == 0);
   }
   close(handle_->file);

@@ -10,7 +10,7 @@
 
 namespace cli {
 
-/// Ends the command under way; thrown by whatever finds that it cannot go on.
+/// Ends the running command; thrown by code that cannot continue.
 /// The device session closes on the way out.
 struct Failure : std::exception {
   Failure(ExitCode exitCode, QString text) : code(exitCode), message(std::move(text)) {}

@@ -17,7 +17,7 @@ class Progress {
 
   /// @param percent 0 to 100; anything else is cut to that
   void show(int percent);
-  /// Tells something else meanwhile, on a line of its own.
+  /// Prints another text meanwhile, on its own line.
   void hint(Run& run, const QString& text);
 
  private:

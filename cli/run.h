@@ -40,7 +40,7 @@ class Run {
   /// Refuses the input unless a check holds or is lifted.
   /// @throws Failure (refused)
   void require(const Check& check, bool holds, const QString& message);
-  /// Asks whether to go on, as the weight demands. Nothing is asked without a
+  /// Asks whether to continue, as the weight demands. Nothing is asked without a
   /// terminal.
   /// @param word what an irreversible change asks for, for example "key"
   /// @throws Failure (unconfirmed)

@@ -21,7 +21,7 @@ struct Answer {
 };
 
 /// Reads a number with an operation that takes nothing but the place for it.
-/// @param before what stands in that place, and stays when nothing is written
+/// @param before initial content, which stays if nothing is written
 template <typename Value>
 Result<Value> readNumber(std::int32_t (*operation)(Value*), Value before = {}) {
   Answer<Value> answer{.value = before};

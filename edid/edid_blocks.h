@@ -27,7 +27,7 @@ inline constexpr std::uint8_t kBlockMapTag = 0xF0;
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// What an extension's tag stands for; empty for a tag that E-EDID does not define.
+/// What an extension's tag means; empty for a tag that E-EDID does not define.
 std::string_view extensionName(std::uint8_t tag);
 
 /// The value that a block's last byte must have, so that all add up to 0.

@@ -7,7 +7,7 @@
 /// Tables of a length that only they tell.
 namespace edid {
 
-/// Reads a table of the device as long as it is told to.
+/// Reads as many bytes of a device table as requested.
 using TableReader = std::function<device::Result<QByteArray>(TableSize)>;
 
 /// The smallest size that so many bytes fit into; the largest for more than 512.

@@ -29,7 +29,7 @@ constexpr std::array<Model, 2> kModels{{{{0x5C19, 0x6B03}, "KVR-7"}, {{0x5C19, 0
 constexpr std::size_t kPieceSize = std::size_t{256} * 1024;
 
 // The most that is searched of what a file holds beyond its size: some files of
-// the system tell none and go on for ever.
+// the system report no size and never end.
 constexpr qint64 kMostBeyondSize = qint64{64} * 1024 * 1024;
 
 /// Moves ahead to the next byte that is not in a hole of a sparse file, where the

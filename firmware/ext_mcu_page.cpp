@@ -24,7 +24,7 @@ void MainWindow::slotExtMcuUpdate() {
   updateThread = new UpdateThread(this);
   if (!startWorker(updateThread)) {
     updateThread = nullptr;
-    // A text of an upgrade before must not stand for this one.
+    // A text of an earlier upgrade must not be taken for this one.
     ui->LB_Message->setText(UpdateThread::failedText());
   }
 }

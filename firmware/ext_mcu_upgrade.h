@@ -24,7 +24,7 @@ struct UpgradeOptions {
   std::function<bool()> stopRequested = {};
 };
 
-/// What came of an upgrade.
+/// The outcome of an upgrade.
 struct UpgradeResult {
   UpgradeOutcome outcome = UpgradeOutcome::kDone;
   std::size_t packets = 0;            ///< that counted as taken
@@ -32,7 +32,7 @@ struct UpgradeResult {
   std::size_t repeatedChecksums = 0;  ///< of these: checksum equal to the one before
 };
 
-/// Upgrades the external MCU's firmware: brings the MCU into its boot loader
+/// Upgrades the external MCU's firmware: puts the MCU into its boot loader
 /// unless it is there already, sends the image block by block and has the boot
 /// loader start it. Returns when the upgrade has ended, well or not. Talks to the
 /// MCU over `device/ext_mcu_channel.h`, on the calling thread.

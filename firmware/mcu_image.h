@@ -20,7 +20,7 @@ enum class ImageFailure : std::uint8_t {
 /// Reads a firmware file of the external MCU, whole: the device must not get a
 /// piece of one. The bytes are the image as they are.
 ///
-/// Some files of the system claim to be empty and go on for ever; such a one
+/// Some system files claim to be empty and never end; such a one
 /// counts as unreadable beyond `kMaxUnsizedImage`.
 tl::expected<QByteArray, ImageFailure> readMcuImage(const QString& path);
 

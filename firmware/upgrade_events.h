@@ -45,10 +45,10 @@ struct PacketRefused {
   PacketAttempt packet;
 };
 
-/// The checksum could not be read back, so that nobody knows what arrived.
+/// The checksum could not be read back, so it is unknown what arrived.
 struct PacketUnverified {
   PacketAttempt packet;
-  bool accepted;  ///< the upgrade goes on as if it had arrived
+  bool accepted;  ///< the upgrade continues as if it had arrived
 };
 
 /// The packet counts as taken, but its checksum equals that of the packet before:

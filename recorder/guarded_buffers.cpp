@@ -6,7 +6,7 @@ namespace recorder {
 namespace {
 
 // No two calls meet the same guard, so that a library that writes always the
-// same cannot hide for ever.
+// same cannot hide permanently.
 std::uint8_t guardByte(std::uint32_t& state) {
   state = state * 1'664'525U + 1'013'904'223U;
   return static_cast<std::uint8_t>(state >> 24);

@@ -19,7 +19,7 @@
 
 namespace recorder {
 
-/// Answers calls from a recording, and holds them against it: each thread makes
+/// Answers calls from a recording and compares them with it: each thread makes
 /// the calls that a recorded thread made, in their order and with the same
 /// inputs; no call is answered before those that had ended when the recorded
 /// one began. From the first difference on every call fails. Any thread may

@@ -14,7 +14,7 @@
 #include <variant>
 #include <vector>
 
-/// Reads recordings. Nothing that stands in a file can do more than be refused.
+/// Reads recordings. Bad file content is refused and does no other harm.
 namespace recorder {
 
 /// Why a recording cannot be used.
@@ -27,7 +27,7 @@ struct RecordingError {
   std::string text() const;
 };
 
-/// Where something stands in a recording.
+/// A position in a recording.
 struct LinePlace {
   unsigned part = 1;
   std::size_t line = 0;

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-/// Takes out of a recording what is nobody else's business, at the same length:
+/// Removes private data from a recording, keeping its length:
 /// serial numbers become pseudonyms, the bytes of MCU firmware become salted
 /// hashes of the same sum. The same salt always gives the same bytes, so that a
 /// replay can redact what the program sends and compare.

@@ -39,7 +39,7 @@ class Sha256 {
 /// Appends bytes as lower-case hexadecimal digits.
 void appendHex(std::string& text, std::span<const std::uint8_t> bytes);
 
-/// The bytes that lower-case hexadecimal digits stand for.
+/// The bytes that lower-case hexadecimal digits represent.
 std::optional<Bytes> bytesOfHex(std::string_view hex);
 
 /// What a recording tells of a file instead of its content.
@@ -54,7 +54,7 @@ struct FileMark {
 /// Size and hash of a file; hashed before it are the bytes of `salt`.
 FileMark markOf(const std::filesystem::path& file, std::string_view salt = {});
 
-/// The path that NUL-terminated UTF-8 stands for; empty for text that is none.
+/// The path for NUL-terminated UTF-8; empty for text that is not UTF-8.
 std::filesystem::path pathOfUtf8(std::string_view utf8);
 
 }  // namespace recorder

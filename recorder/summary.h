@@ -20,7 +20,7 @@ std::string differencesBetween(const Recording& a, const Recording& b);
 /// Of each value the one that was read last.
 std::string scenarioOf(const Recording& recording);
 
-/// Writes a recording anew with everything redacted.
+/// Writes a redacted copy of a recording.
 /// @param to must not exist
 /// @return or why not
 tl::expected<void, RecordingError> redactRecording(const std::filesystem::path& from, const std::filesystem::path& to);

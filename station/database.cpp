@@ -127,7 +127,7 @@ Database::Database(const QString& path, Access access) {
   }
   sqlite3_busy_timeout(handle, kBusyMilliseconds);
   sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kMostBytes);
-  // Nothing that stands in the file runs but our own triggers and checks.
+  // Only our own triggers and checks in the file are executed.
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   run("PRAGMA foreign_keys = ON");

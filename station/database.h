@@ -36,7 +36,7 @@ SqlValue sqlText(const QString& text);
 /// The same; empty text becomes NULL.
 SqlValue sqlTextOrNull(const QString& text);
 
-/// One statement, reset when it is bound anew. Outlived by its database.
+/// One statement, reset when it is bound again. Its database must outlive it.
 class Statement {
  public:
   Statement(sqlite3* database, const std::string& sql);

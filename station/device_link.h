@@ -34,7 +34,7 @@ class DeviceLink {
   /// @param identity receives what it says
   /// @param reason receives why the last try failed
   Wait open(std::optional<std::chrono::milliseconds> within, Identity* identity, QString* reason);
-  /// Waits until nobody answers at the open port any more, and closes it.
+  /// Waits until no device answers at the open port, then closes it.
   Wait waitUntilUnplugged();
   void close();
 

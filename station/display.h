@@ -27,7 +27,7 @@ class Display {
   void say(const QString& line);
   /// How far a long step is; shown at a terminal only.
   void progress(const QString& what, int percent);
-  /// What came of a unit.
+  /// The outcome of a unit.
   /// @param sentence what to do with it
   void verdict(UnitResult result, const QString& unit, const QString& reason, const QString& sentence);
   /// Asks for a line to be typed or scanned.

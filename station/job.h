@@ -16,7 +16,7 @@ namespace station {
 inline constexpr int kMaxSerialLength = 16;
 
 /// A firmware file. All paths of a job are absolute; its file may name them relative
-/// to the folder it stands in.
+/// to the folder it is in.
 struct Image {
   QString path;
   QString sha256;   ///< 64 lower-case hexadecimal digits
@@ -68,7 +68,7 @@ struct PlannedStep {
   int retries = 0;  ///< further tries after the first
 };
 
-/// What is read again after the restart and held against the job.
+/// What is read again after the restart and compared with the job.
 enum class Compared : std::uint8_t { kMcuVersion, kCaptureVersion, kSerialNumber, kEdidTables, kEdidMode, kEdidSlot };
 inline constexpr std::array kAllCompared{Compared::kMcuVersion, Compared::kCaptureVersion, Compared::kSerialNumber,
                                          Compared::kEdidTables, Compared::kEdidMode,       Compared::kEdidSlot};
@@ -76,7 +76,7 @@ inline constexpr std::array kAllCompared{Compared::kMcuVersion, Compared::kCaptu
 /// As the job file names it, for example "mcuVersion".
 QString nameOf(Compared compared);
 
-/// Whether a unit that has passed may be worked on once more.
+/// Whether a unit that has passed may be processed again.
 enum class Rework : std::uint8_t {
   kRefuse,
   kSameUnit,  ///< only the unit that carries the serial number already

@@ -19,7 +19,7 @@ struct Mistake {
 };
 using Mistakes = std::vector<Mistake>;
 
-/// Reads a job file and holds it against station/job.schema.json and against what
+/// Reads a job file and checks it against station/job.schema.json and against what
 /// no schema can say. Files that it names are not looked at: `checkJob` does that.
 /// @return the job, or all mistakes found, one at least
 tl::expected<Job, Mistakes> readJob(const QString& path);

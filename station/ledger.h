@@ -47,7 +47,7 @@ enum class StepOutcome : std::uint8_t { kDone, kSkipped, kFailed };
 /// "done", "skipped", "failed"
 QString nameOf(StepOutcome outcome);
 
-/// What came of a step, also of those that the job does not list, such as
+/// The outcome of a step, also of those that the job does not list, such as
 /// "identify", "restart" and "compare".
 struct StepRecord {
   QString name;

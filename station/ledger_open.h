@@ -47,7 +47,7 @@ struct OpenedLedger {
   QString copyOfOlder = {};
 };
 
-/// Opens a ledger, makes it or brings it to the present format.
+/// Opens a ledger, creates it, or converts it to the current format.
 /// @param steps the migrations there have been; tests give others
 /// @throws DatabaseError, LedgerFailure
 OpenedLedger openLedger(const QString& path, LedgerAccess access, std::span<const Migration> steps = migrations());

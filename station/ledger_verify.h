@@ -17,7 +17,7 @@ struct Verification {
   QStringList found;  ///< what is not as it was written, one line each, at most 100; empty = nothing
 };
 
-/// Reads every row and holds it against its hash, against the row before and
+/// Reads every row and checks it against its hash, against the row before and
 /// against the ledger's head; then the file's own structure.
 /// @param head a hash that was written down earlier; it must still be in the chain.
 ///             Empty = none

@@ -16,7 +16,7 @@ struct RecordedKey {
   QString lost;  ///< why it went into no unit; empty = it did
 };
 
-/// An attempt as it stands in the ledger. Times are UTC, ISO 8601.
+/// An attempt as recorded in the ledger. Times are UTC, ISO 8601.
 struct AttemptRecord {
   std::int64_t id = 0;
   QString serial;

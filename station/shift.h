@@ -20,7 +20,7 @@ struct ShiftOptions {
   std::function<std::optional<QString>()> readLine;
 };
 
-/// What came of a shift.
+/// The outcome of a shift.
 struct ShiftEnd {
   std::vector<UnitEnd> units;
   QString problem;  ///< why it ended before its time; one clause, empty = it did not

@@ -11,7 +11,7 @@
 
 namespace station {
 
-/// What the files of a job hold, read once and held against the job's hashes, so
+/// Content of a job's files, read once and checked against the job's hashes, so
 /// that a file that is replaced during a shift changes no unit.
 struct UnitFiles {
   QByteArray mcu;                           ///< empty when the job has no such image

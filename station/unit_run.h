@@ -21,7 +21,7 @@ struct ShiftTools {
   const Surroundings& outside;
 };
 
-/// What came of a unit.
+/// The outcome of a unit.
 struct UnitEnd {
   UnitResult result = UnitResult::kError;
   QString serial;        ///< as far as known

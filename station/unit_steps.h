@@ -30,7 +30,7 @@ enum class StepEnding : std::uint8_t {
   kStopped,  ///< on request
 };
 
-/// What came of a step.
+/// The outcome of a step.
 struct StepReport {
   StepEnding ending = StepEnding::kFailed;
   QString evidence;  ///< what it rests on, in the command line's words: "readback", "checksums+version", "version",
@@ -89,7 +89,7 @@ StepReport setSerialNumber(const QString& text);
 /// Restores the factory defaults; reported by the device only.
 StepReport restoreDefaults();
 
-/// Restarts the device. The caller opens it anew (`waitForReturn` of the run).
+/// Restarts the device. The caller reopens it (`waitForReturn` of the run).
 StepReport restart();
 
 /// "256 bytes, SHA-256 ef7b88a9..."

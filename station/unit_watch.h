@@ -10,7 +10,7 @@
 
 namespace station {
 
-/// Ends a unit's run from wherever it is found that it cannot go on.
+/// Ends a unit's run; thrown by code that cannot continue.
 struct RunEnded {
   UnitResult result;
   QString reason;  ///< one clause without a full stop

@@ -70,7 +70,7 @@ void burnCaptureFirmware(Operator& user, const QDir& files) {
   user.expectMatch(QStringLiteral("LB_Message"), QStringLiteral("[1-9][0-9]%"));
   user.takePicture(QStringLiteral("burning"));
   // The progress's last tick may cover the outcome before it is seen; the
-  // version read after connecting anew tells it all the same.
+  // version read after reconnecting shows it in any case.
   user.expectMatch(QStringLiteral("LB_Message"), QStringLiteral("Burn CAP\\.\\.\\.\\[OK\\]|100%"));
   user.takePicture(QStringLiteral("burnt"));
   user.waitMilliseconds(600);  // past that tick
@@ -91,7 +91,7 @@ void upgradeExternalMcu(Operator& user, const QDir& files) {
   user.expectText(QStringLiteral("LB_Message"), QStringLiteral("MCU Update Done...[Success]"));
   user.takePicture(QStringLiteral("mcu-upgraded"));
 
-  // The MCU starts the new image a second later; connecting anew shows it.
+  // The MCU starts the new image a second later; reconnecting shows it.
   user.waitMilliseconds(1500);
   connectAnew(user);
   user.expectText(QStringLiteral("lb_Main_VER_QX"), QStringLiteral("v1.3"));

@@ -6,8 +6,8 @@
 
 #include <functional>
 
-/// Someone at the screen: works the window with mouse and keyboard, looks at
-/// what it shows, takes pictures and keeps the record.
+/// A user at the screen: operates the window with mouse and keyboard, reads
+/// what it shows, takes pictures and keeps a log.
 class Operator {
  public:
   /// @param window   the window to work, already shown; must outlive this
@@ -32,7 +32,7 @@ class Operator {
   void expectOtherThan(const QString& widget, const QString& text);
   /// As `expectText`, for a text that a regular expression describes.
   void expectMatch(const QString& widget, const QString& pattern);
-  /// Lets time pass that the operator would wait as well.
+  /// Waits as long as an operator would.
   void waitMilliseconds(int milliseconds);
   /// Hands the next message box over, then closes it with its button. To be
   /// called before what opens the box.

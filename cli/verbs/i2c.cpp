@@ -17,7 +17,7 @@ constexpr std::uint32_t kLargestAddress = 0x7F;
 constexpr int kMostBytes = 256;
 constexpr std::uint32_t kDumpPiece = 16;
 
-/// What every command on the bus is told.
+/// The arguments of every command on the bus.
 struct Target {
   std::uint8_t slave;
   int registerBytes;  // 0 = as few as hold the number

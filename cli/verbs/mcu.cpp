@@ -201,7 +201,7 @@ void requireFamily(Run& run, std::span<const std::uint8_t> image, const McuState
                   .arg(QChar(family.value_or(0)), QChar(state.familyCode)));
 }
 
-/// Holds what came of the sending against the MCU that now runs.
+/// Compares the outcome of the upgrade with the MCU that now runs.
 /// @return its version
 QString requireUpgraded(const Run& run, const Sending& sending, const QString& expected, const QString& path) {
   const UpgradeOutcome outcome = sending.result.outcome;

@@ -53,7 +53,7 @@ SIMULATOR_API void clearJournal();
 /// How many calls have been made and have not returned yet, of all threads.
 SIMULATOR_API unsigned callsUnderWay();
 
-/// Lets a fault happen, wherever it is.
+/// Adds a fault at any place.
 /// @throws std::invalid_argument for an unknown operation and for a `first` of 0
 SIMULATOR_API void addFault(const Fault& fault);
 

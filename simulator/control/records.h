@@ -1,5 +1,5 @@
 /// @file
-/// What the simulated device and whoever controls it tell each other.
+/// Records exchanged between the simulated device and its control functions.
 #pragma once
 
 #include <chrono>
@@ -45,7 +45,7 @@ enum class FaultEffect {
   kAnswer,           ///< the call returns `status` and does nothing but write `answer` and `length`
   kDelay,            ///< the answer comes `delay` later
   kUnplug,           ///< the plug is pulled, and put back `delay` later unless that is 0
-  kNotAcknowledged,  ///< nobody acknowledges, and nothing is taken
+  kNotAcknowledged,  ///< not acknowledged, and nothing is taken
   kLost,             ///< done, but reported as failed
   kIgnored,          ///< reported as success, but not done
   kDamage,           ///< bytes arrive with flipped bits
@@ -71,7 +71,7 @@ struct Fault {
   unsigned polls = 0;  ///< of kBusy; 0 = until power is cut
 };
 
-/// What came of a transfer.
+/// The outcome of a transfer.
 struct Transfer {
   std::size_t call = 0;              ///< number of its call, counted from 0 since `reset` as the calls began
   std::optional<FaultEffect> fault;  ///< what went wrong with it, if anything

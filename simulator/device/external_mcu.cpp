@@ -165,7 +165,7 @@ void ExternalMcu::settle(std::uint8_t address) {
 }
 
 bool ExternalMcu::answersAt(std::uint8_t address) const {
-  // On a clock that skips waiting, whoever asks for the application has waited for it.
+  // On a clock that skips waiting, a caller that asks for the application has waited.
   const bool hasWaited =
       clock_.skipsWaiting() && state_ == State::kFinished && !isBusy() && address == kApplicationAddress;
   return !silent_ && clock_.now() >= awayUntil_ &&

@@ -124,7 +124,7 @@ class ExternalMcu : public I2cTarget {
   bool programming_ = false;
   std::chrono::nanoseconds workStart_{};
   std::chrono::nanoseconds workEnd_{};
-  std::optional<unsigned> busyPolls_;  // status reads still to be answered "busy"; 0 = for ever
+  std::optional<unsigned> busyPolls_;  // status reads still to be answered "busy"; 0 = all
 
   std::chrono::nanoseconds awayUntil_{};
   std::chrono::nanoseconds lastTransfer_{};

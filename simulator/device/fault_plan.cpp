@@ -198,8 +198,8 @@ void FaultPlan::resetCount(FaultPoint at) {
   std::erase_if(counts_, [at](const auto& count) { return count.first.at == at; });
 }
 
-// Not a distribution of the standard library: the same seed must bring the same
-// faults wherever this is built.
+// Not a distribution of the standard library: the same seed must give the same
+// faults on every platform.
 std::size_t FaultPlan::below(std::size_t limit) { return static_cast<std::size_t>(random_() % limit); }
 
 bool FaultPlan::concerns(Planned& planned, std::uint64_t number, double percent) {

@@ -25,7 +25,7 @@ class FaultPlan {
   void configure(const Section& scenario);
 
   void add(Fault fault) { faults_.push_back({std::move(fault)}); }
-  /// Takes the faults at a range of points away. Counts go on.
+  /// Removes the faults at a range of points. Counting continues.
   void removeAt(FaultPoint first, FaultPoint last);
   bool hasAt(FaultPoint first, FaultPoint last) const;
 

@@ -11,15 +11,15 @@ namespace simulator {
 
 class FaultPlan;
 
-/// The way between the device and whoever calls it, with the faults that happen
-/// there.
+/// The path between the device and its callers, with the faults that happen on
+/// it.
 class Transfers {
  public:
   /// @param faults must outlive this
   explicit Transfers(FaultPlan& faults) : faults_(faults) {}
 
   /// Replaces the faults of transfers, whose count starts over, and begins a record
-  /// of what comes of them.
+  /// of their outcomes.
   /// @throws std::invalid_argument for a fault at another point, a `first` of 0 and a
   ///         rate above 1000
   void start(const std::vector<Fault>& faults, std::uint64_t seed);

@@ -34,7 +34,7 @@ int32_t AT_USB_Get_SerialNum(uint8_t* buffer, uint32_t capacity, uint32_t* lengt
       return simulator::kInvalidArgument;
     }
     const std::string& serialNumber = device.provisioning.serialNumber();
-    // A serial number that fills the buffer stands there without terminator.
+    // A serial number that fills the buffer has no terminator.
     const int32_t status = serialNumber.size() == capacity
                                ? simulator::copyText(serialNumber, buffer, capacity)
                                : simulator::copyTerminatedText(serialNumber, buffer, capacity);

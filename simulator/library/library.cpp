@@ -99,7 +99,7 @@ void Library::remember() {
   try {
     memory_->save(*device_);
   } catch (const StateFileError& error) {
-    // Said once; the next session asks for the file anew.
+    // Said once; the next session tries the file again.
     tellProblem(error.what());
     memory_.reset();
   }

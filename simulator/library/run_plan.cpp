@@ -12,7 +12,7 @@ constexpr std::size_t kMaxPath = 4096;
 }  // namespace
 
 void RunPlan::configure(const Section& scenario) {
-  scenario.text("description", kMaxDescription);  // for whoever chooses a scenario
+  scenario.text("description", kMaxDescription);  // for the user who chooses a scenario
   skipsWaiting = scenario.choice("clock", kClocks) == 1U;
   speedFactor = scenario.number("speedFactor", 0.001, 1e6).value_or(speedFactor);
   latency = scenario.milliseconds("latencyMs", 0, 60'000).value_or(latency);

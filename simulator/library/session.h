@@ -19,7 +19,7 @@ class Session {
 
   /// Notes that the caller asked to end the session and was answered without
   /// the session learning of it. The next `initialize` then gives the port up
-  /// instead of refusing for ever.
+  /// instead of refusing permanently.
   void loseEnd() { stale_ = state_ == State::kOpen; }
 
   bool isPortOpen() const { return state_ == State::kOpen; }

@@ -92,7 +92,7 @@ Scenario readScenario(std::string_view json, const std::string& name) {
 
 Scenario readScenarioFile(const std::filesystem::path& path) {
   std::error_code error;
-  // A pipe or a device could keep us waiting for ever.
+  // A pipe or a device could block us permanently.
   if (!std::filesystem::is_regular_file(path, error)) {
     failFile(path, "is no regular file; name a JSON file in RTICE_SIMULATOR_SCENARIO");
   }
