@@ -54,7 +54,7 @@ else
   [[ -z ${BUILT_PROGRAMS:-} ]] || { ln -sfn "$BUILT_PROGRAMS" "build/$3/bin"; exit; }
   mkdir -p "build/$3/bin"
   for program in Pellavox pellavox-walkthrough pellavox-samples; do
-    printf '#!/bin/bash\necho "%s $* in $(basename "$PWD") platform=${QT_QPA_PLATFORM:-} scenario=${RTICE_SIMULATOR_SCENARIO:-}" >>"$CALLS"\n' \
+    printf '#!/bin/bash\necho "%s $* in $(basename "$PWD") platform=${QT_QPA_PLATFORM:-} scenario=${RTICE_SIMULATOR_SCENARIO:-} runtime=$XDG_RUNTIME_DIR" >>"$CALLS"\n' \
       "$program" >"build/$3/bin/$program"
     chmod +x "build/$3/bin/$program"
   done
