@@ -32,6 +32,13 @@ QString explanationOf(const std::string& what) {
   return (start < 0 ? text : text.mid(start + 2)).simplified();
 }
 
+/// A file may hold names of any length; a line about one must stay one that is read.
+QString shortened(const QString& text) {
+  constexpr int kMost = 300;
+  constexpr int kEnd = 100;  // what is to be done stands there
+  return text.size() <= kMost ? text : text.left(kMost - kEnd) + QStringLiteral("...") + text.right(kEnd);
+}
+
 /// Reads one job file; collects what is wrong with it.
 class JobReader {
  public:
@@ -56,7 +63,7 @@ class JobReader {
     return QDir::cleanPath(QFileInfo(path_).absoluteDir().absoluteFilePath(textOf(name)));
   }
   void mistake(const std::string& place, const QString& text) {
-    mistakes_.push_back({path_, QString::fromStdString(place), text});
+    mistakes_.push_back({path_, shortened(QString::fromStdString(place)), shortened(text)});
   }
 
   QByteArray bytes_;
@@ -72,8 +79,7 @@ bool JobReader::parse() {
     findRepeatedNames();
   } catch (const Json::parse_error& error) {
     const auto line = bytes_.left(static_cast<int>(error.byte)).count('\n') + 1;
-    mistakes_.push_back({path_, QStringLiteral("line %1").arg(line),
-                         QStringLiteral("is no JSON: %1").arg(explanationOf(error.what()))});
+    mistake("line " + std::to_string(line), QStringLiteral("is no JSON: %1").arg(explanationOf(error.what())));
     return false;
   }
   for (const SchemaFinding& finding : checkAgainstSchema(document_, Json::parse(kJobSchema))) {
