@@ -1,7 +1,5 @@
 #include "app/high_dpi.h"
 
-#include "app/x11_resolution.h"
-
 #include <QGuiApplication>
 #include <QScreen>
 
@@ -46,19 +44,9 @@ bool isRoundingWanted() {
   _exit(write(out, &dpi, sizeof dpi) == sizeof dpi ? 0 : 1);
 }
 
-// Whether Qt is sure to use the X server that DISPLAY names.
-bool isPlainlyX11(int argc) {
-  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-  const bool isAskedFor = platform == "xcb";
-  const bool isDefault =
-      platform.isEmpty() && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qgetenv("XDG_SESSION_TYPE") != "wayland";
-  // Options may name another platform or display.
-  return argc <= 1 && (isAskedFor || isDefault);
-}
-
 // Asked in a process of its own: Qt takes in the resolution once, and its
 // environment variables before that.
-std::optional<double> dpiThatQtTakes(int argc, char* argv[]) {
+std::optional<double> screenDpi(int argc, char* argv[]) {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
     return std::nullopt;
@@ -75,11 +63,6 @@ std::optional<double> dpiThatQtTakes(int argc, char* argv[]) {
     waitpid(child, nullptr, 0);
   }
   return isTold ? std::optional(dpi) : std::nullopt;
-}
-
-// A process of its own takes a third of the start, so only where it has to be.
-std::optional<double> screenDpi(int argc, char* argv[]) {
-  return isPlainlyX11(argc) ? x11Resolution() : dpiThatQtTakes(argc, argv);
 }
 #endif
 
