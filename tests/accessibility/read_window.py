@@ -20,7 +20,14 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 PATIENCE = 10
 ROLES = {"text", "combo box", "slider", "spin button", "check box", "radio button", "push button", "label"}
+
 PAGES = ["RX Info", "System", "Provisioning", "Video", "Audio", "EDID", "Debug"]
+
+
+def role_of(node):
+    """As older versions of AT-SPI name it."""
+    name = node.get_role_name()
+    return "push button" if name == "button" else name
 
 
 def wait_for(condition):
@@ -53,7 +60,7 @@ def children(node):
 def descendants(node):
     for child in children(node):
         yield child
-        if child.get_role_name() != "combo box":  # its rows are part of it
+        if role_of(child) != "combo box":  # its rows are part of it
             yield from descendants(child)
 
 
@@ -78,7 +85,7 @@ def text_of(node):
 
 def control(page, node):
     """One line that tells all that a user is told of a control; None for the rest."""
-    role = node.get_role_name()
+    role = role_of(node)
     if role not in ROLES:
         return None
     name = node.get_name()
@@ -105,7 +112,7 @@ def control(page, node):
 
 def press(where, name, description=None):
     """Presses the one button of that name, and perhaps description."""
-    found = [node for node in descendants(where) if node.get_role_name() == "push button" and node.get_name() == name
+    found = [node for node in descendants(where) if role_of(node) == "push button" and node.get_name() == name
              and (description is None or node.get_description() == description)]
     if len(found) != 1:
         sys.exit(f"{len(found)} buttons are named {name!r} ({description})")
@@ -121,7 +128,7 @@ def read_all(app):
     message = [node for node in descendants(app) if node.get_name() == "Message"][0]
     press(app, "Connect")
     await_text(message, "Device Connected")
-    stack = [node for node in descendants(app) if node.get_role_name() == "layered pane"][0]
+    stack = [node for node in descendants(app) if role_of(node) == "layered pane"][0]
     pages = children(stack)
     if len(pages) != len(PAGES):
         sys.exit(f"{len(pages)} pages")
@@ -141,10 +148,10 @@ def read_all(app):
     queue = children(app)
     while queue:
         node = queue.pop(0)
-        if node == stack or node.get_role_name() == "page tab list":
+        if node == stack or role_of(node) == "page tab list":
             continue
         outside.append(control("above and below", node))
-        if node.get_role_name() != "combo box":
+        if role_of(node) != "combo box":
             queue = children(node) + queue
     return [line for line in outside + lines if line]
 

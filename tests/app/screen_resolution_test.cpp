@@ -9,16 +9,23 @@
 
 namespace {
 
-/// A virtual screen that tells a resolution, as long as this lives.
+/// A virtual screen that tells a resolution, as long as this lives. It stands among the
+/// X resources, as desktops put it there: not every server tells what -dpi says.
 class VirtualScreen {
  public:
   explicit VirtualScreen(int dpi) {
-    server_.start(XVFB, {"-displayfd", "1", "-screen", "0", "1600x1600x24", "-dpi", QString::number(dpi), "-nolisten",
-                         "tcp", "-noreset"});
+    server_.start(XVFB, {"-displayfd", "1", "-screen", "0", "1600x1600x24", "-nolisten", "tcp", "-noreset"});
     if (!server_.waitForStarted() || !server_.waitForReadyRead()) {
       qFatal("%s does not start: %s", XVFB, server_.readAllStandardError().constData());
     }
     name_ = ":" + QString::fromLatin1(server_.readAllStandardOutput().trimmed());
+    QProcess resources;
+    resources.start(XRDB, {"-display", name_, "-nocpp", "-merge", "-"});
+    resources.write(QStringLiteral("Xft.dpi: %1\n").arg(dpi).toLatin1());
+    resources.closeWriteChannel();
+    if (!resources.waitForFinished() || resources.exitCode() != 0) {
+      qFatal("%s fails: %s", XRDB, resources.readAllStandardError().constData());
+    }
   }
   Q_DISABLE_COPY_MOVE(VirtualScreen)
   ~VirtualScreen() {
