@@ -118,8 +118,12 @@ class Campaign {
   /// One in peace: how long a unit takes decides when to kill.
   void measure() {
     nextUnit();
-    judge(run({}));
+    const Ended ended = run({});
+    judge(ended);
     QFile::remove(state_);
+    if (usual_.count() == 0) {
+      breach("the time that a unit takes is not known", ended);
+    }
   }
 
   void doUnit() {
@@ -173,7 +177,8 @@ class Campaign {
     ended.isKilled = process.exitStatus() != QProcess::NormalExit || ended.code == kKilledCode;
     counts.resumed += ended.text.contains("was not finished") ? 1 : 0;
     const int took = ended.text.lastIndexOf("took ");
-    ended.time = std::chrono::microseconds(took < 0 ? 0 : ended.text.mid(took + 5).trimmed().toLongLong());
+    ended.time =
+        std::chrono::microseconds(took < 0 ? 0 : ended.text.mid(took + 5).split('\n').first().trimmed().toLongLong());
     return ended;
   }
 
