@@ -163,6 +163,8 @@ void compareBurn(const MainWindow& window, const QString& path, int pairs) {
     QObject::connect(worker, &QThread::finished, &loop, &QEventLoop::quit);
     loop.exec();
     ticks.stop();
+    // Else the next burn would find this worker and wait for it.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   };
   const auto burnAlone = [&path] {
     if (burnToFlash(path.toUtf8().constData(), [](float) {}) != 0) {
