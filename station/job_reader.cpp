@@ -27,9 +27,8 @@ QString textOf(const Json& value) { return QString::fromStdString(value.get<std:
 
 /// What a library says, without its prefix "[json...] parse error at line 3, column 5: ".
 QString explanationOf(const std::string& what) {
-  const QString text = QString::fromStdString(what);
-  const int start = text.indexOf(QStringLiteral(": "));
-  return (start < 0 ? text : text.mid(start + 2)).simplified();
+  static const QRegularExpression prefix(QStringLiteral("^\\[[^\\]]*\\] (parse error[^:]*: )?"));
+  return QString::fromStdString(what).remove(prefix).simplified();
 }
 
 /// A file may hold names of any length; a line about one must stay one that is read.
@@ -80,6 +79,10 @@ bool JobReader::parse() {
   } catch (const Json::parse_error& error) {
     const auto line = bytes_.left(static_cast<int>(error.byte)).count('\n') + 1;
     mistake("line " + std::to_string(line), QStringLiteral("is no JSON: %1").arg(explanationOf(error.what())));
+    return false;
+  } catch (const Json::exception& error) {
+    // A number beyond all bounds; the library tells which, but not where.
+    mistake("", QStringLiteral("is no JSON: %1").arg(explanationOf(error.what())));
     return false;
   }
   for (const SchemaFinding& finding : checkAgainstSchema(document_, Json::parse(kJobSchema))) {

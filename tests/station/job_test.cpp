@@ -143,6 +143,8 @@ void JobTest::whatIsNoJson_data() {
                                     << "line.json: line 3: is no JSON: ";
   QTest::newRow("no UTF-8") << whole().replace("KVR-5B", "KVR\xFF") << "line.json: line 3: is no JSON: ";
   QTest::newRow("deep") << QByteArray(100'000, '[') << "line.json: line 1: is no JSON: ";
+  QTest::newRow("a number too large") << whole().replace("\"rework\"", "\"first\": 1e400, \"rework\"")
+                                      << "line.json: is no JSON: number overflow parsing '1e400'";
   QTest::newRow("NUL bytes") << QByteArray(1000, '\0') << "line.json: line 1: is no JSON: ";
 }
 
