@@ -4,8 +4,7 @@
 #include "cli/program.h"
 #include "cli/value.h"
 #include "simulator/control/control.h"
-
-#include <QTemporaryDir>
+#include "tests/support/test_files.h"
 
 #include <chrono>
 #include <functional>
@@ -14,7 +13,7 @@
 
 /// Runs command lines in this process, with the simulated device behind the gate
 /// and in virtual time.
-class CliBench {
+class CliBench : public TestFiles {
  public:
   /// What came of one command line.
   struct Result {
@@ -83,7 +82,7 @@ class CliBench {
     };
     console.now = [] { return std::chrono::steady_clock::time_point(simulator::now()); };
     console.library = DEVICE_LIBRARY;
-    console.lockFolder = folder_.path();
+    console.lockFolder = folder();
     result.code = static_cast<int>(cli::run(arguments, console));
     if (running != nullptr) {
       *running = nullptr;
@@ -94,25 +93,12 @@ class CliBench {
   /// The same, its words separated by blanks.
   Result run(const char* arguments) { return run(QString(arguments).split(' ')); }
 
-  QString path(const QString& name) const { return folder_.filePath(name); }
-
-  QString write(const QString& name, const QByteArray& content) const {
-    QFile file(path(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("cannot write %s", qPrintable(file.fileName()));
-    }
-    return file.fileName();
-  }
-
   QStringList answers;  ///< typed at the terminal
   QByteArray input;     ///< on standard input
   bool isTerminal = false;
   int columns = 80;               ///< of the terminal
   std::function<void()> onPause;  ///< called whenever the program waits
   std::function<void()> onHint;   ///< called for each text on standard error
-
- private:
-  QTemporaryDir folder_;
 };
 
 /// How often an operation has been called.

@@ -1,8 +1,8 @@
 #include "device/regular_file.h"
 #include "firmware/capture_image.h"
 #include "firmware/mcu_image.h"
+#include "tests/support/test_files.h"
 
-#include <QTemporaryDir>
 #include <QTest>
 
 #if defined(Q_OS_UNIX)
@@ -19,7 +19,7 @@ constexpr device::UsbIds kKvr5{0x5C19, 0x6B02};
 
 }  // namespace
 
-class ImageFilesTest : public QObject {
+class ImageFilesTest : public QObject, private TestFiles {
   Q_OBJECT
 
  private slots:
@@ -31,9 +31,9 @@ class ImageFilesTest : public QObject {
 
   void whatIsNoFileGivesNoImage() {
     QVERIFY(firmware::readMcuImage(path("missing.bin")).error() == ImageFailure::kCannotOpen);
-    QVERIFY(firmware::readMcuImage(directory_.path()).error() == ImageFailure::kCannotOpen);
+    QVERIFY(firmware::readMcuImage(folder()).error() == ImageFailure::kCannotOpen);
     QVERIFY(firmware::checkCaptureImage(path("missing.img"), kKvr7).error() == ImageRefusal::kCannotOpen);
-    QVERIFY(firmware::checkCaptureImage(directory_.path(), kKvr7).error() == ImageRefusal::kCannotOpen);
+    QVERIFY(firmware::checkCaptureImage(folder(), kKvr7).error() == ImageRefusal::kCannotOpen);
   }
 
 #if defined(Q_OS_UNIX)
@@ -92,19 +92,6 @@ class ImageFilesTest : public QObject {
       QVERIFY(firmware::checkCaptureImage(path("missing.img"), ids).error() == ImageRefusal::kUnknownModel);
     }
   }
-
- private:
-  QString path(const QString& name) const { return directory_.filePath(name); }
-
-  QString write(const QString& name, const QByteArray& content) const {
-    QFile file(path(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("no temporary file can be written");
-    }
-    return file.fileName();
-  }
-
-  QTemporaryDir directory_;
 };
 
 QTEST_GUILESS_MAIN(ImageFilesTest)

@@ -168,7 +168,7 @@ void removeRows(const QString& path, Counts& counts) {
 }
 
 /// Every row as it is, or nothing where it cannot be read.
-std::string contentOf(const QString& path) {
+std::string rowsOf(const QString& path) {
   try {
     const Database database(path, Database::Access::kRead);
     std::string content;
@@ -198,14 +198,14 @@ void editFile(const StationBench& bench, int count, unsigned seed, Counts& count
     qFatal("cannot read the ledger");
   }
   const QByteArray whole = file.readAll();
-  const std::string content = contentOf(bench.ledgerPath());
+  const std::string content = rowsOf(bench.ledgerPath());
   std::mt19937 random(seed);
   for (int i = 0; i < count; ++i) {
     QByteArray bytes = whole;
     const auto at = static_cast<int>(random() % static_cast<unsigned>(bytes.size()));
     bytes[at] = static_cast<char>(bytes[at] ^ (1 << (random() % 8)));
     const QString path = bench.write("edited.ledger", bytes);
-    const bool isChanged = contentOf(path) != content;
+    const bool isChanged = rowsOf(path) != content;
     const bool found = isFound(path);
     counts.edits += isChanged ? 1 : 0;
     if (isChanged && !found) {

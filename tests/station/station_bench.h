@@ -2,26 +2,17 @@
 
 #include "station/job_reader.h"
 #include "station/ledger.h"
+#include "tests/support/test_files.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 #include <QTest>
 
 /// A folder with job, keys and ledger, and short ways to work on them.
-class StationBench {
+class StationBench : public TestFiles {
  public:
-  QString path(const QString& name) const { return folder_.filePath(name); }
   QString ledgerPath() const { return path("line.ledger"); }
-
-  QString write(const QString& name, const QByteArray& content) const {
-    QFile file(path(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("cannot write %s", qPrintable(file.fileName()));
-    }
-    return file.fileName();
-  }
 
   /// Writes keys "key 1", "key 2", ... to files that sort in that order.
   void makeKeys(int count) const {
@@ -61,7 +52,4 @@ class StationBench {
   station::Ledger open(station::LedgerAccess access = station::LedgerAccess::kWrite) const {
     return must(station::Ledger::open(ledgerPath(), access));
   }
-
- private:
-  QTemporaryDir folder_;
 };

@@ -2,6 +2,8 @@
 /// Two stations, each the whole program with a simulated device of its own, on one ledger
 /// at the same time: no serial number and no key twice, none lost.
 /// Usage: station_two_programs [COUNT]
+#include "tests/support/test_files.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -11,7 +13,6 @@
 #include <QMap>
 #include <QProcess>
 #include <QSet>
-#include <QTemporaryDir>
 
 #include <cstdio>
 #include <cstdlib>
@@ -25,10 +26,10 @@ struct Station {
   std::unique_ptr<QProcess> process = std::make_unique<QProcess>();
 };
 
-class TwoPrograms {
+class TwoPrograms : private TestFiles {
  public:
   explicit TwoPrograms(int count) : count_(count) {
-    QDir(folder_.path()).mkpath("keys");
+    QDir(folder()).mkpath("keys");
     for (int i = 1; i <= 2 * count; ++i) {
       write(QStringLiteral("keys/%1.key").arg(i, 5, 10, QLatin1Char('0')), "key " + QByteArray::number(i));
     }
@@ -52,16 +53,6 @@ class TwoPrograms {
   int breaches() const { return breaches_; }
 
  private:
-  QString path(const QString& name) const { return folder_.filePath(name); }
-
-  QString write(const QString& name, const QByteArray& content) const {
-    QFile file(path(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-      qFatal("cannot write %s", qPrintable(file.fileName()));
-    }
-    return file.fileName();
-  }
-
   void breach(const QString& what) {
     ++breaches_;
     std::printf("breach: %s\n", qPrintable(what));
@@ -162,7 +153,6 @@ class TwoPrograms {
     ask(QStringList{"station", "verify"} + ledger);
   }
 
-  QTemporaryDir folder_;
   int count_;
   int breaches_ = 0;
   int passed_ = 0;
