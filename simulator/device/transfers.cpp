@@ -11,18 +11,6 @@ namespace {
 
 constexpr unsigned kAlways = 1000;
 
-// Bytes at the beginning of a buffer that an answer surely has, also where they
-// equal what stood there before: those of a register.
-constexpr std::size_t kRegisterSize = 4;
-
-std::size_t answerSize(std::span<const std::uint8_t> before, std::span<const std::uint8_t> after) {
-  std::size_t size = after.size();
-  while (size > std::min(kRegisterSize, after.size()) && before[size - 1] == after[size - 1]) {
-    --size;
-  }
-  return size;
-}
-
 }  // namespace
 
 void Transfers::start(const std::vector<Fault>& faults, std::uint64_t seed) {
@@ -46,23 +34,26 @@ void Transfers::start(const std::vector<Fault>& faults, std::uint64_t seed) {
   record_.clear();
 }
 
-std::int32_t Transfers::transfer(std::size_t call, std::span<std::uint8_t> output,
-                                 const std::function<std::int32_t()>& body) {
-  if (!isWatched()) {
-    return body();
-  }
+std::int32_t Transfers::write(std::size_t call, const std::function<std::int32_t()>& body) {
   if (!begin(call)) {
     return kNoAnswer;
   }
-  if (output.empty()) {
-    return ignoresWrite() ? kOk : body();
+  return ignoresWrite() ? kOk : body();
+}
+
+std::int32_t Transfers::read(std::size_t call, std::span<std::uint8_t> output, const std::function<Answer()>& body) {
+  if (!begin(call)) {
+    return kNoAnswer;
   }
-  if (output.data() == nullptr) {
-    return body();
+  Answer answer = body();
+  if (answer.status < 0) {
+    return answer.status;
   }
-  const std::vector<std::uint8_t> before(output.begin(), output.end());
-  const std::int32_t status = body();
-  return status < 0 ? status : read(before, output, status);
+  const auto asked = output.first(answer.bytes.size());
+  spoil(answer);
+  std::copy(answer.bytes.begin(), answer.bytes.end(), asked.begin());
+  note(std::span<const std::uint8_t>(asked));
+  return answer.status;
 }
 
 bool Transfers::begin(std::size_t call) {
@@ -101,22 +92,19 @@ std::vector<std::uint8_t> Transfers::arriving(std::span<const std::uint8_t> byte
   return arrived;
 }
 
-std::int32_t Transfers::read(std::span<const std::uint8_t> before, std::span<std::uint8_t> output,
-                             std::int32_t status) {
-  const std::size_t size = answerSize(before, output);
-  std::int32_t told = status;
+void Transfers::spoil(Answer& answer) {
+  if (answer.bytes.empty()) {
+    return;
+  }
   if (happens(FaultPoint::kRead, FaultEffect::kShort)) {
-    const std::size_t filled = faults_.below(size);
-    std::copy(before.begin() + static_cast<std::ptrdiff_t>(filled), before.end(),
-              output.begin() + static_cast<std::ptrdiff_t>(filled));
-    told = std::min(status, static_cast<std::int32_t>(filled));  // of an operation that returns a length
+    answer.bytes.resize(faults_.below(answer.bytes.size()));
+    // Of an operation that returns a length.
+    answer.status = std::min(answer.status, static_cast<std::int32_t>(answer.bytes.size()));
     note(FaultEffect::kShort);
   } else if (happens(FaultPoint::kRead, FaultEffect::kMisread)) {
-    flip(output.first(size));
+    flip(answer.bytes);
     note(FaultEffect::kMisread);
   }
-  note(std::span<const std::uint8_t>(output));
-  return told;
 }
 
 bool Transfers::happens(FaultPoint at, FaultEffect what) {

@@ -11,6 +11,12 @@ namespace simulator {
 
 class FaultPlan;
 
+/// What an operation that reads gives its caller.
+struct Answer {
+  std::int32_t status = 0;               ///< when negative an error, without bytes
+  std::vector<std::uint8_t> bytes = {};  ///< for the beginning of the caller's buffer
+};
+
 /// The path between the device and its callers, with the faults that happen on
 /// it.
 class Transfers {
@@ -25,10 +31,12 @@ class Transfers {
   void start(const std::vector<Fault>& faults, std::uint64_t seed);
   const std::vector<Transfer>& record() const { return record_; }
 
-  /// An operation that is one transfer: runs `body`, or has a fault instead.
-  /// @param call   the call's number
-  /// @param output what `body` fills of the caller's; empty for an operation that writes
-  std::int32_t transfer(std::size_t call, std::span<std::uint8_t> output, const std::function<std::int32_t()>& body);
+  /// An operation that writes in one transfer: runs `body`, or has a fault instead.
+  /// @param call the call's number
+  std::int32_t write(std::size_t call, const std::function<std::int32_t()>& body);
+  /// An operation that reads in one transfer.
+  /// @param output the caller's buffer, which holds every answer of `body`
+  std::int32_t read(std::size_t call, std::span<std::uint8_t> output, const std::function<Answer()>& body);
 
   // For an operation with many transfers, each of which begins so.
   /// @return whether the device acknowledges it
@@ -46,7 +54,8 @@ class Transfers {
   void note(FaultEffect fault);
   void note(std::span<const std::uint8_t> bytes);
   void flip(std::span<std::uint8_t> bytes);
-  std::int32_t read(std::span<const std::uint8_t> before, std::span<std::uint8_t> output, std::int32_t status);
+  /// What reaches the caller of an answer.
+  void spoil(Answer& answer);
 
   FaultPlan& faults_;
   bool records_ = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulator/device/status.h"
+#include "simulator/device/transfers.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -18,22 +19,22 @@ std::span<std::uint8_t> bytesOf(Number* number) {
   return {reinterpret_cast<std::uint8_t*>(number), number ? sizeof(Number) : 0};
 }
 
-/// Copies a text without terminator, or nothing when it does not fit.
-inline std::int32_t copyText(const std::string& text, std::uint8_t* buffer, std::size_t capacity) {
+/// A text without terminator, or an error when it does not fit.
+inline Answer textAnswer(const std::string& text, std::size_t capacity) {
   if (text.size() > capacity) {
-    return kBufferTooSmall;
+    return {kBufferTooSmall};
   }
-  std::copy(text.begin(), text.end(), buffer);
-  return kOk;
+  return {kOk, {text.begin(), text.end()}};
 }
 
-/// Copies a text with its terminator, or nothing when both do not fit.
-inline std::int32_t copyTerminatedText(const std::string& text, std::uint8_t* buffer, std::size_t capacity) {
+/// A text with its terminator, or an error when both do not fit.
+inline Answer terminatedTextAnswer(const std::string& text, std::size_t capacity) {
   if (text.size() >= capacity) {
-    return kBufferTooSmall;
+    return {kBufferTooSmall};
   }
-  *std::copy(text.begin(), text.end(), buffer) = 0;
-  return kOk;
+  Answer answer = textAnswer(text, capacity);
+  answer.bytes.push_back(0);
+  return answer;
 }
 
 }  // namespace simulator

@@ -24,7 +24,7 @@ int32_t AT_Audio_Get_HdmiDPRX_VolumeGain(int16_t* gain) {
 }
 
 int32_t AT_Audio_Set_HdmiDPRX_VolumeGain(int32_t gain) {
-  return Library::instance().call({__func__, arguments(gain)}, [&](Device& device) {
+  return Library::instance().write({__func__, arguments(gain)}, [&](Device& device) {
     if (gain < std::numeric_limits<int16_t>::min() || gain > std::numeric_limits<int16_t>::max()) {
       return simulator::kInvalidArgument;
     }
@@ -38,7 +38,7 @@ int32_t AT_Audio_Get_HPOUTgain(int16_t* gain) {
 }
 
 int32_t AT_Audio_Set_HPOUTgain(const int16_t* gain) {
-  return Library::instance().call({__func__, gain ? arguments(*gain) : "null"}, [&](Device& device) {
+  return Library::instance().write({__func__, gain ? arguments(*gain) : "null"}, [&](Device& device) {
     if (!gain) {
       return simulator::kInvalidArgument;
     }
@@ -53,7 +53,7 @@ int32_t AT_Audio_Get_DACHP_Mute(uint8_t* mute) {
 }
 
 int32_t AT_Audio_Set_DACHP_Mute(int32_t mute) {
-  return Library::instance().call({__func__, arguments(mute)}, [&](Device& device) {
+  return Library::instance().write({__func__, arguments(mute)}, [&](Device& device) {
     if (!simulator::isSwitch(mute)) {
       return simulator::kInvalidArgument;
     }

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <vector>
 
+using simulator::Answer;
 using simulator::arguments;
 using simulator::Device;
 using simulator::EdidStore;
@@ -21,11 +22,6 @@ bool isReadSize(uint32_t size) { return size == 256 || size == 384 || size == 51
 // Erasing a flash sector and programming two pages.
 constexpr std::chrono::milliseconds kSlotWriteTime{60};
 
-int32_t copyTable(const std::vector<uint8_t>& table, uint8_t* buffer) {
-  std::copy(table.begin(), table.end(), buffer);
-  return simulator::kOk;
-}
-
 }  // namespace
 
 int32_t AT_EDID_Get_EDID_mode(uint8_t* mode) {
@@ -33,7 +29,7 @@ int32_t AT_EDID_Get_EDID_mode(uint8_t* mode) {
 }
 
 int32_t AT_EDID_Set_EDID_mode(int32_t mode) {
-  return Library::instance().call({__func__, arguments(mode)}, [&](Device& device) {
+  return Library::instance().write({__func__, arguments(mode)}, [&](Device& device) {
     if (mode < 0 || mode >= EdidStore::kModes) {
       return simulator::kInvalidArgument;
     }
@@ -47,7 +43,7 @@ int32_t AT_EDID_Flash_Get_Default_table(uint8_t* slot) {
 }
 
 int32_t AT_EDID_Flash_Set_Default_table(uint8_t slot) {
-  return Library::instance().call({__func__, arguments(slot)}, [&](Device& device) {
+  return Library::instance().write({__func__, arguments(slot)}, [&](Device& device) {
     if (slot >= EdidStore::kSlots) {
       return simulator::kInvalidArgument;
     }
@@ -57,16 +53,16 @@ int32_t AT_EDID_Flash_Set_Default_table(uint8_t slot) {
 }
 
 int32_t AT_EDID_Flash_Get_table(uint8_t slot, uint8_t* buffer, uint32_t size) {
-  return Library::instance().call({__func__, arguments(slot, size), {buffer, size}}, [&](Device& device) {
+  return Library::instance().read({__func__, arguments(slot, size), {buffer, size}}, [&](Device& device) -> Answer {
     if (slot >= EdidStore::kSlots || !buffer || !isReadSize(size)) {
-      return simulator::kInvalidArgument;
+      return {simulator::kInvalidArgument};
     }
-    return copyTable(device.edid.slotTable(slot, size), buffer);
+    return {simulator::kOk, device.edid.slotTable(slot, size)};
   });
 }
 
 int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t size) {
-  return Library::instance().call(
+  return Library::instance().write(
       {__func__, arguments(slot, simulator::byteText(bytes, size), size)}, [&](Device& device) {
         if (slot >= EdidStore::kSlots || !bytes || size == 0 || size > EdidStore::kTableSize) {
           return simulator::kInvalidArgument;
@@ -78,22 +74,22 @@ int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t siz
 }
 
 int32_t AT_EDID_Get_TX_table(uint32_t size, uint8_t* buffer) {
-  return Library::instance().call({__func__, arguments(size), {buffer, size}}, [&](Device& device) {
+  return Library::instance().read({__func__, arguments(size), {buffer, size}}, [&](Device& device) -> Answer {
     if (!buffer || !isReadSize(size)) {
-      return simulator::kInvalidArgument;
+      return {simulator::kInvalidArgument};
     }
     if (!device.transmitter.sinkPresent()) {
-      return simulator::kNoSink;
+      return {simulator::kNoSink};
     }
-    return copyTable(device.edid.sinkTable(size), buffer);
+    return {simulator::kOk, device.edid.sinkTable(size)};
   });
 }
 
 int32_t AT_EDID_DDC_Get_RX_table(uint32_t size, uint8_t* buffer) {
-  return Library::instance().call({__func__, arguments(size), {buffer, size}}, [&](Device& device) {
+  return Library::instance().read({__func__, arguments(size), {buffer, size}}, [&](Device& device) -> Answer {
     if (!buffer || !isReadSize(size)) {
-      return simulator::kInvalidArgument;
+      return {simulator::kInvalidArgument};
     }
-    return copyTable(device.edid.ddcTable(device.transmitter.sinkPresent(), size), buffer);
+    return {simulator::kOk, device.edid.ddcTable(device.transmitter.sinkPresent(), size)};
   });
 }

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+using simulator::Answer;
 using simulator::arguments;
 using simulator::Device;
 using simulator::hex;
@@ -23,7 +24,7 @@ I2cTarget* targetAt(Device& device, uint8_t bus, uint8_t slave) {
 }  // namespace
 
 int32_t AT_System_Send_ExternalMCU_cmd(uint8_t bus, uint8_t slave, uint16_t length, const uint8_t* data) {
-  return Library::instance().call(
+  return Library::instance().write(
       {__func__, arguments(bus, hex(slave, 2), length, simulator::byteText(data, length))}, [&](Device& device) {
         if (!data || length == 0 || length > kMaxTransfer) {
           return simulator::kInvalidArgument;
@@ -36,22 +37,20 @@ int32_t AT_System_Send_ExternalMCU_cmd(uint8_t bus, uint8_t slave, uint16_t leng
 
 int32_t AT_System_Get_ExternalMCU_cmd(uint8_t bus, uint8_t slave, unsigned int writeLength, const uint8_t* writeData,
                                       unsigned int readLength, uint8_t* readBuffer) {
-  return Library::instance().call(
+  return Library::instance().read(
       {__func__,
        arguments(bus, hex(slave, 2), writeLength, simulator::byteText(writeData, writeLength), readLength),
        {readBuffer, readLength}},
-      [&](Device& device) {
+      [&](Device& device) -> Answer {
         if (!writeData || !readBuffer || writeLength == 0 || readLength == 0 || writeLength > kMaxTransfer ||
             readLength > kMaxTransfer) {
-          return simulator::kInvalidArgument;
+          return {simulator::kInvalidArgument};
         }
         I2cTarget* const target = targetAt(device, bus, slave);
-        // A transfer that fails half-way must leave the caller's buffer alone.
-        std::vector<uint8_t> result(readLength);
-        if (!target || !target->read(slave, {writeData, writeLength}, result)) {
-          return simulator::kNoAnswer;
+        Answer answer{simulator::kOk, std::vector<uint8_t>(readLength)};
+        if (!target || !target->read(slave, {writeData, writeLength}, answer.bytes)) {
+          return {simulator::kNoAnswer};
         }
-        std::copy(result.begin(), result.end(), readBuffer);
-        return simulator::kOk;
+        return answer;
       });
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+using simulator::Answer;
 using simulator::arguments;
 using simulator::Device;
 using simulator::Library;
@@ -14,14 +15,13 @@ using simulator::readValue;
 using simulator::Receiver;
 
 int32_t AT_HdmiRX_GetRawTimingInfo(uint8_t* record) {
-  return Library::instance().call({__func__, {}, {record, RTICE_RAW_TIMING_INFO_SIZE}}, [&](Device& device) {
+  return Library::instance().read({__func__, {}, {record, RTICE_RAW_TIMING_INFO_SIZE}}, [&](Device& device) -> Answer {
     if (!record) {
-      return simulator::kInvalidArgument;
+      return {simulator::kInvalidArgument};
     }
     const auto timing = device.receiver.timingRecord();
     static_assert(timing.size() == RTICE_RAW_TIMING_INFO_SIZE);
-    std::copy(timing.begin(), timing.end(), record);
-    return simulator::kOk;
+    return {simulator::kOk, {timing.begin(), timing.end()}};
   });
 }
 
@@ -30,7 +30,7 @@ int32_t AT_Get_Current_Input_Source(uint8_t* source) {
 }
 
 int32_t AT_Input_Source_Switch(const uint8_t* source) {
-  return Library::instance().call({__func__, simulator::byteText(source, 1)}, [&](Device& device) {
+  return Library::instance().write({__func__, simulator::byteText(source, 1)}, [&](Device& device) {
     if (!source || *source > Receiver::kDp) {
       return simulator::kInvalidArgument;
     }
@@ -40,7 +40,7 @@ int32_t AT_Input_Source_Switch(const uint8_t* source) {
 }
 
 int32_t AT_HdmiRX_Set_HPD(int32_t on) {
-  return Library::instance().call({__func__, arguments(on)}, [&](Device& device) {
+  return Library::instance().write({__func__, arguments(on)}, [&](Device& device) {
     if (!simulator::isSwitch(on)) {
       return simulator::kInvalidArgument;
     }
@@ -54,13 +54,12 @@ int32_t AT_HdmiTX_Get_HPD_Status(int32_t* status) {
 }
 
 int32_t AT_UVC_Get_Output_Timing(uint8_t* record) {
-  return Library::instance().call({__func__, {}, {record, simulator::kDefaultCapacity}}, [&](Device& device) {
+  return Library::instance().read({__func__, {}, {record, simulator::kDefaultCapacity}}, [&](Device& device) -> Answer {
     if (!record) {
-      return simulator::kInvalidArgument;
+      return {simulator::kInvalidArgument};
     }
     const auto timing = device.receiver.uvcTiming();
-    std::copy(timing.begin(), timing.end(), record);
-    return simulator::kOk;
+    return {simulator::kOk, {timing.begin(), timing.end()}};
   });
 }
 
@@ -69,19 +68,19 @@ int32_t AT_UVC_Get_VideoFormat(uint8_t* format) {
 }
 
 int32_t AT_Get_RX_TX_HDCP_Version(uint8_t* versions) {
-  return Library::instance().call({__func__, {}, {versions, simulator::kDefaultCapacity}}, [&](Device& device) {
-    if (!versions) {
-      return simulator::kInvalidArgument;
-    }
-    const simulator::Hdcp incoming = device.receiver.signal().hdcp;
-    versions[0] = static_cast<uint8_t>(incoming);
-    versions[1] = static_cast<uint8_t>(device.transmitter.hdcp(incoming));
-    return simulator::kOk;
-  });
+  return Library::instance().read(
+      {__func__, {}, {versions, simulator::kDefaultCapacity}}, [&](Device& device) -> Answer {
+        if (!versions) {
+          return {simulator::kInvalidArgument};
+        }
+        const simulator::Hdcp incoming = device.receiver.signal().hdcp;
+        return {simulator::kOk,
+                {static_cast<uint8_t>(incoming), static_cast<uint8_t>(device.transmitter.hdcp(incoming))}};
+      });
 }
 
 int32_t AT_SetHDMI_HDCP_OnOff(int32_t on) {
-  return Library::instance().call({__func__, arguments(on)}, [&](Device& device) {
+  return Library::instance().write({__func__, arguments(on)}, [&](Device& device) {
     if (!simulator::isSwitch(on)) {
       return simulator::kInvalidArgument;
     }

@@ -221,10 +221,22 @@ void Library::letTimePass(const DevicePointer& device, std::chrono::nanoseconds 
   std::this_thread::sleep_for(time);
 }
 
-std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>& body) {
+std::int32_t Library::write(Call call, const std::function<std::int32_t(Device&)>& body) {
+  return perform(std::move(call), [&](Device& device, std::size_t number) {
+    return device.transfers.write(number, [&] { return body(device); });
+  });
+}
+
+std::int32_t Library::read(Call call, const std::function<Answer(Device&)>& body) {
+  const std::span<std::uint8_t> output = call.output;
+  return perform(std::move(call), [&](Device& device, std::size_t number) {
+    return device.transfers.read(number, output, [&] { return body(device); });
+  });
+}
+
+std::int32_t Library::perform(Call call, const std::function<std::int32_t(Device&, std::size_t)>& transfer) {
   const UnderWay underWay(callsUnderWay_);
   const std::scoped_lock oneCall(oneCall_);
-  const std::span<std::uint8_t> output = call.output;
   CallInProgress entered = enter(std::move(call), Needs::kPort);
   if (entered.status) {
     return finishCall(entered, *entered.status);
@@ -245,9 +257,9 @@ std::int32_t Library::call(Call call, const std::function<std::int32_t(Device&)>
       status = *refused;
     } else {
       Device& device = *entered.device;
-      status = device.transfers.transfer(entered.number, output, [&] { return body(device); });
+      status = transfer(device, entered.number);
       device.unplugIfRequested();
-      spent = entered.device->takeSpentTime();
+      spent = device.takeSpentTime();
       remember();
     }
   }

@@ -41,11 +41,14 @@ class Library {
     bool endsSession = false;             ///< whether the caller considers the session ended afterwards
   };
 
-  /// An operation that needs an open port. Counts the call, looks for a fault,
-  /// checks the port, takes the latency, runs `body` and notes the call.
-  std::int32_t call(Call call, const std::function<std::int32_t(Device&)>& body);
+  /// An operation that writes and needs an open port. Counts the call, looks for a
+  /// fault, checks the port, takes the latency, runs `body` and notes the call.
+  std::int32_t write(Call call, const std::function<std::int32_t(Device&)>& body);
+  /// The same for an operation that reads: what `body` returns goes into the call's
+  /// output, which must have room for it.
+  std::int32_t read(Call call, const std::function<Answer(Device&)>& body);
 
-  /// As `call`, for the session's own operations: no port needed, no latency.
+  /// As `write`, for the session's own operations: no port needed, no latency.
   std::int32_t sessionCall(Call call, const std::function<std::int32_t(Session&, Device&)>& body);
 
   /// A long operation that leaves the device to other calls between its steps.
@@ -93,6 +96,9 @@ class Library {
 
   Library();
   void install(Scenario scenario);
+
+  /// The common path of `write` and `read`. `transfer` also gets the call's number.
+  std::int32_t perform(Call call, const std::function<std::int32_t(Device&, std::size_t)>& transfer);
 
   enum class Needs { kNothing, kPort };
   CallInProgress enter(Call call, Needs needs);

@@ -17,12 +17,13 @@ constexpr bool isSwitch(std::int32_t value) { return value == 0 || value == 1; }
 /// @param read gets the device and returns the value
 template <typename Value, typename Read>
 std::int32_t readValue(const char* operation, Value* value, Read read) {
-  return Library::instance().call({.operation = operation, .output = bytesOf(value)}, [&](Device& device) {
+  return Library::instance().read({.operation = operation, .output = bytesOf(value)}, [&](Device& device) -> Answer {
     if (!value) {
-      return kInvalidArgument;
+      return {kInvalidArgument};
     }
-    *value = read(device);
-    return kOk;
+    Value answer = read(device);
+    const std::span<const std::uint8_t> bytes = bytesOf(&answer);
+    return {kOk, {bytes.begin(), bytes.end()}};
   });
 }
 
