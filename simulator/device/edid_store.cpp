@@ -13,13 +13,16 @@ constexpr std::array<std::string_view, EdidStore::kSlots> kSlotKeys{"slot0", "sl
                                                                     "slot4", "slot5", "slot6"};
 constexpr std::array<std::string_view, 10> kEdidKeys{"mode",  "defaultSlot", "slot0", "slot1", "slot2",
                                                      "slot3", "slot4",       "slot5", "slot6", "sink"};
-constexpr std::array<std::string_view, EdidStore::kModes> kModeNames{"fromFlash", "followTx", "followUsb", "mixed"};
+constexpr std::array<Choice<EdidStore::Mode>, EdidStore::kModes> kModeChoices{{{"fromFlash", EdidStore::kFromFlash},
+                                                                               {"followTx", EdidStore::kFollowTx},
+                                                                               {"followUsb", EdidStore::kFollowUsb},
+                                                                               {"mixed", EdidStore::kMixed}}};
 
 }  // namespace
 
 void EdidStore::configure(const Section& scenario) {
   if (const auto edid = scenario.section("edid", kEdidKeys)) {
-    mode_ = static_cast<Mode>(edid->choice("mode", kModeNames).value_or(mode_));
+    mode_ = edid->choice("mode", kModeChoices).value_or(mode_);
     defaultSlot_ = static_cast<std::uint8_t>(edid->integer("defaultSlot", 0, kSlots - 1).value_or(defaultSlot_));
     for (std::size_t slot = 0; slot < kSlots; ++slot) {
       if (const auto table = edid->bytes(kSlotKeys[slot], kTableSize)) {

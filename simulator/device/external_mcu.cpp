@@ -14,8 +14,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::array<std::string_view, 3> kMcuKeys{"family", "version", "mode"};
-enum Mode : std::size_t { kApplicationMode, kBootLoaderMode, kSilentMode };
-constexpr std::array<std::string_view, 3> kModes{"application", "bootLoader", "silent"};  // in that order
+enum class Mode { kApplication, kBootLoader, kSilent };
+constexpr std::array<Choice<Mode>, 3> kModes{
+    {{"application", Mode::kApplication}, {"bootLoader", Mode::kBootLoader}, {"silent", Mode::kSilent}}};
 constexpr std::size_t kMaxText = 100;
 
 constexpr std::uint8_t kFamilyRegister = 0x00;
@@ -100,8 +101,8 @@ void ExternalMcu::configure(const Section& scenario) {
   }
   setFamily(code);
   if (const auto mode = mcu->choice("mode", kModes)) {
-    silent_ = *mode == kSilentMode;
-    if (*mode == kBootLoaderMode) {
+    silent_ = *mode == Mode::kSilent;
+    if (*mode == Mode::kBootLoader) {
       applicationValid_ = false;
       enterBootLoader();
     }

@@ -8,7 +8,7 @@ namespace simulator {
 namespace {
 
 constexpr std::array<std::string_view, 3> kInputsKeys{"source", "hdmi", "dp"};
-constexpr std::array<std::string_view, 2> kSourceNames{"hdmi", "dp"};
+constexpr std::array<Choice<Receiver::Source>, 2> kSources{{{"hdmi", Receiver::kHdmi}, {"dp", Receiver::kDp}}};
 
 /// HDMI mode codes of the record.
 std::uint8_t modeCode(Link link) {
@@ -46,8 +46,7 @@ void Receiver::configure(const Section& scenario) {
     inputs_[source_] = &signal;
   }
   if (const auto inputs = scenario.section("inputs", kInputsKeys)) {
-    for (const Source source : {kHdmi, kDp}) {
-      const std::string_view input = kSourceNames[source];
+    for (const auto& [input, source] : kSources) {
       if (const auto index = inputs->choice(input, signalNames())) {
         const Signal& signal = signalTable()[*index];
         if (!carries(source, signal)) {
@@ -57,9 +56,7 @@ void Receiver::configure(const Section& scenario) {
         feed(source, signal);
       }
     }
-    if (const auto index = inputs->choice("source", kSourceNames)) {
-      source_ = static_cast<Source>(*index);
-    }
+    source_ = inputs->choice("source", kSources).value_or(source_);
   }
 }
 

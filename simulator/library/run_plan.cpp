@@ -5,7 +5,7 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<std::string_view, 2> kClocks{"real", "virtual"};
+constexpr std::array<Choice<bool>, 2> kClocks{{{"real", false}, {"virtual", true}}};  // whether it skips waiting
 constexpr std::size_t kMaxDescription = 200;
 constexpr std::size_t kMaxPath = 4096;
 
@@ -13,7 +13,7 @@ constexpr std::size_t kMaxPath = 4096;
 
 void RunPlan::configure(const Section& scenario) {
   scenario.text("description", kMaxDescription);  // for the user who chooses a scenario
-  skipsWaiting = scenario.choice("clock", kClocks) == 1U;
+  skipsWaiting = scenario.choice("clock", kClocks).value_or(false);
   speedFactor = scenario.number("speedFactor", 0.001, 1e6).value_or(speedFactor);
   latency = scenario.milliseconds("latencyMs", 0, 60'000).value_or(latency);
   if (const auto after = scenario.milliseconds("nextUnitAfterMs", 0)) {

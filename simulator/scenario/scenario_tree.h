@@ -3,6 +3,7 @@
 /// through which each part of the device takes its keys from it.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -52,6 +53,13 @@ std::string joinedWords(std::span<const std::string_view> words);
 ///         object and at nesting deeper than 32
 ScenarioValue parseScenario(std::string_view json);
 
+/// A text that a key may have, and what it means.
+template <typename Value>
+struct Choice {
+  std::string_view text;
+  Value value;
+};
+
 /// An object of a scenario. Every getter returns nothing when the key is absent
 /// and throws ScenarioError when its value is of the wrong type or out of range.
 class Section {
@@ -73,6 +81,16 @@ class Section {
   std::optional<std::vector<std::uint8_t>> bytes(std::string_view key, std::size_t maxCount) const;
   /// Index of the text in `choices`.
   std::optional<std::size_t> choice(std::string_view key, std::span<const std::string_view> choices) const;
+  /// The meaning of the text.
+  template <typename Value, std::size_t N>
+  std::optional<Value> choice(std::string_view key, const std::array<Choice<Value>, N>& choices) const {
+    std::array<std::string_view, N> texts;
+    for (std::size_t i = 0; i < N; ++i) {
+      texts[i] = choices[i].text;
+    }
+    const std::optional<std::size_t> index = choice(key, texts);
+    return index ? std::optional(choices[*index].value) : std::nullopt;
+  }
   std::optional<Section> section(std::string_view key, std::span<const std::string_view> keys) const;
   /// The objects of an array.
   std::vector<Section> sections(std::string_view key, std::span<const std::string_view> keys) const;
