@@ -13,6 +13,8 @@ struct TableMode {
   bool interlaced;
   std::uint32_t refreshMilliHz;
   std::uint32_t pixelClockKhz;
+
+  bool operator==(const TableMode&) const = default;
 };
 
 /// Bits 7 to 0 of bytes 35 and 36 and bit 7 of byte 37 of the base block.

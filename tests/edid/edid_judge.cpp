@@ -4,10 +4,12 @@
 ///
 /// - every sample display passes both;
 /// - both read the same modes, over all video codes and established timings;
+/// - both have the same tables of those, to the millihertz and kilohertz;
 /// - of COUNT damaged tables, with and without repaired checksums, each that
 ///   edid-decode passes must pass here.
 #include "edid/edid_check.h"
 #include "edid/edid_description.h"
+#include "edid/mode_tables.h"
 #include "tests/edid/sample_displays.h"
 #include "tests/edid/sample_timings.h"
 #include "tests/support/seeded_random.h"
@@ -17,21 +19,27 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 
 namespace {
 
 using edid_test::Table;
 
-QByteArray edidDecode(const QStringList& options, const Table& table, bool& passed) {
-  QProcess process;
+void startEdidDecode(QProcess& process, const QStringList& options) {
   process.setProcessChannelMode(QProcess::MergedChannels);
-  process.start(QStringLiteral("edid-decode"), options + QStringList{"--skip-hex-dump", "-"});
+  process.start(QStringLiteral("edid-decode"), options);
   if (!process.waitForStarted()) {
     std::fprintf(stderr, "edid-decode cannot be started (Debian package edid-decode)\n");
     std::exit(2);
   }
+}
+
+QByteArray edidDecode(const QStringList& options, const Table& table, bool& passed) {
+  QProcess process;
+  startEdidDecode(process, options + QStringList{"--skip-hex-dump", "-"});
   process.write(reinterpret_cast<const char*>(table.data()), static_cast<qint64>(table.size()));
   process.closeWriteChannel();
   passed = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
@@ -107,6 +115,67 @@ bool modesAgree(const Table& table, std::size_t& compared) {
   return theirs.empty();
 }
 
+/// Modes as edid-decode lists them, by what comes before the colon of a line:
+/// "VIC   1:   640x480    59.940476 Hz   4:3     31.469 kHz     25.175000 MHz".
+std::map<QString, edid::TableMode> listOfEdidDecode(const QString& option) {
+  static const QRegularExpression line(
+      QStringLiteral("^([^:]+):.*?(\\d+)x(\\d+)(i?) +([0-9.]+) Hz +\\d+:\\d+ +[0-9.]+ kHz +([0-9.]+) MHz"),
+      QRegularExpression::MultilineOption);
+  QProcess process;
+  startEdidDecode(process, {option});
+  process.waitForFinished();
+  const auto thousandths = [](const QString& number) {
+    return static_cast<std::uint32_t>(std::lround(number.toDouble() * 1000));
+  };
+  std::map<QString, edid::TableMode> modes;
+  for (auto matches = line.globalMatch(QString::fromUtf8(process.readAll())); matches.hasNext();) {
+    const auto match = matches.next();
+    modes[match.captured(1).simplified()] = {match.captured(2).toUInt(), match.captured(3).toUInt(),
+                                             !match.captured(4).isEmpty(), thousandths(match.captured(5)),
+                                             thousandths(match.captured(6))};
+  }
+  return modes;
+}
+
+/// Names the bits of a table's bytes, of which edid-decode calls the first `firstByte`.
+std::map<QString, edid::TableMode> bitsOf(std::span<const edid::TableMode> table, unsigned firstByte) {
+  std::map<QString, edid::TableMode> modes;
+  for (unsigned i = 0; i < table.size(); ++i) {
+    modes[QString::asprintf("Byte 0x%02x, Bit %u", firstByte + i / 8, 7 - i % 8)] = table[i];
+  }
+  return modes;
+}
+
+bool tableAgrees(const QString& option, const std::map<QString, edid::TableMode>& ours) {
+  const std::map<QString, edid::TableMode> theirs = listOfEdidDecode(option);
+  for (const auto& [name, mode] : ours) {
+    if (const auto found = theirs.find(name); found == theirs.end() || found->second != mode) {
+      std::printf("BREACH: %s: %ux%u, %u mHz, %u kHz is not edid-decode's\n", qPrintable(name), mode.width, mode.height,
+                  mode.refreshMilliHz, mode.pixelClockKhz);
+      return false;
+    }
+  }
+  std::printf("%s: %zu of %zu modes agree\n", qPrintable(option), ours.size(), theirs.size());
+  return !ours.empty() && ours.size() == theirs.size();
+}
+
+bool tablesAgree() {
+  std::map<QString, edid::TableMode> established = bitsOf(edid::establishedModes(), 0x23);
+  established.merge(bitsOf(edid::moreEstablishedModes(), 0x06));
+  std::map<QString, edid::TableMode> cta;
+  for (unsigned code = 0; code < 256; ++code) {
+    if (const edid::TableMode* const mode = edid::ctaMode(static_cast<std::uint8_t>(code))) {
+      cta[QStringLiteral("VIC %1").arg(code)] = *mode;
+    }
+  }
+  std::map<QString, edid::TableMode> hdmi;
+  for (std::size_t i = 0; i < edid::hdmiModes().size(); ++i) {
+    hdmi[QStringLiteral("HDMI VIC %1").arg(i + 1)] = edid::hdmiModes()[i];
+  }
+  return tableAgrees("--list-established-timings", established) && tableAgrees("--list-vics", cta) &&
+         tableAgrees("--list-hdmi-vics", hdmi);
+}
+
 /// A table with 30 video codes from `first` on, and every established timing.
 Table tableOfCodes(unsigned first) {
   edid_test::EdidBuilder builder("ORV", 1, 4, 0xA5, 0x06);
@@ -178,7 +247,7 @@ int main(int argc, char* argv[]) {
     return 2;
   }
   const auto displays = edid_test::sampleDisplays();
-  if (!samplesAgree(displays)) {
+  if (!tablesAgree() || !samplesAgree(displays)) {
     return 1;
   }
   SeededRandom random{seed};
