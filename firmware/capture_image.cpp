@@ -25,9 +25,6 @@ struct Model {
 
 constexpr std::array<Model, 2> kModels{{{{0x5C19, 0x6B03}, "KVR-7"}, {{0x5C19, 0x6B02}, "KVR-5"}}};
 
-// Large enough that system calls do not count, small enough to stay in the cache.
-constexpr std::size_t kPieceSize = std::size_t{256} * 1024;
-
 // The most that is searched of what a file holds beyond its size: some files of
 // the system report no size and never end.
 constexpr qint64 kMostBeyondSize = qint64{64} * 1024 * 1024;
@@ -96,7 +93,7 @@ tl::expected<void, ImageRefusal> checkCaptureImage(const QString& path, const de
 bool containsText(QFileDevice& file, const QByteArray& text) {
   const std::string_view wanted(text.constData(), static_cast<std::size_t>(text.size()));
   const std::size_t overlap = wanted.size() - 1;
-  std::vector<char> buffer(overlap + kPieceSize);
+  std::vector<char> buffer(overlap + kSearchPieceSize);
   std::size_t kept = 0;  // end of the previous piece, where the text may have begun
   for (;;) {
     if (skipHole(file)) {

@@ -6,6 +6,7 @@
 #include <QString>
 #include <tl/expected.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -27,6 +28,10 @@ std::optional<QByteArray> modelText(const device::UsbIds& ids);
 /// Checks that a file is a capture firmware image for the model with these ids,
 /// as far as its name in the file tells.
 tl::expected<void, ImageRefusal> checkCaptureImage(const QString& path, const device::UsbIds& ids);
+
+/// Bytes that `containsText` reads at once: so many that system calls do not count, so
+/// few that they stay in the cache.
+inline constexpr std::size_t kSearchPieceSize = std::size_t{256} * 1024;
 
 /// Whether `file` contains `text`, from its current position on. Memory use does
 /// not depend on the file's size, nor the speed on its content; the holes of a

@@ -65,7 +65,7 @@ class FileWithHole : public QFile {
   qint64 hole_;
 };
 
-constexpr qint64 kPieceSize = qint64{256} * 1024;
+constexpr auto kPieceSize = static_cast<qint64>(firmware::kSearchPieceSize);
 
 bool isFoundInFile(std::span<const std::uint8_t> image, bool afterHole, const QByteArray& text) {
   static QTemporaryFile file;

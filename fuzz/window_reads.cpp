@@ -9,6 +9,7 @@
 #include "fuzz/target.h"
 #include "fuzz/window.h"
 #include "simulator/control/control.h"
+#include "tests/support/window_controls.h"
 
 #include <QAbstractButton>
 #include <QComboBox>
@@ -17,9 +18,6 @@
 #include <vector>
 
 namespace {
-
-constexpr const char* kReadButtons[] = {"BN_Info_Read", "BN_Video_Read", "BN_Audio_Read", "BN_SN_Read",
-                                        "BN_EDID_Read", "BN_I2C_Read",   "BN_GPIO_Read"};
 
 /// The labels that show what the device says of itself.
 constexpr const char* kTexts[] = {"lb_FW_VER_QX", "label_UVC_NAME", "label_IManufacturer", "label_IProduct"};

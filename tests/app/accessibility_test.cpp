@@ -1,6 +1,5 @@
-#include "app/main_window.h"
 #include "simulator/control/control.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QAccessible>
 #include <QGroupBox>
@@ -128,12 +127,10 @@ QString accessibleText(QWidget& widget, QAccessible::Text kind) {
 }  // namespace
 
 /// What a screen reader is told and where the Tab key leads.
-class AccessibilityTest : public QObject {
+class AccessibilityTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void init() { simulator::reset(); }
-
   void everyFieldAndValueIsNamedByItsCaption_data() {
     QTest::addColumn<QString>("caption");
     for (const Named& named : kNamed) {
@@ -143,8 +140,6 @@ class AccessibilityTest : public QObject {
 
   void everyFieldAndValueIsNamedByItsCaption() {
     QFETCH(QString, caption);
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& widget = user.widget<QWidget>(QTest::currentDataTag());
     const QString expected = captionOf(user.widget<QWidget>(caption));
     QVERIFY(!expected.isEmpty());
@@ -158,8 +153,6 @@ class AccessibilityTest : public QObject {
 
   void everyFieldAndValueKnowsItsCaption() {
     QFETCH(QString, caption);
-    const MainWindow window;
-    const WindowDriver user(window);
     auto& widget = user.widget<QWidget>(QTest::currentDataTag());
     auto& captionWidget = user.widget<QWidget>(caption);
     if (qobject_cast<const QLabel*>(&widget) == nullptr) {
@@ -174,8 +167,6 @@ class AccessibilityTest : public QObject {
   }
 
   void nothingThatCanBeUsedOrReadIsWithoutAName() {
-    const MainWindow window;
-    const WindowDriver user(window);
     QStringList nameless;
     for (const char* const page : kPages) {
       for (QWidget* const widget : user.widget<QWidget>(page).findChildren<QWidget*>()) {
@@ -197,8 +188,6 @@ class AccessibilityTest : public QObject {
   }
 
   void aValueIsToldWithItsNameAndItsText() {
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     simulator::feedSignal(simulator::Input::kHdmi, "1080p60");
     user.click("BN_Info_Read");
@@ -222,8 +211,6 @@ class AccessibilityTest : public QObject {
   }
 
   void buttonsOfOneTextAreToldApart() {
-    const MainWindow window;
-    const WindowDriver user(window);
     for (const char* const page : kPages) {
       std::set<std::pair<QString, QString>> told;
       for (QAbstractButton* const button : user.widget<QWidget>(page).findChildren<QAbstractButton*>()) {
@@ -247,25 +234,21 @@ class AccessibilityTest : public QObject {
 
   void theTabKeyLeadsThroughAPageAsItIsRead() {
     QFETCH(QString, page);
-    MainWindow window;
-    const WindowDriver user(window);
     auto& tabs = user.widget<QTabWidget>("tabWidget");
     tabs.setCurrentWidget(&user.widget<QWidget>(page));
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    window().show();
+    QVERIFY(QTest::qWaitForWindowActive(&window()));
     auto& first = user.widget<QWidget>("CB_DeviceType");
     first.setFocus();
     QStringList visited;
     do {
-      visited << window.focusWidget()->objectName();
-      QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
-    } while (window.focusWidget() != &first && visited.size() < 50);
+      visited << window().focusWidget()->objectName();
+      QTest::keyClick(window().focusWidget(), Qt::Key_Tab);
+    } while (window().focusWidget() != &first && visited.size() < 50);
     QCOMPARE(visited, kTopOrder + readingOrder(page));
   }
 
   void theWidgetsOfEveryPageFollowOneAnotherAsTheyAreRead() {
-    const MainWindow window;
-    const WindowDriver user(window);
     QStringList expected = kTopOrder;
     for (const char* const page : kPages) {
       expected << readingOrder(page);

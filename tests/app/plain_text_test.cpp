@@ -1,8 +1,6 @@
-#include "app/main_window.h"
-#include "app/program_state.h"
 #include "simulator/control/control.h"
 #include "tests/support/dialog_answers.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QImage>
 #include <QLabel>
@@ -113,16 +111,10 @@ class BoxWatcher : public QObject {
 
 /// Whatever a device or a file is called, it is shown letter by letter: what is
 /// painted and opened counts.
-class PlainTextTest : public QObject {
+class PlainTextTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void init() {
-    simulator::reset();
-    selectedVid = 0;
-    selectedPid = 0;
-  }
-
   void whatADeviceTellsIsPaintedAsItStands_data() {
     QTest::addColumn<int>("place");
     QTest::addColumn<QByteArray>("text");
@@ -165,35 +157,32 @@ class PlainTextTest : public QObject {
     const Place& where = kPlaces[static_cast<std::size_t>(place)];
     const std::vector<std::uint8_t> answer = bytesOf(text, where.capacity);
     simulator::answerCall(where.operation, 1, where.tellsLength ? static_cast<int>(answer.size()) : 0, answer);
-    MainWindow window;
-    const WindowDriver user(window);
     auto& label = user.widget<QLabel>(where.label);
     showPageOf(user, label);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window().show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window()));
     user.click("BN_Connect");
     QCOMPARE(user.message(), "Device Connected");
     QVERIFY(label.text() != "N/A");
 
-    const QImage shown = pictureOf(window);
+    const QImage shown = pictureOf(window());
     QVERIFY2(!counter.wasOpened(), "a text of the device opened a file");
     // The same window with a label that cannot but show plain text.
     const QString whole = label.text();
     label.clear();
     label.setTextFormat(Qt::PlainText);
-    const QImage empty = pictureOf(window);
+    const QImage empty = pictureOf(window());
     label.setText(whole);
-    QCOMPARE(pictureOf(window), shown);
+    QCOMPARE(pictureOf(window()), shown);
     QVERIFY2(empty != shown, "the text is not to be seen");
     // A text too long or too high stays within its own rectangle.
-    const QRect own(label.mapTo(&window, QPoint(0, 0)), label.size());
+    const QRect own(label.mapTo(&window(), QPoint(0, 0)), label.size());
     QCOMPARE(without(empty, own), without(shown, own));
   }
 
   void everyLabelOfTheWindowPaintsMarkupLetterByLetter() {
-    MainWindow window;
     const QString markup = "<b>V1</b>&lt;<hr>";
-    const QList<QLabel*> labels = window.findChildren<QLabel*>();
+    const QList<QLabel*> labels = window().findChildren<QLabel*>();
     QVERIFY(labels.size() > 80);
     for (QLabel* const label : labels) {
       QVERIFY2(label->textFormat() == Qt::PlainText, qPrintable(label->objectName()));
@@ -211,8 +200,6 @@ class PlainTextTest : public QObject {
 
   void aSerialNumberOfMarkupStandsInItsFieldLetterByLetter() {
     simulator::answerCall("AT_USB_Get_SerialNum", 1, 0, bytesOf("<b>7</b>&amp;", 100));
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     user.click("BN_SN_Read");
     QCOMPARE(user.widget<QLineEdit>("lineEdit_SN").text(), "<b>7</b>&amp;");
@@ -226,8 +213,6 @@ class PlainTextTest : public QObject {
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.close();
-    const MainWindow window;
-    const WindowDriver user(window);
     user.click("BN_Connect");
     const BoxWatcher watcher;
     DialogAnswers answers;
@@ -240,10 +225,9 @@ class PlainTextTest : public QObject {
 #endif
 
   void toolTipsShowPlainText() {
-    MainWindow window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QToolTip::showText(window.mapToGlobal(QPoint(10, 10)), "/media/<h1>stick</h1>", &window);
+    window().show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window()));
+    QToolTip::showText(window().mapToGlobal(QPoint(10, 10)), "/media/<h1>stick</h1>", &window());
     const QWidgetList all = QApplication::allWidgets();
     const auto tip =
         std::find_if(all.begin(), all.end(), [](const QWidget* widget) { return widget->inherits("QTipLabel"); });

@@ -1,5 +1,6 @@
 #include "tests/robustness/lying_window.h"
 #include "tests/support/chosen_file.h"
+#include "tests/support/window_controls.h"
 
 #include <QCheckBox>
 #include <QRadioButton>
@@ -14,8 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* kReadButtons[] = {"BN_Info_Read", "BN_Video_Read", "BN_Audio_Read", "BN_SN_Read",
-                                        "BN_EDID_Read", "BN_I2C_Read",   "BN_GPIO_Read"};
 constexpr const char* kWidthButtons[] = {"RB_I2C_Read_1B", "RB_I2C_Read_2B", "RB_I2C_Read_3B", "RB_I2C_Read_4B"};
 
 }  // namespace

@@ -1,8 +1,6 @@
-#include "app/main_window.h"
-#include "app/program_state.h"
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/control/control.h"
-#include "tests/support/window_driver.h"
+#include "tests/support/window_fixture.h"
 
 #include <QRadioButton>
 #include <QSlider>
@@ -101,25 +99,14 @@ QString contradiction(const WindowDriver& user) {
   return {};
 }
 
-void connectDevice(const WindowDriver& user) {
-  user.click("BN_Connect");
-  QCOMPARE(user.message(), "Device Connected");
-}
-
 const QString kNothing = "progressive 0x0@0 RGB 8bit default SDR DVI";
 
 }  // namespace
 
-class ConsistencyTest : public QObject {
+class ConsistencyTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void init() {
-    simulator::reset();
-    selectedVid = 0;
-    selectedPid = 0;
-  }
-
   void everySignalIsTheSameOnEveryPage_data() {
     QTest::addColumn<QString>("receiver");
     QTest::addColumn<QString>("uvc");
@@ -179,10 +166,8 @@ class ConsistencyTest : public QObject {
     QFETCH(QString, hdcp);
     QFETCH(QString, audio);
     const QString scenario = QStringLiteral(R"({"signal": "%1"})").arg(QTest::currentDataTag());
-    QCOMPARE(simulator::loadScenario(scenario.toStdString()), std::string());
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    start(scenario.toUtf8());
+    connectDevice();
     const Story story = readEveryPage(user);
     QCOMPARE(story.receiver, receiver);
     QCOMPARE(story.uvc, uvc);
@@ -194,11 +179,8 @@ class ConsistencyTest : public QObject {
   }
 
   void anInputSwitchChangesEveryPage() {
-    QCOMPARE(simulator::loadScenario(R"({"inputs": {"source": "hdmi", "hdmi": "2160p60-hdr10", "dp": "1200p60"}})"),
-             std::string());
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    start(R"({"inputs": {"source": "hdmi", "hdmi": "2160p60-hdr10", "dp": "1200p60"}})");
+    connectDevice();
     for (int i = 0; i < 2; ++i) {
       user.click("RB_Src_DP");
       Story story = readEveryPage(user);
@@ -216,9 +198,7 @@ class ConsistencyTest : public QObject {
   }
 
   void aSignalAtTheOtherInputIsNotSeen() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     const QString before = readEveryPage(user).receiver;
     simulator::feedSignal(Input::kDp, "none");
     QCOMPARE(readEveryPage(user).receiver, before);
@@ -227,9 +207,7 @@ class ConsistencyTest : public QObject {
   }
 
   void withoutHotPlugTheHdmiSignalIsGone() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     const Story before = readEveryPage(user);
     user.click("BN_RX_HPD_OFF");
     const Story gone = readEveryPage(user);
@@ -252,9 +230,7 @@ class ConsistencyTest : public QObject {
   }
 
   void theTransmittersHdcpIsSwitchedAlone() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     user.click("RB_TX_HDCP_OFF");
     const Story off = readEveryPage(user);
     QCOMPARE(off.hdcp, "HDCP1.3/1.4 HDCP OFF");
@@ -266,9 +242,7 @@ class ConsistencyTest : public QObject {
   }
 
   void withoutASinkOnlyTheTransmitterIsSilent() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     const Story before = readEveryPage(user);
     simulator::attachSink(false);
     const Story story = readEveryPage(user);
@@ -283,10 +257,8 @@ class ConsistencyTest : public QObject {
   }
 
   void aScenariosAudioCodesHoldWhereThereIsAudio() {
-    QCOMPARE(simulator::loadScenario(R"({"audio": {"format": 19, "samplingRate": 9}})"), std::string());
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    start(R"({"audio": {"format": 19, "samplingRate": 9}})");
+    connectDevice();
     QCOMPARE(readEveryPage(user).audio, "TRUEHD_ATMOS 192K");
     simulator::feedSignal(Input::kHdmi, "480p60-dvi");
     QCOMPARE(readEveryPage(user).audio, "DVI No Audio");
@@ -297,9 +269,7 @@ class ConsistencyTest : public QObject {
   }
 
   void gainsAndMuteOutliveTheSignal() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     user.widget<QSlider>("HS_HDMIRX_GAIN").setValue(-30);
     user.widget<QSlider>("HS_HPOUT_GAIN").setValue(9);
     user.click("CB_DACHP_MUTE");
@@ -313,10 +283,7 @@ class ConsistencyTest : public QObject {
   }
 
   void aRestartKeepsTheInputAndRaisesHotPlug() {
-    simulator::useVirtualTime();
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     user.click("BN_RX_HPD_OFF");
     user.click("RB_Src_DP");
     QCOMPARE(AT_Set_System_Reboot(), 0);
@@ -329,9 +296,7 @@ class ConsistencyTest : public QObject {
   }
 
   void theDefaultsAreBackEverywhereAfterARestore() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     const Story before = readEveryPage(user);
     user.click("BN_RX_HPD_OFF");
     user.click("RB_Src_DP");
@@ -352,9 +317,7 @@ class ConsistencyTest : public QObject {
   }
 
   void noOrderOfActionsMakesThePagesContradictEachOther() {
-    const MainWindow window;
-    const WindowDriver user(window);
-    connectDevice(user);
+    connectDevice();
     const std::vector<std::string> names = simulator::knownSignals();
     std::mt19937 random(5);
     const auto below = [&](std::size_t limit) { return random() % limit; };
