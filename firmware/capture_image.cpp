@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -46,21 +47,48 @@ bool skipHole([[maybe_unused]] QFileDevice& file) {
 #endif
 }
 
-// Branch-free, one letter of the text after the other, so that the compiler can
-// vectorise it: an image full of beginnings of the text takes no longer than any
-// other.
-bool contains(std::string_view piece, std::string_view text) {
-  std::array<char, 1024> differences{};
-  for (std::size_t block = 0; block + text.size() <= piece.size(); block += differences.size()) {
-    const std::size_t positions = std::min(differences.size(), piece.size() - text.size() + 1 - block);
-    std::fill_n(differences.begin(), positions, '\0');
-    for (std::size_t letter = 0; letter < text.size(); ++letter) {
-      const char* const first = piece.data() + block + letter;
-      for (std::size_t i = 0; i < positions; ++i) {
-        differences[i] = static_cast<char>(differences[i] | (first[i] ^ text[letter]));
-      }
+// The letters of a model's name: so many are compared in one pass.
+constexpr std::size_t kAtOnce = 5;
+
+/// Whether letters of the text differ from those at `first` and the places behind it:
+/// 0 where they are the same. Branch-free, so that the compiler can vectorise it: an
+/// image full of beginnings of the text takes no longer than any other.
+template <std::size_t Letters>
+void compare(const char* first, const char* text, std::span<char> differences) {
+  std::array<char, Letters> letters;
+  std::copy_n(text, Letters, letters.begin());
+  for (std::size_t i = 0; i < differences.size(); ++i) {
+    char difference = 0;
+    for (std::size_t letter = 0; letter < Letters; ++letter) {
+      difference = static_cast<char>(difference | (first[i + letter] ^ letters[letter]));
     }
-    if (std::string_view(differences.data(), positions).find('\0') != std::string_view::npos) {
+    differences[i] = difference;
+  }
+}
+
+void addLetter(const char* first, char letter, std::span<char> differences) {
+  for (std::size_t i = 0; i < differences.size(); ++i) {
+    differences[i] = static_cast<char>(differences[i] | (first[i] ^ letter));
+  }
+}
+
+bool contains(std::string_view piece, std::string_view text) {
+  std::array<char, 1024> room{};
+  for (std::size_t block = 0; block + text.size() <= piece.size(); block += room.size()) {
+    const char* const first = piece.data() + block;
+    const auto differences = std::span(room).first(std::min(room.size(), piece.size() - text.size() + 1 - block));
+    std::size_t compared = 0;
+    if (text.size() >= kAtOnce) {
+      compare<kAtOnce>(first, text.data(), differences);
+      compared = kAtOnce;
+    } else {
+      compare<1>(first, text.data(), differences);
+      compared = 1;
+    }
+    for (; compared < text.size(); ++compared) {
+      addLetter(first + compared, text[compared], differences);
+    }
+    if (std::string_view(differences.data(), differences.size()).find('\0') != std::string_view::npos) {
       return true;
     }
   }

@@ -167,6 +167,18 @@ class CaptureImageTest : public QObject {
     QVERIFY2(found > 10 && found < 290, "the contents are too much alike");
   }
 
+  void aTextOfAnyLengthIsFoundWhereItIs() {
+    const QByteArray whole = "KVR-7B0-KVR";
+    for (int size = 1; size <= whole.size(); ++size) {
+      const QByteArray text = whole.left(size);
+      for (const int before : {0, 1, 1023, 1024, 1025 - size, 2048 - size}) {
+        const QByteArray content = QByteArray(before, '\xFF') + text;
+        QVERIFY(isFoundIn(content, text));
+        QVERIFY(!isFoundIn(content.chopped(1), text));
+      }
+    }
+  }
+
   void aSparseFileOfTwoGigabytesIsSearchedInLittleMemory() {
     constexpr qint64 kSize = 2048 * kMiB;
     QTemporaryFile file;
