@@ -1,15 +1,14 @@
-# What every target of ours is compiled with.
+# Compiler settings of all our targets.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
-# A build folder that was configured before there was this option keeps its warnings
-# as errors.
+# Build folders configured before this option existed keep warnings as errors.
 if(DEFINED CACHE{PELLAVOX_SANITIZE} AND NOT DEFINED CACHE{PELLAVOX_WARNINGS_AS_ERRORS})
   set(PELLAVOX_WARNINGS_AS_ERRORS ON CACHE BOOL "Warnings end the build; on in the presets that test")
 endif()
 set(PELLAVOX_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 
-# Not where the program is only to be used: a newer compiler may warn of more.
+# Off for users who only build the program: a newer compiler may warn of more.
 option(PELLAVOX_WARNINGS_AS_ERRORS "Warnings end the build; on in the presets that test" OFF)
 
 add_library(pellavox_compiler_settings INTERFACE)
@@ -30,26 +29,25 @@ if(PELLAVOX_SANITIZE)
   target_link_options(pellavox_compiler_settings INTERFACE -fsanitize=${PELLAVOX_SANITIZE})
 endif()
 
-# A fault in reading what a device or a file says shall end the program, not run
-# somebody else's code. Programs that can be placed anywhere in memory:
+# A bug in handling data from a device or a file should end the program, not let it run
+# foreign code. Position-independent programs:
 include(CheckPIESupported)
 check_pie_supported()
 set(PELLAVOX_CONTROL_FLOW_PROTECTION OFF)
 set(PELLAVOX_FORTIFIED OFF)
 if(CMAKE_SYSTEM_NAME STREQUAL Linux)
-  # Addresses of library functions are looked up at the start and read-only from
-  # then on; a library without one of them is refused then, not in mid-work. No
-  # code from the stack.
+  # Resolves library functions at the start, which also refuses a library that lacks
+  # one, and makes their addresses read-only. No executable stack.
   target_link_options(pellavox_compiler_settings INTERFACE
     LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endif()
-# Sanitizers see more than these.
+# The sanitizers detect more than these options do.
 if(NOT PELLAVOX_SANITIZE)
-  # A return address that was overwritten is not returned to.
+  # Detects overwritten return addresses.
   target_compile_options(pellavox_compiler_settings INTERFACE -fstack-protector-strong)
 
-  # Copies with a known destination are held to its size. Only optimising
-  # compilers know it; level 3 also knows sizes that come out at run time.
+  # Checks copies against the size of their destination, as far as the optimiser knows
+  # it; level 3 includes sizes computed at run time.
   string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
   if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}" MATCHES "-O[123s]")
     set(level 2)
@@ -62,20 +60,20 @@ if(NOT PELLAVOX_SANITIZE)
   endif()
 
   if(WIN32)
-    # The run-time half of both, taken from the archive: another DLL beside the
-    # program would be one more to replace.
+    # The run-time part of both, linked statically: a DLL would be one more file that
+    # can be replaced.
     target_link_libraries(pellavox_compiler_settings INTERFACE -l:libssp.a)
   else()
     include(CheckCXXCompilerFlag)
-    # Calls and jumps land at the start of functions only, where processor and
-    # system watch over it.
+    # Restricts indirect calls and jumps to function starts, where processor and system
+    # support it.
     check_cxx_compiler_flag(-fcf-protection=full PELLAVOX_HAS_CF_PROTECTION)
     if(PELLAVOX_HAS_CF_PROTECTION)
       set(PELLAVOX_CONTROL_FLOW_PROTECTION ON)
       target_compile_options(pellavox_compiler_settings INTERFACE -fcf-protection=full)
     endif()
-    # A large frame cannot step over the stack's guard page. (MinGW touches each
-    # page anyway.)
+    # Keeps large stack frames from skipping the guard page. (MinGW touches each page
+    # anyway.)
     check_cxx_compiler_flag(-fstack-clash-protection PELLAVOX_HAS_STACK_CLASH_PROTECTION)
     if(PELLAVOX_HAS_STACK_CLASH_PROTECTION)
       target_compile_options(pellavox_compiler_settings INTERFACE -fstack-clash-protection)

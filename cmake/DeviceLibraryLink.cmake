@@ -1,7 +1,6 @@
-# The program is linked with the device library by name only. What it is linked
-# against is made here from the operations in device/operations.inc,
-# so that neither the closed library nor the simulated device is needed, and a
-# symbol outside that list cannot be used by mistake.
+# Links the program with the device library by name only, against a stub made from
+# device/operations.inc. This needs neither the closed library nor the simulated
+# device, and no symbol outside that list can be used by mistake.
 include(Operations)
 set(operations_file ${CMAKE_SOURCE_DIR}/device/operations.inc)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${operations_file})

@@ -1,14 +1,14 @@
-# Libraries of headers only: header_library(TARGET PACKAGE FOLDER [VERSION])
+# Header-only libraries: header_library(TARGET PACKAGE FOLDER [VERSION])
 function(header_library target package folder)
   if(NOT CMAKE_CROSSCOMPILING)
     find_package(${package} ${ARGN} REQUIRED)
-    # In scope wherever it is linked.
+    # Makes the target visible in all folders.
     set_target_properties(${target} PROPERTIES IMPORTED_GLOBAL ON)
     return()
   endif()
 
-  # This machine's copy serves every target system, but must not bring the rest of
-  # /usr/include with it: a link to its folder alone.
+  # The headers in /usr/include serve all target systems, but the other headers there do
+  # not, so link to this folder only.
   find_path(${package}_parent ${folder} REQUIRED NO_CMAKE_FIND_ROOT_PATH PATHS /usr/include)
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/host_headers)
   file(CREATE_LINK ${${package}_parent}/${folder} ${CMAKE_BINARY_DIR}/host_headers/${folder} SYMBOLIC)

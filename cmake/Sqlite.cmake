@@ -1,5 +1,5 @@
-# The target pellavox_sqlite: Debian's SQLite, or for Windows the one that
-# packaging/windows/build-sqlite has built from Debian's source package.
+# The target pellavox_sqlite: Debian's SQLite, or for Windows the one built by
+# packaging/windows/build-sqlite from Debian's source package.
 add_library(pellavox_sqlite INTERFACE)
 if(NOT CMAKE_CROSSCOMPILING)
   find_package(SQLite3 3.37 REQUIRED)
@@ -14,6 +14,6 @@ if(NOT EXISTS ${sqlite}/lib/libsqlite3.a)
 endif()
 set(PELLAVOX_SQLITE_COPYRIGHT ${sqlite}/copyright)
 file(STRINGS ${sqlite}/version PELLAVOX_SQLITE_VERSION LIMIT_COUNT 1)
-# In the program itself: no further DLL to replace.
+# Linked statically: a DLL would be one more file that can be replaced.
 target_include_directories(pellavox_sqlite SYSTEM INTERFACE ${sqlite}/include)
 target_link_libraries(pellavox_sqlite INTERFACE ${sqlite}/lib/libsqlite3.a)

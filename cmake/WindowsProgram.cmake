@@ -1,13 +1,13 @@
-# What a Windows program needs beyond its code: link settings, resources, and
-# the DLLs it loads, which stand beside it here as in the packages.
+# What a Windows program needs beyond its code: link settings, resources, and its DLLs,
+# which are in the program's folder here as in the packages.
 if(NOT WIN32)
   function(pellavox_windows_resources)
   endfunction()
   return()
 endif()
 
-# Address space randomisation over all 64 bits, no code from data pages. Nothing
-# of the build's time goes into the file, so that it can be built again.
+# Address space randomisation over all 64 bits, no executable data pages. No build time
+# in the file, so that builds are reproducible.
 target_link_options(pellavox_compiler_settings INTERFACE
   LINKER:--dynamicbase LINKER:--high-entropy-va LINKER:--nxcompat LINKER:--no-insert-timestamp)
 target_compile_options(pellavox_compiler_settings INTERFACE
@@ -22,7 +22,7 @@ endforeach()
 foreach(dll IN ITEMS libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
   execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
     OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-  # Debian ships them with debugging information, ten times their size.
+  # Debian ships them with debug information, ten times their size.
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/runtime)
   execute_process(COMMAND ${CMAKE_STRIP} --strip-debug -o ${CMAKE_BINARY_DIR}/runtime/${dll} ${path}
     COMMAND_ERROR_IS_FATAL ANY)
@@ -36,7 +36,7 @@ file(COPY ${PELLAVOX_PLATFORM_PLUGIN} ${qt_folder}/plugins/platforms/qoffscreen.
   DESTINATION ${CMAKE_BINARY_DIR}/bin/platforms)
 file(COPY ${PELLAVOX_STYLE_PLUGIN} DESTINATION ${CMAKE_BINARY_DIR}/bin/styles)
 
-# The drawing, in the sizes that Windows asks for at 100 to 200 % scaling.
+# The icon, in the sizes that Windows uses at 100 to 200 % scaling.
 find_program(RSVG_CONVERT rsvg-convert REQUIRED)
 find_program(ICOTOOL icotool REQUIRED)
 set(icon_drawing ${CMAKE_SOURCE_DIR}/packaging/icons/pellavox.svg)

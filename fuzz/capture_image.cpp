@@ -1,10 +1,9 @@
 /// @file
-/// The search for the model's name in a capture image. The first byte chooses
-/// the model (bit 0) and how the image comes (bits 1 to 4): 0, from a file in
-/// which the search's first piece ends within the image, which takes its time; 1
-/// and 2, the same with a hole before the image; 3, with a hole in the middle of
-/// the image, up to which a piece is read; otherwise in short pieces, whose
-/// lengths are the next 8 bytes in turn. The rest is the image.
+/// The search for the model's name in a capture image. The first byte selects the model
+/// (bit 0) and the kind of file (bits 1 to 4): 0, the search's first piece ends within
+/// the image, which is slow; 1 and 2, the same with a hole before the image; 3, a hole
+/// in the middle of the image, where a read ends; otherwise short reads, with the next 8
+/// bytes as their lengths in turn. The rest is the image.
 #include "firmware/capture_image.h"
 
 #include "fuzz/input.h"
@@ -19,7 +18,7 @@
 
 namespace {
 
-/// A file that is read in pieces shorter than asked for.
+/// A file whose reads return less than requested.
 class PiecewiseFile : public QFile {
  public:
   PiecewiseFile(std::span<const std::uint8_t> content, std::vector<std::uint8_t> pieces)
@@ -27,7 +26,7 @@ class PiecewiseFile : public QFile {
     setOpenMode(QIODevice::ReadOnly | QIODevice::Unbuffered);
   }
 
-  // Qt's own part of closing wants a real file.
+  // Closing a QFile needs a real file, so only reset the mode.
   ~PiecewiseFile() override { setOpenMode(QIODevice::NotOpen); }
   PiecewiseFile(const PiecewiseFile&) = delete;
   PiecewiseFile& operator=(const PiecewiseFile&) = delete;
@@ -51,7 +50,7 @@ class PiecewiseFile : public QFile {
   std::size_t piece_ = 0;
 };
 
-/// A file of which a read returns no more than lies before the hole.
+/// A file whose reads stop at the hole.
 class FileWithHole : public QFile {
  public:
   FileWithHole(const QString& path, qint64 hole) : QFile(path), hole_(hole) {}
@@ -96,7 +95,7 @@ bool isFoundAroundHole(std::span<const std::uint8_t> image, const QByteArray& te
     return file.seek(at) && file.write(reinterpret_cast<const char*>(part.data()), size) == size;
   };
   fuzz::require((file.isOpen() || file.open()) && file.resize(0), "a temporary file can be made");
-  // The first half ends where the hole begins, as far as there is room for it.
+  // The first half, cut to the room before the hole, ends where the hole begins.
   const auto first = image.first(std::min(half, static_cast<std::size_t>(kBegin)));
   fuzz::require(
       put(first, kBegin - static_cast<qint64>(first.size())) && put(image.subspan(half), 10 * kBegin) && file.flush(),

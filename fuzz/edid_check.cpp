@@ -1,5 +1,5 @@
 /// @file
-/// An EDID of any content: checked, described, its checksums repaired.
+/// An arbitrary EDID: checked, described, its checksums repaired.
 #include "edid/edid_check.h"
 
 #include "edid/edid_description.h"

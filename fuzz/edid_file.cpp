@@ -1,6 +1,6 @@
 /// @file
-/// A table file of any content: loaded, written into the device, read back and
-/// saved, as the EDID page does it. The first byte chooses slot and size.
+/// An arbitrary table file: loaded, written to the device, read back and saved, as on
+/// the EDID page. The first byte selects slot and size.
 #include "edid/edid_file.h"
 
 #include "device/RTICE_SDK_x64.h"

@@ -1,6 +1,6 @@
 /// @file
-/// Identity strings: four bytes of claimed length (little-endian), then the
-/// buffer that the library left; the buffer's first byte is also a version.
+/// Identity strings: four bytes of reported length (little-endian), then the buffer as
+/// the library left it. The buffer's first byte also serves as a version.
 #include "device/bytes.h"
 #include "device/text.h"
 #include "fuzz/target.h"

@@ -1,5 +1,5 @@
 /// @file
-/// Takes an input apart.
+/// Splits an input into parts.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace fuzz {
 
-/// Takes bytes from the front of an input; zeros once it is used up.
+/// Takes bytes from the front of an input; returns zeros once it is used up.
 class Input {
  public:
   explicit Input(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
@@ -25,7 +25,7 @@ class Input {
 
   std::uint8_t takeByte() { return take(1)[0]; }
 
-  /// What has not been taken.
+  /// The bytes not taken yet.
   std::span<const std::uint8_t> rest() const { return rest_; }
 
  private:

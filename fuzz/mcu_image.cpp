@@ -1,7 +1,7 @@
 /// @file
-/// An image for the external MCU, sent to a simulated one that has no fault. The
-/// first byte chooses: bit 0 the chip family, bit 1 whether the MCU waits in its
-/// boot loader, bit 2 whether no device is connected. The rest is the image.
+/// An image for the external MCU, sent to a simulated one without faults. First byte:
+/// bit 0 selects the chip family, bit 1 that the MCU waits in its boot loader, bit 2
+/// that no device is connected. The rest is the image.
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/ext_mcu_upgrade.h"
 #include "firmware/upgrade_texts.h"
@@ -54,7 +54,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
                                [](char sent, std::uint8_t held) { return static_cast<std::uint8_t>(sent) == held; }),
                 "the flash holds the image, filled up with zeros to the end of its last block");
 
-  // One packet a checksum, none of them sent twice.
+  // One checksum read per packet, and no packet sent twice.
   const auto blocks = static_cast<std::size_t>(reference::blockCount(family, bytes));
   const std::size_t packets = 10 + blocks * (1 + static_cast<std::size_t>(family.blockSize) / 64) + 1;
   const std::vector<simulator::JournalEntry> calls = simulator::journal();

@@ -1,7 +1,6 @@
 /// @file
-/// The reading calls against a library that writes more than it was given room
-/// for. Input: two bytes for the excess (to 1023), four for reported lengths, then
-/// what the library writes.
+/// The reading calls against a library that writes beyond its buffers. Input: two bytes
+/// for the excess (up to 1023), four for the reported lengths, then the bytes written.
 #include "audio/audio_calls.h"
 #include "device/bytes.h"
 #include "diag/diag_calls.h"

@@ -1,5 +1,5 @@
 /// @file
-/// The receiver's raw timing record, whole or cut short.
+/// The receiver's raw timing record, whole or truncated.
 #include "fuzz/target.h"
 #include "video/rx_timing.h"
 

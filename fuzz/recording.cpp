@@ -1,7 +1,7 @@
 /// @file
-/// A recording. Whatever it is, it is read or one line tells why not; and what
-/// was read can be replayed. The first byte tells whether the lines bring their
-/// chain values along or get right ones here, which lets more of them through.
+/// A recording. Any input is either read, and can then be replayed, or refused with one
+/// line that says why. The first byte decides whether the lines bring their own chain
+/// values or get correct ones here, so that more of them pass.
 #include "fuzz/target.h"
 #include "recorder/player.h"
 #include "recorder/recording_file.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Each line of the text with its chain value.
+// Adds the chain value to each line of the text.
 std::string sealed(const std::string& text) {
   std::istringstream lines(text);
   std::string result;

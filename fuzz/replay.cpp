@@ -1,6 +1,6 @@
 /// @file
-/// Runs a fuzz target over files and the files of directories. Exit code 0 when
-/// there was at least one and all held; a breach ends the process.
+/// Runs a fuzz target over files and the files in directories. Exit code 0 if there was
+/// at least one file and all passed; a breach ends the process.
 #include "fuzz/target.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace {
 void replay(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   const std::vector<char> content{std::istreambuf_iterator<char>(file), {}};
-  // A buffer of exactly that size, so that a sanitizer sees a step beyond it.
+  // A buffer of the exact size, so that sanitizers detect any access beyond it.
   const std::unique_ptr<std::uint8_t[]> exact(new std::uint8_t[content.size()]);
   std::copy(content.begin(), content.end(), exact.get());
   LLVMFuzzerTestOneInput(exact.get(), content.size());
@@ -43,7 +43,7 @@ int main(int argc, char* argv[]) {
 
   std::sort(inputs.begin(), inputs.end());
   for (const std::filesystem::path& input : inputs) {
-    // Flushed before a breach ends the process: the last name is the culprit's.
+    // Flushed, so that after a breach the last name printed is the culprit.
     std::printf("%s\n", input.filename().string().c_str());
     std::fflush(stdout);
     replay(input);

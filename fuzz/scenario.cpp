@@ -1,6 +1,6 @@
 /// @file
-/// A scenario text. Whatever it is, it loads or one line tells why not; and the
-/// device that came of it can be worked with.
+/// A scenario text. Any input either loads and gives a usable device, or is refused with
+/// one line that says why.
 #include "device/RTICE_SDK_x64.h"
 #include "fuzz/target.h"
 #include "simulator/control/control.h"
@@ -15,11 +15,11 @@ namespace {
 
 constexpr std::uint32_t kVid = 0x5C19;
 
-// Buffers from the heap and of the smallest size allowed, so that a sanitizer
-// sees a step beyond.
+// Heap buffers of the smallest size allowed, so that sanitizers detect any access beyond
+// them.
 std::vector<std::uint8_t> buffer(std::size_t size) { return std::vector<std::uint8_t>(size); }
 
-/// Every operation that takes no file, with arguments as the program's.
+/// Calls every operation that takes no file, with the program's arguments.
 void workWithDevice() {
   initialize();
   if (setDevice(0, 0, kVid, 0x6B03) != 0) {
@@ -68,7 +68,7 @@ void workWithDevice() {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string json(reinterpret_cast<const char*>(data), size);
   if (json.find("stateFile") != std::string::npos) {
-    return -1;  // would write wherever it says
+    return -1;  // would write to any path
   }
   const std::string error = simulator::loadScenario(json, "text");
   simulator::useVirtualTime();

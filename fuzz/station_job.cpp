@@ -1,6 +1,6 @@
 /// @file
-/// A job file of any content: it gives a job that keeps its own rules, or mistakes
-/// that each say something.
+/// An arbitrary job file: it gives either a job that keeps its own rules, or mistakes
+/// with a text each.
 #include "device/printable.h"
 #include "fuzz/target.h"
 #include "station/job_reader.h"

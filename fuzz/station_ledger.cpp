@@ -1,7 +1,7 @@
 /// @file
-/// A ledger whose file was damaged: three bytes of place and one of content for each
-/// changed byte; the input's first two bytes cut the file when they are not zero. The
-/// ledger is read as it was, or the damage is found.
+/// A ledger with a damaged file. The input's first two bytes, unless zero, truncate the
+/// file; each further four bytes change one byte: three for its place, one for its
+/// value. The ledger must read as before, or the damage must be found.
 #include "fuzz/input.h"
 #include "fuzz/target.h"
 #include "station/job_reader.h"
@@ -37,7 +37,7 @@ void fill(const QString& path) {
   }
 }
 
-/// All that a ledger tells; nothing when it cannot be read.
+/// The ledger's content as a text; empty if it cannot be read.
 QString told(const QString& path) {
   auto ledger = station::Ledger::open(path, station::LedgerAccess::kRead);
   if (!ledger) {

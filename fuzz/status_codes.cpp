@@ -1,6 +1,6 @@
 /// @file
-/// Single status bytes: HDCP versions, pixel format, audio format and rate. Each
-/// byte of the input goes through every decoder.
+/// Status bytes: HDCP versions, pixel format, audio format and rate. Each byte of the
+/// input goes through every decoder.
 #include "audio/audio_codes.h"
 #include "fuzz/target.h"
 #include "video/video_status.h"

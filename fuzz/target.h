@@ -1,5 +1,5 @@
 /// @file
-/// What a fuzz target defines and may use.
+/// What a fuzz target must define and may use.
 #pragma once
 
 #include <cstddef>

@@ -1,8 +1,7 @@
 /// @file
-/// What is typed into the window's fields, then the buttons that use it. The
-/// first byte chooses read width, GPIO group and pin; the texts follow as UTF-8,
-/// each up to a NUL: I2C address, register and value, GPIO value, vendor id,
-/// product id, serial number.
+/// Types texts into the window's fields, then presses the buttons that use them. The
+/// first byte selects read width, GPIO group and pin. NUL-terminated UTF-8 texts follow:
+/// I2C address, register and value, GPIO value, vendor id, product id, serial number.
 #include "device/RTICE_SDK_x64.h"
 #include "fuzz/input.h"
 #include "fuzz/target.h"
@@ -20,8 +19,8 @@
 
 namespace {
 
-/// The number that a text stands for. Of the forms that only Qt's own conversion
-/// decides on (a sign, a prefix, blanks within) nothing is said here.
+/// The number that a text stands for. Does not cover forms that are up to Qt's
+/// conversion: a sign, a prefix, blanks inside.
 std::uint32_t number(const QString& text) {
   const std::u16string letters = text.trimmed().toStdU16String();
   const auto isIn = [](std::u16string_view set) {
@@ -49,7 +48,7 @@ QString hex(std::uint32_t value, int digits) {
   return QString::number(value, 16).toUpper().rightJustified(digits, QLatin1Char('0'));
 }
 
-/// Two digits a byte, most significant first, in as few bytes as hold the number.
+/// The number as bytes of two digits, most significant first, as few as possible.
 QStringList busBytes(std::uint32_t value) {
   QStringList bytes;
   for (int shift = 24; shift >= 0; shift -= 8) {
@@ -60,7 +59,7 @@ QStringList busBytes(std::uint32_t value) {
   return bytes;
 }
 
-/// Presses a button. Returns what it called.
+/// Presses a button and returns the library calls.
 QStringList callsOf(const char* button) {
   simulator::clearJournal();
   fuzz::widget<QAbstractButton>(button).click();
@@ -73,7 +72,7 @@ QStringList callsOf(const char* button) {
 
 QString message() { return fuzz::widget<QLabel>("LB_Message").text(); }
 
-/// Puts a text into a field, which may refuse a part of it. Returns what it then has.
+/// Types a text into a field, which may refuse part of it. Returns the field's content.
 QString type(const char* field, const QString& text) {
   auto& edit = fuzz::widget<QLineEdit>(field);
   edit.setText(text);
@@ -167,7 +166,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::array<const char*, 4> kWidths{"RB_I2C_Read_1B", "RB_I2C_Read_2B", "RB_I2C_Read_3B", "RB_I2C_Read_4B"};
   simulator::reset();
   simulator::useVirtualTime();
-  // The window's own session ends with the other model, which is not plugged in.
+  // Connecting to the other model, which is not plugged in, ends the window's session.
   fuzz::widget<QComboBox>("CB_DeviceType").setCurrentIndex(0);
   fuzz::widget<QComboBox>("CB_DeviceType").setCurrentIndex(1);
   fuzz::widget<QAbstractButton>("BN_Connect").click();

@@ -1,5 +1,5 @@
 /// @file
-/// The UVC output timing record, whole or cut short.
+/// The UVC output timing record, whole or truncated.
 #include "fuzz/target.h"
 #include "video/video_status.h"
 

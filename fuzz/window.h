@@ -1,5 +1,5 @@
 /// @file
-/// The program's window as it runs, without a screen.
+/// The program's real window, without a screen.
 #pragma once
 
 #include "app/main_window.h"
@@ -10,8 +10,7 @@
 
 namespace fuzz {
 
-/// The window; it lives as long as the process. What it says to the debug
-/// output is dropped.
+/// The window, which exists as long as the process. Its debug output is dropped.
 inline MainWindow& window() {
   static MainWindow* const window = [] {
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -25,7 +24,7 @@ inline MainWindow& window() {
   return *window;
 }
 
-/// A widget of the window by its object name.
+/// The widget with this object name.
 template <typename Widget>
 Widget& widget(const char* name) {
   return *window().findChild<Widget*>(QLatin1String(name));

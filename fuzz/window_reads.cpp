@@ -1,8 +1,8 @@
 /// @file
-/// Every read button of the window, which is on the screen, against a library
-/// that returns anything. For each reading operation in turn the input gives one
-/// byte (bit 7: another status than success, taken from the next four bytes; bits
-/// 0 to 6: how many bytes it writes) and then those bytes; what is missing is zero.
+/// Every read button of the visible window, with a library that returns arbitrary data.
+/// For each reading operation the input has a control byte (bit 7: the next four bytes
+/// are the status, otherwise success; bits 0 to 6: the number of bytes to write) and then
+/// those bytes. Missing input counts as zeros.
 #include "device/bytes.h"
 #include "device/operations.h"
 #include "fuzz/input.h"
@@ -19,10 +19,10 @@
 
 namespace {
 
-/// The labels that show what the device says of itself.
+/// The labels that show the device's own texts.
 constexpr const char* kTexts[] = {"lb_FW_VER_QX", "label_UVC_NAME", "label_IManufacturer", "label_IProduct"};
 
-/// Whether a label paints its text letter by letter, whatever the text looks like.
+/// Whether a label paints its text literally, whatever it looks like.
 bool isPaintedPlain(const char* name) {
   auto& label = fuzz::widget<QLabel>(name);
   static auto* const plain = [&label] {
@@ -39,7 +39,7 @@ bool isPaintedPlain(const char* name) {
   return isAlike;
 }
 
-/// Connects anew and presses every read button.
+/// Connects again and presses every read button.
 void readEverything() {
   static auto& types = fuzz::widget<QComboBox>("CB_DeviceType");
   static auto& connectButton = fuzz::widget<QAbstractButton>("BN_Connect");
@@ -51,7 +51,7 @@ void readEverything() {
     return buttons;
   }();
 
-  // An unchanged device would be kept as it is connected.
+  // Connect keeps a session with the same ids, so select the other model in between.
   types.setCurrentIndex(1);
   connectButton.click();
   types.setCurrentIndex(0);
@@ -61,7 +61,7 @@ void readEverything() {
   for (QAbstractButton* const button : readButtons) {
     button->click();
   }
-  QCoreApplication::processEvents();  // paints the page that is seen
+  QCoreApplication::processEvents();  // paints the visible page
   for (const char* const name : kTexts) {
     fuzz::require(isPaintedPlain(name), "a text of the device is painted as it stands");
   }
@@ -82,7 +82,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::int32_t status =
         (control & 0x80) != 0 ? static_cast<std::int32_t>(device::readU32le(input.take(4), 0)) : 0;
     const std::vector<std::uint8_t> answer = input.take(control & 0x7F);
-    // Some are called by two of the buttons.
+    // Two buttons call some of the operations.
     for (const unsigned call : {1U, 2U}) {
       simulator::answerCall(operation.name.data(), call, status, answer);
     }

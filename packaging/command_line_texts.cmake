@@ -1,5 +1,5 @@
-# Has the command line print its manual page and completions, under the name that
-# it has in a flavour:
+# Makes the command line print its manual page and completions, under its name in a
+# flavour:
 #   cmake -D program=PROGRAM -D name=NAME -D folder=FOLDER -P command_line_texts.cmake
 file(MAKE_DIRECTORY ${folder})
 string(REPLACE - _ function_name ${name})

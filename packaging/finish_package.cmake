@@ -1,12 +1,12 @@
-# Run by CPack and by packaging/linux/build-deb when a package's files stand in their folder: adds the bill of
-# materials and gives every file the commit's time, so that the same commit
-# makes the same package.
+# Run by CPack and by packaging/linux/build-deb once a package's files are in place: adds
+# the bill of materials and gives every file the commit's time, so that the same commit
+# gives the same package.
 set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
 if(CPACK_PACKAGING_INSTALL_PREFIX AND NOT CPACK_PACKAGING_INSTALL_PREFIX STREQUAL "/")
   string(APPEND root ${CPACK_PACKAGING_INSTALL_PREFIX})
 endif()
 
-# "component(...)": one entry with the files that belong to it and their hashes.
+# component(...): adds an entry with the component's files and their hashes.
 set(components)
 function(component name version licence purl)
   set(files)
@@ -34,7 +34,7 @@ function(component name version licence purl)
   set(components ${components} "${entry}" PARENT_SCOPE)
 endfunction()
 
-# The libraries of one name in their folders; a device library lies beside the program.
+# Libraries with the device library's name in folders of their own.
 set(recording_libraries recorder/RTICE_SDK_x64.dll replay/RTICE_SDK_x64.dll
   lib/pellavox*/recorder/libRTICE_SDK_x64.so lib/pellavox*/replay/libRTICE_SDK_x64.so)
 set(command_line pellavox-cli.exe lib/pellavox*/pellavox-cli)
@@ -52,7 +52,7 @@ component(winpthreads "${CPACK_PELLAVOX_MINGW_VERSION}" "MIT AND BSD-3-Clause"
   "pkg:deb/debian/mingw-w64-x86-64-dev@${CPACK_PELLAVOX_MINGW_VERSION}" libwinpthread-1.dll)
 component(sqlite "${CPACK_PELLAVOX_SQLITE_VERSION}" blessing
   "pkg:deb/debian/sqlite3@${CPACK_PELLAVOX_SQLITE_VERSION}?arch=source" pellavox-cli.exe)
-# Headers only: compiled into these files.
+# Header-only libraries, compiled into these files.
 component(expected "${CPACK_PELLAVOX_EXPECTED_VERSION}" CC0-1.0
   "pkg:deb/debian/libexpected-dev@${CPACK_PELLAVOX_EXPECTED_VERSION}"
   Pellavox.exe lib/pellavox*/Pellavox ${command_line} ${recording_libraries})
@@ -63,7 +63,7 @@ component(nlohmann-json "${CPACK_PELLAVOX_JSON_VERSION}" MIT
   ${simulated_device} ${command_line} ${recording_libraries})
 list(JOIN components ",\n" components)
 
-# The time and the number come from the commit and the content.
+# Time and serial number depend only on the commit and the content.
 string(TIMESTAMP time "%Y-%m-%dT%H:%M:%SZ" UTC)
 string(UUID number NAMESPACE 6ba7b811-9dad-11d1-80b4-00c04fd430c8 NAME "${CPACK_PACKAGE_FILE_NAME}${time}${components}" TYPE SHA1)
 file(WRITE ${root}/${CPACK_PELLAVOX_DOCUMENT_FOLDER}/bom.cdx.json "{

@@ -1,4 +1,4 @@
-# Read by CPack once for each Windows package it makes: what differs between flavours.
+# The differences between flavours; CPack reads this for each Windows package.
 #   cpack -D CPACK_PELLAVOX_FLAVOUR=device|training
 if(NOT CPACK_PELLAVOX_FLAVOUR)
   set(CPACK_PELLAVOX_FLAVOUR training)
@@ -7,14 +7,14 @@ if(NOT CPACK_PELLAVOX_FLAVOUR MATCHES "^(device|training)$")
   message(FATAL_ERROR "CPACK_PELLAVOX_FLAVOUR must be device or training")
 endif()
 
-# Both components go into one package, as if they had been installed together.
+# Both components go into one package, as if installed together.
 set(CPACK_INSTALL_CMAKE_PROJECTS)
 foreach(component IN ITEMS program ${CPACK_PELLAVOX_FLAVOUR})
   list(APPEND CPACK_INSTALL_CMAKE_PROJECTS ${CPACK_PELLAVOX_BUILD_DIRECTORY} Pellavox ${component} /)
 endforeach()
 set(CPACK_MONOLITHIC_INSTALL ON)
 
-# The two may be installed side by side.
+# Both flavours can be installed side by side.
 set(title Pellavox)
 if(CPACK_PELLAVOX_FLAVOUR STREQUAL training)
   set(title "Pellavox Training")
@@ -29,12 +29,12 @@ if(CPACK_GENERATOR STREQUAL NSIS)
   set(CPACK_NSIS_PACKAGE_NAME ${title})
   set(CPACK_NSIS_DISPLAY_NAME "${title} ${CPACK_PACKAGE_VERSION}")
   set(CPACK_NSIS_INSTALL_ROOT "$PROGRAMFILES64")
-  # A 64-bit installer: the usual 32-bit one needs Windows' 32-bit half. File
-  # dates would differ from one making of the package to the next.
+  # A 64-bit installer: the usual 32-bit one needs 32-bit support in Windows. File dates
+  # would differ between builds.
   set(CPACK_NSIS_DEFINES "Target amd64-unicode\nSetDateSave off\n!include FileFunc.nsh")
-  # A page asks whether the command line is to be on PATH; a silent installation is
-  # asked to by /PATH. CPack's own commands add the folder "bin", which there is none
-  # of; these add the programs' folder by CPack's functions.
+  # A page asks whether to put the command line on PATH; for silent installations there
+  # is /PATH. CPack's own commands would add the folder "bin", which does not exist;
+  # these add the programs' folder with CPack's functions.
   set(CPACK_NSIS_MODIFY_PATH ON)
   set(CPACK_NSIS_EXTRA_PREINSTALL_COMMANDS "
   \${GetParameters} $0

@@ -1,10 +1,10 @@
-"""Makes web pages of the documents that packages hold.
+"""Converts the packages' documents to web pages.
 
 Usage: make_html.py FOLDER DOCUMENT...
 
-Each DOCUMENT.md becomes FOLDER/DOCUMENT.html. Links between these documents lead to
-the pages, links to other files of the repository become plain text, and pictures are
-copied. Needs Debian's python3-markdown.
+Each DOCUMENT.md becomes FOLDER/DOCUMENT.html. Links between these documents lead to the
+pages, links to other files of the repository become plain text, pictures are copied.
+Needs Debian's python3-markdown.
 """
 import pathlib
 import re
@@ -38,7 +38,7 @@ PAGE = """<!DOCTYPE html>
 
 
 def page_of(document, names):
-    """The page's text, and the pictures in it."""
+    """The page's HTML, and the pictures in it."""
     text = document.read_text(encoding="utf-8")
     pictures = []
 

@@ -1,7 +1,7 @@
-# What the Debian packages hold: components "device" and "training", each complete
-# and with names of its own, so that both may be installed side by side.
+# Contents of the Debian packages: components "device" and "training", each complete and
+# with its own names, so that both can be installed side by side.
 
-# install_command_line_texts(name component): where the shells and man look for them
+# install_command_line_texts(name component): installs them where the shells and man look
 function(install_command_line_texts name component)
   command_line_texts(${name}-cli)
   set(made ${command_line_texts}/${name}-cli/${name}-cli)
@@ -35,8 +35,8 @@ first. An empty element in it means the current directory.")
   install(TARGETS Pellavox pellavox-cli RUNTIME DESTINATION ${program_folder} COMPONENT ${component})
   install(TARGETS pellavox_recording_library LIBRARY DESTINATION ${program_folder}/recorder COMPONENT ${component})
   install(TARGETS pellavox_replaying_library LIBRARY DESTINATION ${program_folder}/replay COMPONENT ${component})
-  # The programs find the device library beside themselves, also when started by
-  # these names.
+  # The programs find the device library in their own folder even when started through
+  # these links.
   file(CREATE_LINK ../${program_folder}/Pellavox ${made}/bin SYMBOLIC)
   file(CREATE_LINK ../${program_folder}/pellavox-cli ${made}/bin-cli SYMBOLIC)
   install(FILES ${made}/bin DESTINATION bin RENAME ${name} COMPONENT ${component})

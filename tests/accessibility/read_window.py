@@ -1,11 +1,10 @@
-"""Operates and reads the window as a screen reader does: over AT-SPI, with no
-knowledge of the program but names, roles, values and actions.
+"""Operates and reads the window as a screen reader does: over AT-SPI, knowing only
+names, roles, values and actions.
 
 Usage: read_window.py PROGRAM EXPECTED [--write]
 
-It connects, reads every page with the page's own buttons, and writes down each
-control: page, role, name, value, and what labels it. EXPECTED holds what must come
-out; --write renews it.
+It connects, reads every page with the page's own buttons, and lists each control:
+page, role, name, value and label. EXPECTED is the expected list; --write updates it.
 """
 import os
 import pathlib
@@ -25,13 +24,13 @@ PAGES = ["RX Info", "System", "Provisioning", "Video", "Audio", "EDID", "Debug"]
 
 
 def role_of(node):
-    """As older versions of AT-SPI name it."""
+    """The role's name in older versions of AT-SPI."""
     name = node.get_role_name()
     return "push button" if name == "button" else name
 
 
 def wait_for(condition):
-    """The first true value of the condition; None when that takes too long."""
+    """Waits for the condition to become true and returns its value; None on a timeout."""
     end = time.monotonic() + PATIENCE
     while time.monotonic() < end:
         try:
@@ -40,7 +39,7 @@ def wait_for(condition):
             value = None  # not there yet
         if value:
             return value
-        # Signals tell of programs that come.
+        # Programs announce themselves by signals.
         while GLib.MainContext.default().iteration(False):
             pass
         time.sleep(0.02)
@@ -65,7 +64,7 @@ def descendants(node):
 
 
 def desktop():
-    # What was told before may have changed since: ask anew each time.
+    # Cached values may be stale.
     root = Atspi.get_desktop(0)
     root.set_cache_mask(Atspi.Cache.NONE)
     return root
@@ -84,7 +83,7 @@ def text_of(node):
 
 
 def control(page, node):
-    """One line that tells all that a user is told of a control; None for the rest."""
+    """One line with everything a user learns about a control; None for other objects."""
     role = role_of(node)
     if role not in ROLES:
         return None
@@ -92,9 +91,9 @@ def control(page, node):
     description = node.get_description()
     value = text_of(node)
     if role == "label" and value is None:
-        return None  # a caption: it stands as the label of what it names
+        return None  # a caption: listed as the label of what it names
     if role == "combo box":
-        # Qt tells the row as the name, and the name as the description.
+        # Qt reports the row as the name, and the name as the description.
         name, value, description = description, name, ""
     elif role in ("slider", "spin button"):
         value = f"{Atspi.Value.get_current_value(node):g}"
@@ -111,7 +110,7 @@ def control(page, node):
 
 
 def press(where, name, description=None):
-    """Presses the one button of that name, and perhaps description."""
+    """Presses the only button with that name and, if given, description."""
     found = [node for node in descendants(where) if role_of(node) == "push button" and node.get_name() == name
              and (description is None or node.get_description() == description)]
     if len(found) != 1:
@@ -124,7 +123,7 @@ def press(where, name, description=None):
 
 
 def read_all(app):
-    """Connects, presses what reads each page, and tells all controls."""
+    """Connects, presses each page's read buttons, and lists all controls."""
     message = [node for node in descendants(app) if node.get_name() == "Message"][0]
     press(app, "Connect")
     await_text(message, "Device Connected")
@@ -138,7 +137,7 @@ def read_all(app):
     for page in pages[3:6]:
         press(page, "Read")
     press(pages[6], "Read", "GPIO Read/Write")
-    # Actions are done in their order: with the last, all are.
+    # Actions are carried out in order: once the last is done, all are.
     await_text(message, "Read GPIO0 [done]")
 
     lines = []
@@ -157,7 +156,7 @@ def read_all(app):
 
 
 def virtual_display():
-    """An X server on a free display, which it names."""
+    """Starts an X server on a free display and sets DISPLAY."""
     reading, writing = os.pipe()
     server = subprocess.Popen(  # pylint: disable=consider-using-with
         ["Xvfb", "-displayfd", str(writing), "-screen", "0", "1280x1024x24", "-dpi", "96", "-nolisten", "tcp"],
@@ -169,13 +168,13 @@ def virtual_display():
 
 
 def meet_and_read(program):
-    """Starts the program, and once more if the bus did not bring the two together."""
+    """Starts the program until it appears on the bus, up to three times, and reads it."""
     for _ in range(3):
         with subprocess.Popen([program], stdout=subprocess.PIPE) as process:
             try:
-                # The bus of AT-SPI starts when it is first asked for. Qt 5.15 may miss
-                # one that starts, or is there, while the program does: the line
-                # printed by the probe tells that the event loop runs.
+                # The AT-SPI bus starts on demand. Qt 5.15 may miss a bus that starts
+                # together with the program. The probe's line shows that the event
+                # loop is running.
                 process.stdout.readline()
                 Atspi.init()
                 Atspi.set_timeout(1000, 1000)

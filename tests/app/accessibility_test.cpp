@@ -14,7 +14,7 @@ namespace {
 
 struct Named {
   const char* widget;
-  const char* caption;  // the label, box or button whose text names it
+  const char* caption;  // the label, group box or button whose text names it
 };
 
 constexpr std::array kNamed{
@@ -78,8 +78,8 @@ constexpr std::array kPages{"tab", "tab_2", "tab_3", "VideoTab", "AudioTab", "ED
 
 const QStringList kTopOrder{"CB_DeviceType", "Edit_VID", "Edit_PID", "BN_Connect", "qt_tabwidget_tabbar"};
 
-/// As they are read: lines from top to bottom, each from left to right, a box's
-/// content at a stretch.
+/// Reading order: lines from top to bottom, each from left to right; a group box is
+/// read as a whole.
 QStringList readingOrder(const QString& page) {
   if (page == "tab") {
     return {"BN_Info_Read"};
@@ -110,7 +110,7 @@ QStringList readingOrder(const QString& page) {
           "RB_TX_HDCP_ON",     "RB_TX_HDCP_OFF"};
 }
 
-/// A caption without the colon and the blanks around it.
+/// A caption without its colon and surrounding blanks.
 QString captionOf(const QWidget& widget) {
   const QVariant title = widget.property("title");
   QString caption = (title.isValid() ? title : widget.property("text")).toString().trimmed();
@@ -126,7 +126,7 @@ QString accessibleText(QWidget& widget, QAccessible::Text kind) {
 
 }  // namespace
 
-/// What a screen reader is told and where the Tab key leads.
+/// Accessible names and the Tab order.
 class AccessibilityTest : public WindowTest {
   Q_OBJECT
 
@@ -144,7 +144,7 @@ class AccessibilityTest : public WindowTest {
     const QString expected = captionOf(user.widget<QWidget>(caption));
     QVERIFY(!expected.isEmpty());
     QCOMPARE(widget.accessibleName(), expected);
-    // On Linux, Qt names a list by the row that is chosen.
+    // On Linux, Qt names a list after the selected row.
     const bool isList = qobject_cast<const QComboBox*>(&widget) != nullptr;
     QCOMPARE(accessibleText(widget, isList ? QAccessible::Description : QAccessible::Name), expected);
   }
@@ -156,7 +156,7 @@ class AccessibilityTest : public WindowTest {
     auto& widget = user.widget<QWidget>(QTest::currentDataTag());
     auto& captionWidget = user.widget<QWidget>(caption);
     if (qobject_cast<const QLabel*>(&widget) == nullptr) {
-      return;  // a field's name is all that its caption tells
+      return;  // a field takes nothing but its name from its caption
     }
     bool isTied = false;
     const QAccessibleInterface* const wanted = QAccessible::queryAccessibleInterface(&captionWidget);
@@ -172,10 +172,10 @@ class AccessibilityTest : public WindowTest {
       for (QWidget* const widget : user.widget<QWidget>(page).findChildren<QWidget*>()) {
         const QString name = widget->objectName();
         if (name.isEmpty() || name.startsWith("qt_") || name == "logo") {
-          continue;  // Qt's own parts of a widget
+          continue;  // an internal part of a Qt widget
         }
         const auto* const label = qobject_cast<const QLabel*>(widget);
-        // Whatever has no caption of its own, and each value, needs another's.
+        // Values and widgets without a caption of their own need another widget's caption.
         const bool isValue = label != nullptr && label->text() == "N/A";
         if (accessibleText(*widget, QAccessible::Name).isEmpty() || (isValue && widget->accessibleName().isEmpty())) {
           nameless << name;
@@ -206,7 +206,7 @@ class AccessibilityTest : public WindowTest {
     QCOMPARE(text->text(3, 1), "");
     QCOMPARE(text->selectionCount(), 0);
     QCOMPARE(accessibleText(user.widget<QLabel>("LB_Message"), QAccessible::Value), user.message());
-    // A caption is its own name, as ever.
+    // A caption is its own accessible name.
     QCOMPARE(accessibleText(user.widget<QLabel>("label_4"), QAccessible::Name), "Horizontal Total : ");
   }
 
@@ -257,7 +257,7 @@ class AccessibilityTest : public WindowTest {
     QStringList found;
     QWidget* widget = first;
     do {
-      // Once round: named widgets that take the Tab key, Qt's own parts left out.
+      // Once around the focus chain, without the internal parts of Qt's widgets.
       if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->focusProxy() == nullptr &&
           expected.contains(widget->objectName())) {
         found << widget->objectName();

@@ -11,7 +11,7 @@ namespace {
 
 enum class Stream { kOpen, kClosed, kUnread, kFull };
 
-/// A process whose standard error is not as it should be.
+/// A process whose standard error is closed, unread or full.
 class OddProcess : public QProcess {
  public:
   explicit OddProcess(Stream errors) : errors_(errors) {}
@@ -38,7 +38,7 @@ class OddProcess : public QProcess {
 
 }  // namespace
 
-/// The real program without anybody who hears what it says.
+/// The real program when nobody reads its output.
 class ClosedStreamsTest : public QObject {
   Q_OBJECT
 
@@ -54,7 +54,7 @@ class ClosedStreamsTest : public QObject {
   void theProgramGoesOnWhenNobodyHearsIt() {
     QFETCH(int, errors);
     OddProcess process(static_cast<Stream>(errors));
-    // The worker says that it runs and that it has ended.
+    // The worker prints when it starts and when it ends.
     process.setProcessEnvironment(scriptEnvironment(PLUGINS,
                                                     "click BN_Apply_ExtMCU_QX;wait 50;click BN_Apply_ExtMCU_QX;wait 50;"
                                                     "click BN_Connect;print LB_Message;close"));

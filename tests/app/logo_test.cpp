@@ -7,7 +7,7 @@
 #include <QLabel>
 #include <QTest>
 
-/// The picture beside the program that the second page shows.
+/// The logo on the second page, a picture file in the program's folder.
 class LogoTest : public QObject {
   Q_OBJECT
 

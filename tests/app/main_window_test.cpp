@@ -165,8 +165,7 @@ class MainWindowTest : public WindowTest {
     QCOMPARE(journalCalls(), QStringList());
   }
 
-  // Each signal is connected once, so that pressing a button calls its slot, and no
-  // other, exactly once.
+  // Each signal has exactly one connection, so that a button calls its slot once.
   void everySignalHasItsReceivers_data() {
     QTest::addColumn<QString>("sender");
     QTest::addColumn<QByteArray>("signal");

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Records every text that is shown, in order.
+// Records every text shown, in order.
 class RecordingLabel : public QLabel {
   Q_OBJECT
 

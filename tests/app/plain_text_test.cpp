@@ -21,7 +21,7 @@
 
 namespace {
 
-/// Counts how often a file is opened, where the system tells; else 0.
+/// Counts how often a file is opened; always 0 on systems that cannot tell.
 class OpenCounter {
  public:
   explicit OpenCounter([[maybe_unused]] const QString& path) {
@@ -55,8 +55,8 @@ class OpenCounter {
 struct Place {
   const char* label;
   const char* operation;
-  int capacity;      // what the window gives the library, in bytes
-  bool tellsLength;  // the operation returns the text's length
+  int capacity;      // of the buffer that the window passes, in bytes
+  bool tellsLength;  // the operation returns the text's length, too
 };
 
 constexpr std::array kPlaces{
@@ -77,7 +77,7 @@ std::vector<std::uint8_t> bytesOf(const QByteArray& text, int capacity) {
 
 QImage pictureOf(QWidget& widget) { return widget.grab().toImage().convertToFormat(QImage::Format_RGB32); }
 
-/// The picture without a part of it.
+/// The picture with one part blanked.
 QImage without(QImage picture, const QRect& part) {
   for (int y = part.top(); y <= part.bottom(); ++y) {
     for (int x = part.left(); x <= part.right(); ++x) {
@@ -89,7 +89,7 @@ QImage without(QImage picture, const QRect& part) {
   return picture;
 }
 
-/// Notes how the labels of message boxes are to read their text.
+/// Records the text format of message boxes' labels.
 class BoxWatcher : public QObject {
  public:
   BoxWatcher() { QCoreApplication::instance()->installEventFilter(this); }
@@ -109,8 +109,8 @@ class BoxWatcher : public QObject {
 
 }  // namespace
 
-/// Whatever a device or a file is called, it is shown letter by letter: what is
-/// painted and opened counts.
+/// Names of devices and files are shown literally, even if they look like markup.
+/// Checks what is painted and which files are opened.
 class PlainTextTest : public WindowTest {
   Q_OBJECT
 
@@ -145,7 +145,7 @@ class PlainTextTest : public WindowTest {
   void whatADeviceTellsIsPaintedAsItStands() {
     QFETCH(int, place);
     QFETCH(QByteArray, text);
-    // Short enough for the narrowest of the buffers.
+    // Short enough for the smallest buffer.
     const QTemporaryDir directory(QDir::tempPath() + "/XXXXXX");
     const QString picture = directory.filePath("p.png");
     QImage red(300, 15, QImage::Format_RGB32);
@@ -167,7 +167,7 @@ class PlainTextTest : public WindowTest {
 
     const QImage shown = pictureOf(window());
     QVERIFY2(!counter.wasOpened(), "a text of the device opened a file");
-    // The same window with a label that cannot but show plain text.
+    // The same window with the label restricted to plain text.
     const QString whole = label.text();
     label.clear();
     label.setTextFormat(Qt::PlainText);
@@ -175,7 +175,7 @@ class PlainTextTest : public WindowTest {
     label.setText(whole);
     QCOMPARE(pictureOf(window()), shown);
     QVERIFY2(empty != shown, "the text is not to be seen");
-    // A text too long or too high stays within its own rectangle.
+    // A text that is too long or too high stays within its rectangle.
     const QRect own(label.mapTo(&window(), QPoint(0, 0)), label.size());
     QCOMPARE(without(empty, own), without(shown, own));
   }
@@ -206,7 +206,7 @@ class PlainTextTest : public WindowTest {
     QCOMPARE(user.widget<QLineEdit>("lineEdit_SN").displayText(), "<b>7</b>&amp;");
   }
 
-#if !defined(Q_OS_WIN)  // no file of that name can be made there
+#if !defined(Q_OS_WIN)  // Windows does not allow such a file name
   void theQuestionWhetherToReplaceAFileShowsItsNameLetterByLetter() {
     const QTemporaryDir directory;
     const QString path = directory.filePath("<h1>mark&amp;up.bin");
@@ -236,7 +236,7 @@ class PlainTextTest : public WindowTest {
   }
 
  private:
-  // A page without a tab gets one: its labels are painted like any other.
+  // Gives a page without a tab one, so that its labels are painted.
   static void showPageOf(const WindowDriver& user, const QWidget& widget) {
     auto& tabs = user.widget<QTabWidget>("tabWidget");
     for (const char* const name : {"tab", "tab_2", "tab_3", "VideoTab", "AudioTab", "EDIDtab", "DebugTab"}) {

@@ -30,7 +30,7 @@ void ProgramIconTest::everySizeShowsTheDrawing() {
   const MainWindow window;
   const QImage picture = window.windowIcon().pixmap(size).toImage();
   QCOMPARE(picture.size(), QSize(size, size));
-  // Transparent corner, dark body, orange arrow on the screen.
+  // A transparent corner, the dark body, the orange arrow.
   QCOMPARE(qAlpha(picture.pixel(0, 0)), 0);
   QCOMPARE(picture.pixelColor(size / 2, size / 16), QColor(0x1d, 0x3f, 0x5c));
   QCOMPARE(picture.pixelColor(size * 120 / 256, size * 98 / 256), QColor(0xf0, 0x83, 0x2c));

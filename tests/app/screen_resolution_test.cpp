@@ -9,8 +9,9 @@
 
 namespace {
 
-/// A virtual screen that tells a resolution, as long as this lives. It stands among the
-/// X resources, as desktops put it there: not every server tells what -dpi says.
+/// A virtual screen with a given resolution, for the lifetime of this object. The
+/// resolution is set as an X resource, as desktops do, because not every server
+/// reports the value of -dpi.
 class VirtualScreen {
  public:
   explicit VirtualScreen(int dpi) {
@@ -40,7 +41,7 @@ class VirtualScreen {
   QString name_;
 };
 
-/// What the program prints when a script operates its window on a screen.
+/// What the program prints when a script drives its window on a screen.
 QByteArray runOn(const VirtualScreen& screen, const QString& script) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   for (const char* const variable : {"QT_FONT_DPI", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"}) {
@@ -55,7 +56,7 @@ QByteArray runOn(const VirtualScreen& screen, const QString& script) {
   return run.output;
 }
 
-/// The program's window, as the screen of that resolution has it.
+/// A picture of the program's window at that resolution.
 QImage pictureAt(int dpi) {
   static std::map<int, QImage> pictures;
   if (pictures.count(dpi) == 0) {
@@ -68,7 +69,7 @@ QImage pictureAt(int dpi) {
   return pictures[dpi];
 }
 
-/// How much darker the darkest point within two pixels of a place is than the page.
+/// How much darker than the page the darkest pixel within two pixels of a place is.
 int contrastAt(const QImage& picture, const QPointF& place, double factor) {
   const QPoint at(qRound(place.x() * factor), qRound(place.y() * factor));
   const int page = qGray(picture.pixel(qRound(5 * factor), qRound(50 * factor)));
@@ -83,7 +84,7 @@ int contrastAt(const QImage& picture, const QPointF& place, double factor) {
 
 }  // namespace
 
-/// The real window on screens of any resolution, each a virtual X server's.
+/// The real window at various screen resolutions, each on its own virtual X server.
 class ScreenResolutionTest : public QObject {
   Q_OBJECT
 
@@ -130,8 +131,8 @@ class ScreenResolutionTest : public QObject {
     QVERIFY(!picture.isNull());
     QVERIFY2(qAbs(picture.width() - 668 * factor) < 1, qPrintable(QString::number(picture.width())));
     QVERIFY2(qAbs(picture.height() - 737 * factor) < 1, qPrintable(QString::number(picture.height())));
-    // The four edges of "Connect". Between two points of the screen, as a quarter
-    // puts some of them, an edge is fainter, but there.
+    // The four edges of "Connect". Quarter-step factors put some edges between two
+    // pixels, which makes them fainter but must not remove them.
     const QRectF button(250, 60, 91, 21);
     const QImage plain = pictureAt(96);
     for (const QPointF edge :

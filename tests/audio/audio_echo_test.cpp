@@ -7,7 +7,7 @@
 
 #include <climits>
 
-/// What a read does to the audio controls, and whether that reaches the device again.
+/// How a read changes the audio controls, and whether the change is sent back to the device.
 class AudioEchoTest : public AudioFixture {
   Q_OBJECT
 
@@ -43,7 +43,7 @@ class AudioEchoTest : public AudioFixture {
     QCOMPARE(debugLines, QStringList{"HPOut Task"});
   }
 
-  // The slider already stands at the value read, so its next move is mistaken for the read's.
+  // The slider already has the value read, so its next move is mistaken for the read's.
   void aReadThatMovesNothingSwallowsTheNextMove_data() {
     QTest::addColumn<int>("position");
     QTest::addColumn<int>("gain");

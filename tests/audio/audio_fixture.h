@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-/// The calls of one read, in their order.
+/// The calls of one read, in order.
 inline const QStringList kReadOperations{"AT_Audio_Get_HdmiRX_AudioFormat", "AT_Audio_Get_HdmiRX_AudioSamplingRate",
                                          "AT_Audio_Get_HdmiDPRX_VolumeGain", "AT_Audio_Get_DACHP_Mute",
                                          "AT_Audio_Get_HPOUTgain"};
@@ -17,7 +17,7 @@ inline std::vector<std::uint8_t> gainBytes(int gain) {
   return {static_cast<std::uint8_t>(gain), static_cast<std::uint8_t>(gain >> 8)};
 }
 
-/// Sets the device's answers to the next reads.
+/// Sets the device's answers for the next reads.
 inline void answer(std::uint8_t format, std::uint8_t rate, int receiverGain, std::uint8_t mute, int headphoneGain,
                    unsigned call = 1, int failingStep = -1, std::int32_t status = -1) {
   const std::vector<std::vector<std::uint8_t>> bytes{
@@ -28,7 +28,7 @@ inline void answer(std::uint8_t format, std::uint8_t rate, int receiverGain, std
   }
 }
 
-/// The program's debug output, which QTest would only print.
+/// The program's debug output, captured instead of printed.
 inline QStringList debugLines;
 
 inline void keepDebugLine(QtMsgType type, const QMessageLogContext& context, const QString& text) {
@@ -37,7 +37,7 @@ inline void keepDebugLine(QtMsgType type, const QMessageLogContext& context, con
   }
 }
 
-/// Base of tests of the audio page, which keeps the program's debug output.
+/// Base class for tests of the audio page; captures the program's debug output.
 class AudioFixture : public WindowTest {
  protected:
   void startAudio() {

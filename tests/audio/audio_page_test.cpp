@@ -258,7 +258,7 @@ class AudioPageTest : public AudioFixture {
     user.widget<QSlider>("HS_HPOUT_GAIN").setValue(-50);
     user.click("CB_DACHP_MUTE");
 
-    // A second window knows nothing but what it reads.
+    // A second window starts without the first one's values.
     const MainWindow other;
     const WindowDriver reader(other);
     reader.click("BN_Audio_Read");

@@ -67,7 +67,7 @@ class ChangesTest : public QObject {
     QCOMPARE(result.code, 6);
     QCOMPARE(result.document()["error"].text(), QString("mismatch"));
     QVERIFY(!result.document()["details"]["found"].isNull());
-    // Before, after, and three times more.
+    // One read before, one after, and three retries.
     QCOMPARE(callsOf(reader.toStdString()), 5);
   }
 

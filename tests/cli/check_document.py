@@ -1,11 +1,11 @@
-"""Runs the examples of the documents and holds what they print against them.
+"""Runs the examples in the documents and compares their output.
 
 Usage: check_document.py PROGRAM SAMPLES_PROGRAM DOCUMENT... [--write]
 
-Examples stand in blocks of ```console. A line that begins with "$ " is run by a
-shell; the lines below it are what it prints, standard error included. All of a
-document run on one simulated device that remembers, in a folder with the sample
-files. --write puts what is printed into the documents instead.
+Examples are in ```console blocks. A shell runs each line that begins with "$ "; the
+lines below are its output, including standard error. All examples of a document run
+on one simulated device that keeps its state, in a folder with the sample files.
+--write updates the documents instead.
 """
 import os
 import pathlib
@@ -19,7 +19,7 @@ writes = "--write" in sys.argv
 
 
 def run(command, folder, last_code):
-    """What a shell prints for the command, and its exit code."""
+    """The shell's output for the command, and its exit code."""
     if command == "echo $?":
         return f"{last_code}\n", 0
     ended = subprocess.run(["bash", "-c", command], cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
@@ -28,7 +28,7 @@ def run(command, folder, last_code):
 
 
 def check(document, folder):
-    """The number of examples in a document, and of those that print something else."""
+    """The number of examples in a document, and how many of them differ."""
     lines = document.read_text(encoding="utf-8").splitlines()
     result = []
     problems = 0

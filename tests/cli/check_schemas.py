@@ -1,8 +1,9 @@
-"""Runs command lines of pellavox-cli with -j and holds what they print against
-its schemas.
+"""Runs command lines of pellavox-cli with -j and checks their output against its
+schemas.
 
 Usage: check_schemas.py PROGRAM SCHEMAS_FOLDER LINES_FILE SAMPLE_LINE
-Each line of the file: the exit code, then the arguments. Ends with 1 and says what is wrong.
+Each line of the file holds the exit code, then the arguments. Exit code 1 and a message
+if something is wrong.
 """
 import hashlib
 import json
@@ -22,7 +23,7 @@ for file in sorted(folder.glob("*.json")):
     jsonschema.Draft7Validator.check_schema(schema)
     schemas["pellavox-cli/" + file.stem] = jsonschema.Draft7Validator(schema)
 
-# Files that the lines name.
+# Files named in the lines.
 files = tempfile.TemporaryDirectory()
 for name, content in (("IMAGE", b"KVR-7 V1.04.00"), ("OTHER", b"KVR-5 V1.04.00"), ("KEY", b"0123456789")):
     (pathlib.Path(files.name) / name).write_bytes(content)

@@ -15,7 +15,7 @@
 /// and in virtual time.
 class CliBench : public TestFiles {
  public:
-  /// What came of one command line.
+  /// Result of one command line.
   struct Result {
     int code = -1;
     QByteArray out;
@@ -44,7 +44,7 @@ class CliBench : public TestFiles {
     onHint = {};
   }
 
-  /// @param running set to the result while it comes in
+  /// @param running set to the result while it is being collected
   Result run(const QStringList& arguments, Result** running = nullptr) {
     Result result;
     if (running != nullptr) {
@@ -90,7 +90,7 @@ class CliBench : public TestFiles {
     return result;
   }
 
-  /// The same, its words separated by blanks.
+  /// The same for words separated by blanks.
   Result run(const char* arguments) { return run(QString(arguments).split(' ')); }
 
   QStringList answers;  ///< typed at the terminal

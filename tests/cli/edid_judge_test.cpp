@@ -8,7 +8,7 @@ using edid_test::SampleDisplay;
 
 namespace {
 
-// The judge of the field.
+// The reference checker.
 bool isPassedByEdidDecode(const QByteArray& table) {
   QProcess process;
   process.setProcessChannelMode(QProcess::MergedChannels);
@@ -21,7 +21,7 @@ bool isPassedByEdidDecode(const QByteArray& table) {
 
 }  // namespace
 
-/// The verb edid with the EDIDs of displays of all kinds, held against edid-decode.
+/// The verb edid with EDIDs of many kinds of displays, compared with edid-decode.
 class EdidJudgeTest : public QObject {
   Q_OBJECT
 
@@ -72,7 +72,7 @@ class EdidJudgeTest : public QObject {
         const QByteArray what = "byte " + QByteArray::number(byte) + ", bit " + QByteArray::number(bit);
         QVERIFY2(bench_.run("edid check -").code == 5, what.constData());
         QVERIFY2(bench_.run("-y edid write - --slot 2").code == 5, what.constData());
-        // A process takes longer than all of ours: one bit of each byte.
+        // Starting edid-decode is slow, so try one bit of each byte.
         QVERIFY2(bit != byte % 8 || !isPassedByEdidDecode(damaged), what.constData());
       }
     }

@@ -30,8 +30,8 @@ QByteArray withBitDamaged(QByteArray table, int bit) {
 
 }  // namespace
 
-/// The verb edid: what it shows, what it refuses, and that a table in the device
-/// is the table that was meant.
+/// The verb edid: what it shows, what it refuses, and that it writes exactly the
+/// intended table.
 class EdidVerbTest : public QObject {
   Q_OBJECT
 
@@ -287,7 +287,7 @@ class EdidVerbTest : public QObject {
     QCOMPARE(bench_.run("-y edid write - --slot 2").code, 0);
     QCOMPARE(bench_.run("edid default 2").code, 0);
     const cli::Value edid = bench_.run("-j snapshot").document()["edid"];
-    // All that the slot holds; what is offered, as long as it says.
+    // The whole slot, but only as much of the offered table as it declares.
     QCOMPARE(edid["slot2"].text(), QString(table.leftJustified(512, '\xFF').toHex()));
     QCOMPARE(edid["ddc"].text(), QString(table.toHex()));
   }

@@ -14,7 +14,7 @@ enum class Verb {
   kChange,   // writes one value
   kBurn,     // writes firmware
   kRestart,  // loses the device on purpose
-  kProbing,  // takes a failed read for nobody there
+  kProbing,  // takes a failed read for an absent chip
   kUpgrade,  // writes firmware in many calls
 };
 
@@ -68,7 +68,7 @@ const std::vector<Line> kLines{
     {"mcu upgrade IMAGE", Verb::kUpgrade},
 };
 
-// Sanitizers, which look for other faults, take ten times as long.
+// Sanitizers make this ten times slower and look for other faults.
 #if defined(PELLAVOX_SANITIZED)
 constexpr unsigned kEvery = 512;
 #else
@@ -128,7 +128,7 @@ int codeOfUnplug(Verb verb, const Call& call, device::Kind kind) {
 int expectedCode(Verb verb, const Call& call, Fault fault) {
   const device::OperationDescription& operation = *device::findOperation(call.operation);
   if (verb == Verb::kRestart && call.isAfterWrite) {
-    return fault == Fault::kUnplug ? -1 : 0;  // it tries until the device is back
+    return fault == Fault::kUnplug ? -1 : 0;  // it retries until the device is back
   }
   if (fault == Fault::kUnplug) {
     return codeOfUnplug(verb, call, operation.kind);
@@ -137,7 +137,7 @@ int expectedCode(Verb verb, const Call& call, Fault fault) {
     return 0;
   }
   if (fault == Fault::kGarbage) {
-    // A status of 0 that comes with the port not open, or the write not done.
+    // A status of 0 although the port is not open or the write was not done.
     return operation.kind == device::Kind::kRead && verb != Verb::kReading ? 0 : -1;
   }
   if (!operation.failed(0) && operation.result == device::ResultMeaning::kTextLength) {
@@ -153,12 +153,12 @@ int expectedCode(Verb verb, const Call& call, Fault fault) {
   if (operation.kind == device::Kind::kChange) {
     return 1;
   }
-  // A probe that nobody answers is no failure, but a device that is gone is.
+  // An unanswered probe is no failure, but a missing device is.
   const bool isProbe = verb == Verb::kProbing && call.operation == "AT_System_Get_ExternalMCU_cmd";
   return verb == Verb::kReading || (verb == Verb::kProbing && !isProbe) ? 1 : 0;
 }
 
-/// Asks again or elsewhere, so that one failed read takes no value away.
+/// Whether the verb reads again or elsewhere, so that one failed read loses no value.
 bool canDoWithout(const Line& line, const Call& call) {
   const std::string words = line.words;
   if (words == "mcu info") {
@@ -224,7 +224,7 @@ class FaultMatrixTest : public QObject {
     QCOMPARE(start(tried).code, 0);
     const std::vector<Call> calls = callsMade();
     for (const Call& call : calls) {
-      // Of many equal calls, some.
+      // Only some of many equal calls.
       if (call.number > 2 && call.number % kEvery != 0 && tried.verb != Verb::kUpgrade) {
         continue;
       }
@@ -251,7 +251,7 @@ class FaultMatrixTest : public QObject {
     }
   }
 
-  /// A result that went to a file counts as printed.
+  /// Runs the line. Output to a file counts as printed.
   CliBench::Result start(const Line& line) {
     QStringList words{"-j", "-y", "-q"};
     for (const QString& word : QString(line.words).split(' ')) {
@@ -266,10 +266,10 @@ class FaultMatrixTest : public QObject {
     return result;
   }
 
-  /// Whatever an upgrade ends with must be true of the MCU.
+  /// What an upgrade reports must be true of the MCU.
   void judgeUpgrade(const CliBench::Result& result, Fault fault, const QByteArray& what) {
     ++upgradeCodes_[result.code];
-    // The boot loader is gone before its late answer to the finish packet is heard.
+    // The boot loader is gone before its late answer to the finish packet arrives.
     QVERIFY2(fault != Fault::kHang || result.code == 0 || result.code == 7, what.constData());
     simulator::replug();
     simulator::advanceTime(std::chrono::seconds(2));  // the boot loader starts the firmware a little later
@@ -308,7 +308,7 @@ class FaultMatrixTest : public QObject {
     QVERIFY2(!document["schema"].text().isEmpty(), what.constData());
     const bool isError = document["schema"].text() == "pellavox-cli/error";
     QVERIFY2(result.code != 0 || !isError, what.constData());
-    // Nothing that lacks a value passes for whole.
+    // A result that lacks a value must not count as complete.
     QVERIFY2(result.code != 0 || !result.out.contains("\"unread\""), what.constData());
     if (line.verb == Verb::kUpgrade) {
       judgeUpgrade(result, fault, what);

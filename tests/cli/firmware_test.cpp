@@ -75,7 +75,7 @@ class FirmwareVerbsTest : public QObject {
     QVERIFY(simulator::mcuRunsApplication());
   }
 
-  // Not so in the window, where a checksum of 0xFF then passes for read.
+  // The window differs: there a failed read counts as the checksum 0xFF.
   void aChecksumThatCannotBeReadIsNoMatch() {
     simulator::addFault(faults::inMcu(simulator::FaultPoint::kMcuData, simulator::FaultEffect::kDamage, 3));
     const auto result = bench_.run(QStringList{"-j", "-y", "mcu", "upgrade", image_});

@@ -1,6 +1,6 @@
 /// @file
-/// Sets each value that can be read back, many times, with a device that lies, and
-/// compares what the program says with what the device then holds.
+/// Sets each value that can be read back many times on a lying device and compares the
+/// program's report with the device's state.
 /// Usage: lying_verbs [COUNT [SEED]]
 #include "device/RTICE_SDK_x64.h"
 #include "tests/cli/cli_bench.h"
@@ -22,13 +22,13 @@ using Bytes = std::vector<std::uint8_t>;
 struct Verb {
   QStringList words;
   const char* reader;                      // the operation that reads the value back
-  std::function<bool(const Bytes&)> fits;  // whether bytes it gave mean the wanted value
-  std::function<Bytes()> truth;            // reads it from a device that no longer lies
+  std::function<bool(const Bytes&)> fits;  // whether these bytes mean the wanted value
+  std::function<Bytes()> truth;            // reads the value once the device no longer lies
 };
 
 // What the program saw: each read of the value before and after the write.
 struct Answers {
-  std::vector<bool> before;  // whether it fitted
+  std::vector<bool> before;  // whether the value was the wanted one
   std::vector<bool> after;
   bool written = false;
 };
@@ -141,7 +141,7 @@ void addRandomFaults(SeededRandom& random, std::uint64_t seed) {
       {faults::misread(misread), faults::shortRead(shortRead), faults::damage(damage), faults::ignored(ignored)}, seed);
 }
 
-// A mute is any code but 0, a source any but HDMI's: compared as the program sees it.
+// Compares as the program does: any code but 0 is mute, any but HDMI's is DP.
 bool fitsAsShown(const Verb& verb, const Bytes& bytes) {
   const std::string reader = verb.reader;
   if (reader == "AT_Audio_Get_DACHP_Mute" || reader == "AT_Get_Current_Input_Source") {
@@ -170,7 +170,7 @@ Answers answersOf(const Verb& verb, const std::vector<simulator::JournalEntry>& 
   return answers;
 }
 
-// Whether the answers say that the value is the wanted one, by the documented rule.
+// Whether, by the documented rule, the answers confirm the wanted value.
 bool saysDone(const Answers& answers) {
   if (!answers.written) {
     return !answers.before.empty() && answers.before.back();
@@ -196,7 +196,7 @@ void judge(const Verb& verb, CliBench& bench, Counts& counts) {
   const bool isDone = verb.fits(truthOf(verb));
   const bool success = result.code == 0;
   const bool told = saysDone(answers);
-  // A write that was reported as failed ends without a look.
+  // After a write reported as failed, nothing is read back.
   const bool isBreach = (success && !told) || (!success && told && result.code != 1) ||
                         (result.code != 0 && result.code != 1 && result.code != 6 && result.code != 7);
   if (isBreach) {

@@ -7,7 +7,7 @@
 
 namespace {
 
-// What mcu info then shows stands at 0x20.
+// Byte 0x20 is the version that `mcu info` then shows.
 QByteArray mcuFirmware() {
   QByteArray image(300, '\x55');
   image[0x20] = 0x13;
@@ -16,7 +16,7 @@ QByteArray mcuFirmware() {
 
 }  // namespace
 
-/// The verbs that take files, as processes; each with a device of its own.
+/// The verbs that take files, each in a process with its own device.
 class ProcessFilesTest : public QObject {
   Q_OBJECT
 

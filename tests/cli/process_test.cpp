@@ -27,7 +27,7 @@ static long timesAsleep(qint64 process) {
 }
 #endif
 
-/// The program as users start it: a process, with the simulated device beside it.
+/// The program as users start it: a process with the simulated device next to it.
 class ProcessTest : public QObject {
   Q_OBJECT
 
@@ -115,7 +115,7 @@ class ProcessTest : public QObject {
     QTest::qWait(100);
     const long before = timesAsleep(process.processId());
     QTest::qWait(400);
-    // At most once: on a busy machine it may only now have gone to sleep.
+    // On a busy machine the program may have gone to sleep only now.
     QVERIFY(timesAsleep(process.processId()) - before <= 1);
     ::kill(static_cast<pid_t>(process.processId()), SIGINT);
     QVERIFY(process.waitForFinished(30'000));
@@ -134,7 +134,7 @@ class ProcessTest : public QObject {
     const cli::Value document = cli::Value::fromJson(second.out, &error);
     QCOMPARE(document["details"]["process"], cli::Value(first.processId()));
     QCOMPARE(document["details"]["program"].text(), QString("pellavox-cli"));
-    // However it goes.
+    // The lock ends with its process, even a killed one.
     first.kill();
     QVERIFY(first.waitForFinished(30'000));
     QCOMPARE(runProgram({"info"}).code, 0);

@@ -11,12 +11,12 @@
 
 namespace {
 
-/// Those that print no document of ours: a script, a page, what another program prints,
-/// a file.
+/// Verbs that print no JSON document: they print a script, a manual page or another
+/// program's output, or write a file.
 const QStringList kWithoutDocument{"record",     "replay", "recording redact", "recording to-scenario",
                                    "completion", "manual"};
 
-/// The commands, by their whole names, that do something and that `used` lacks.
+/// Full names of the commands that do something but are missing from `used`.
 QStringList commandsWithoutLine(const cli::Command& command, const QString& path,
                                 const std::set<const cli::Command*>& used) {
   QStringList missing;
@@ -32,15 +32,15 @@ QStringList commandsWithoutLine(const cli::Command& command, const QString& path
 
 }  // namespace
 
-/// What holds for all verbs: options, errors, confirmation, life.
+/// Common behaviour of all verbs: options, errors, confirmation, exit.
 class ProgramTest : public QObject {
   Q_OBJECT
 
  private slots:
   void init() { bench_.renew(); }
 
-  // Those lines are run, and their documents held against the schemas, by a test of
-  // their own: a verb without one would go unchecked.
+  // Another test runs these lines and checks their documents against the schemas. A
+  // verb without a line would go unchecked.
   void eachVerbHasALineInTheTestOfTheSchemas() {
     QFile lines(SCHEMA_LINES);
     QVERIFY(lines.open(QIODevice::ReadOnly | QIODevice::Text));
@@ -142,7 +142,7 @@ class ProgramTest : public QObject {
     QCOMPARE(bench_.run("--wait=0.5 info").code, 0);
   }
 
-  // A verb's name is a serial number like any other.
+  // A serial number may equal the name of a verb.
   void aValueMayReadLikeAVerb() {
     QCOMPARE(bench_.run("-y serial set info").code, 0);
     QVERIFY(bench_.run("serial").out.contains("info"));
@@ -258,7 +258,7 @@ class ProgramTest : public QObject {
       bench_.answers = QStringList{answer};
       QCOMPARE(bench_.run("serial set A").code, 10);
     }
-    QCOMPARE(bench_.run("serial set A").code, 10);  // the input's end
+    QCOMPARE(bench_.run("serial set A").code, 10);  // end of input
     QCOMPARE(callsOf("AT_USB_Set_SerialNum"), 0);
     bench_.answers = QStringList{"y"};
     const auto result = bench_.run("serial set A");

@@ -1,7 +1,8 @@
 /// @file
-/// Lets upgrades and burns fail or be interrupted in every way, follows the command
-/// that the program then prints, and looks whether the device is good.
-/// Usage: recovery [COUNT [SEED [FIRST]]]; FIRST 0 unless given: a breach tells the number to start from.
+/// Makes upgrades and burns fail or be interrupted in every way, runs the command that
+/// the program then prints, and checks that the device works.
+/// Usage: recovery [COUNT [SEED [FIRST]]]. FIRST is 0 by default; a breach prints the
+/// number to start from.
 #include "tests/cli/cli_bench.h"
 #include "tests/support/seeded_random.h"
 #include "tests/support/upgrade_images.h"
@@ -20,9 +21,9 @@ struct Counts {
   unsigned done = 0;          // at once
   unsigned untouched = 0;     // failed or interrupted, device as before; or burnt, but unplugged before the last read
   unsigned recovered = 0;     // by the printed command
-  unsigned afterReplug = 0;   // of these: once the device had been plugged anew as the message says
-  unsigned again = 0;         // of these: the plug was pulled in a recovery, and its command followed
-  unsigned falseSuccess = 0;  // exit code 0, another content
+  unsigned afterReplug = 0;   // of these: after replugging the device, as the message says
+  unsigned again = 0;         // of these: unplugged during the recovery, whose command was then run
+  unsigned falseSuccess = 0;  // exit code 0, but different content
   unsigned breach = 0;
 };
 
@@ -40,7 +41,7 @@ void breach(Counts& counts, const char* what, unsigned number, const CliBench::R
               result.err.constData());
 }
 
-/// The command that exit code 9 comes with, run as printed.
+/// Runs the command printed with exit code 9.
 CliBench::Result follow(CliBench& bench, const CliBench::Result& failed) {
   QStringList words = QProcess::splitCommand(failed.document()["next"].text());
   if (words.isEmpty() || words.takeFirst() != "pellavox-cli") {
@@ -67,11 +68,10 @@ void addRandomFaults(SeededRandom& random) {
 
 constexpr const char* kSend = "AT_System_Send_ExternalMCU_cmd";
 
-/// Follows the command that a failed upgrade printed until it needs no more. It is
-/// followed again when the plug is pulled meanwhile, which is one more interrupted
-/// upgrade, and once with its power cut before, as the message says, when the boot
-/// loader hangs.
-/// @param unplugAt the call that the plug is pulled at; 0 = none
+/// Runs the command that a failed upgrade printed until no further one is printed:
+/// again if the device is unplugged meanwhile, which is one more interrupted upgrade,
+/// and once after a power cut, as the message says, if the boot loader hangs.
+/// @param unplugAt the call at which the device is unplugged; 0 = none
 CliBench::Result recover(CliBench& bench, CliBench::Result result, int unplugAt, Counts& counts) {
   bool isPluggedAnew = false;
   bool isInterrupted = false;
@@ -129,7 +129,7 @@ void upgradeOnce(CliBench& bench, SeededRandom& random, unsigned number, Counts&
              simulator::mcuRunsApplication()) {
     ++counts.untouched;
   } else if (isFirst && result.code == 7) {
-    ++counts.untouched;  // nothing answers: nobody can tell
+    ++counts.untouched;  // nothing answers, so nobody can tell
   } else {
     breach(counts, "upgrade", number, result);
   }
@@ -143,7 +143,7 @@ void burnOnce(CliBench& bench, SeededRandom& random, unsigned number, Counts& co
   }
   QByteArray content = byteArray(image) + "KVR-7 V1.04.00";
   const QString path = bench.write("capture.img", content);
-  // Progress comes as texts: the plug is pulled at one of them.
+  // Progress is reported as texts; the device is unplugged at one of them.
   unsigned textsLeft = random.chance(80) ? 1 + random.below(110) : 0;
   bench.onHint = [&textsLeft] {
     if (textsLeft > 0 && --textsLeft == 0) {
@@ -197,7 +197,7 @@ int main(int argc, char** argv) {
   print("upgrade", upgrades);
   print("burn", burns);
   const bool good = upgrades.breach + burns.breach + upgrades.falseSuccess + burns.falseSuccess == 0;
-  // Many that need no recovery prove nothing.
+  // A long run without any recovery proves nothing.
   const bool isTried = count < 100 || (upgrades.recovered > 0 && burns.recovered > 0);
   return good && isTried ? 0 : 1;
 }

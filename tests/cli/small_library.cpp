@@ -1,2 +1,2 @@
 /// @file
-/// Brings the device library along and has nothing of its own.
+/// Loads the device library and has no functions of its own.

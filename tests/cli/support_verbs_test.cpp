@@ -2,14 +2,14 @@
 
 #include <QtTest>
 
-/// snapshot, diff, watch and doctor, where a value cannot be read.
+/// snapshot, diff, watch and doctor when a value cannot be read.
 class SupportVerbsTest : public QObject {
   Q_OBJECT
 
   CliBench bench_;
   QString before_ = bench_.path("before.json");
 
-  // The next call from now on.
+  // Number of the operation's next call.
   static unsigned nextCall(const char* operation) { return static_cast<unsigned>(callsOf(operation)) + 1; }
 
   QByteArray fileContent(const QString& path) const {

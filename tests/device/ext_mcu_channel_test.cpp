@@ -95,7 +95,7 @@ class ExtMcuChannelTest : public QObject {
     QCOMPARE(device::readRegisterByte(3, 0x0D, 0x02), 0x12U);
   }
 
-  // The content of the buffer after a failing call is ignored.
+  // After a failed call, the buffer's content is ignored.
   void aFailedReadGivesNoByte() {
     simulator::answerCall(kGet, 1, -1, {0x32});
     QCOMPARE(device::readRegisterByte(3, 0x0D, 0x00), 0xFFFFFFFFU);
@@ -136,7 +136,7 @@ class ExtMcuChannelTest : public QObject {
     QTest::newRow("too late") << 100 << false;
   }
 
-  // Busy answers of all kinds: failures, zero, other values.
+  // All kinds of busy answers: failures, zero, other values.
   void theReadyPollEndsAtTheFirstReadyAnswer() {
     QFETCH(int, busy);
     QFETCH(bool, ready);

@@ -4,8 +4,7 @@
 #include <QRegularExpression>
 #include <QTest>
 
-// Compiled once more, as a program for all operations would: with functions of
-// its own that count what passes through them.
+// Expands the list once more, into functions that count the arguments they pass on.
 namespace {
 
 using device::Kind;

@@ -8,9 +8,9 @@
 
 #include <QTest>
 
-/// The device library is not told how much room there is for most of what it
-/// writes. A build of it that writes a 32-bit number into a byte, or 160 bytes of
-/// text instead of 128, does no harm, and the value is what its first bytes say.
+/// Most operations do not pass the library a buffer size. A library that writes a
+/// 32-bit number instead of a byte, or 160 bytes of text instead of 128, must do no
+/// harm; the first bytes give the value.
 class OverlongAnswersTest : public QObject {
   Q_OBJECT
 

@@ -127,7 +127,7 @@ class GpioPageTest : public WindowTest {
     QCOMPARE(user.message(), message);
   }
 
-  // As the video page does when it shows the device's state.
+  // The video page does this when it shows the device's state.
   void aSwitchMovedByTheProgramIsNotSent() {
     user.widget<QRadioButton>("RB_TX_HDCP_ON").setChecked(true);
     user.widget<QRadioButton>("RB_TX_HDCP_OFF").setChecked(true);

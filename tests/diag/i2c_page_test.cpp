@@ -146,7 +146,7 @@ class I2cPageTest : public WindowTest {
     QCOMPARE(user.message(), "I2C Error");
     QCOMPARE(valueField().text(), "old");
     QCOMPARE(write("20", "0", "1"), "I2C Error");
-    // An empty address means the general call address, which no chip here answers.
+    // An empty address is the general call address, which no chip here answers.
     QCOMPARE(write("", "0", "1"), "I2C Error");
     QCOMPARE(simulator::journal().back().result, simulator::kNoAnswer);
     unsigned writes = 2;
@@ -190,7 +190,7 @@ class I2cPageTest : public WindowTest {
     QCOMPARE(read("A0", "80", 4), "DEADBEEF");
     QCOMPARE(read("A1", "82", 2), "BEEF");
 
-    // A write wraps around within its page, a read at the chip's end.
+    // A write wraps around within its page, a read at the end of the chip.
     QCOMPARE(write("A0", "FE", "11223344"), "I2C Write Done");
     simulator::advanceTime(5ms);
     const std::vector<std::uint8_t> content = simulator::eepromContent(0x50);
@@ -199,7 +199,7 @@ class I2cPageTest : public WindowTest {
              (std::vector<std::uint8_t>{0x33, 0x44, 0xFF, 0xFF, 0xFF, 0xFF, 0x11, 0x22}));
     QCOMPARE(read("A0", "FF", 3), "224B56");
 
-    // A two-byte register number is an address and a data byte, which a read does not program.
+    // A two-byte register number is an address and a data byte; a read does not program it.
     QCOMPARE(read("A0", "8000", 1), "AD");
     QCOMPARE(simulator::eepromContent(0x50), content);
   }

@@ -110,7 +110,7 @@ DisplayIdBuilder& DisplayIdBuilder::display(std::string_view maker, unsigned pro
   const unsigned w = widthMm * 10;
   const unsigned h = heightMm * 10;
   data(0x00, 0, {letter(0), letter(1), letter(2), product, product >> 8, 0, 0, 0, 0, 10, 20, 0});
-  // No features, gamma 2.2, the aspect ratio over 1, 8 bits.
+  // No features, gamma 2.2, aspect ratio above 1, 8 bits.
   data(0x01, 0,
        {w, w >> 8, h, h >> 8, width, width >> 8, height, height >> 8, 0, 120, width * 100 / height - 100, 0x77});
   // DisplayPort, one link, 8 bits of RGB.
@@ -145,7 +145,7 @@ EdidBuilder::EdidBuilder(std::string_view maker, unsigned product, unsigned revi
   base_[20] = low(input);
   base_[23] = 220 - 100;  // gamma 2.2
   base_[24] = low(features);
-  // sRGB's primaries, or those of a narrower panel.
+  // The primaries of sRGB, or of a panel with a smaller gamut.
   constexpr std::uint8_t kSrgb[] = {0xEE, 0x91, 0xA3, 0x54, 0x4C, 0x99, 0x26, 0x0F, 0x50, 0x54};
   constexpr std::uint8_t kPanel[] = {0xF0, 0x20, 0x93, 0x58, 0x57, 0x92, 0x29, 0x26, 0x50, 0x54};
   std::copy_n((features & 4U) != 0 ? kSrgb : kPanel, std::size(kSrgb), base_.begin() + 25);
@@ -218,7 +218,7 @@ EdidBuilder& EdidBuilder::textDescriptor(unsigned tag, std::string_view text) {
 
 EdidBuilder& EdidBuilder::range(unsigned minV, unsigned maxV, unsigned minH, unsigned maxH, unsigned clock,
                                 unsigned formula) {
-  // Rates above 255 are stored less 255, with a mark.
+  // Rates above 255 are stored minus 255, with a flag.
   const unsigned marks = (maxV > 255 ? 2U : 0U) | (maxH > 255 ? 8U : 0U);
   return descriptor(0xFD, {marks, minV, maxV > 255 ? maxV - 255 : maxV, minH, maxH > 255 ? maxH - 255 : maxH,
                            (clock + 9) / 10, formula, '\n', ' ', ' ', ' ', ' ', ' ', ' '});

@@ -1,6 +1,6 @@
 /// @file
-/// Builds EDIDs from the facts of a display, byte by byte after VESA E-EDID,
-/// CTA-861 and DisplayID; shares nothing with the code under test.
+/// Builds EDIDs from a display's data, byte by byte as in VESA E-EDID, CTA-861 and
+/// DisplayID. Shares no code with the program.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace edid_test {
 
 using Table = std::vector<std::uint8_t>;
 
-/// One axis of a timing, in pixels or lines of a field.
+/// One axis of a timing, in pixels or in lines per field.
 struct Axis {
   unsigned active = 0;
   unsigned frontPorch = 0;
@@ -30,11 +30,11 @@ struct Timing {
   bool interlaced = false;
 };
 
-/// VESA CVT, reduced blanking version 1; `verticalSync` tells the aspect ratio
+/// VESA CVT, reduced blanking version 1; `verticalSync` encodes the aspect ratio
 /// (4 = 4:3, 5 = 16:9, 6 = 16:10, 7 = 5:4 or 15:9, 10 = another).
 Timing reducedBlanking(unsigned width, unsigned height, unsigned rate, unsigned verticalSync);
 
-/// Writes checksums into all blocks.
+/// Writes the checksum of every block.
 void setChecksums(Table& table);
 
 /// A CTA-861 extension of revision 3.
@@ -44,7 +44,7 @@ class CtaBuilder {
   explicit CtaBuilder(unsigned flags, unsigned revision = 3) : flags_(flags), revision_(revision) {}
   CtaBuilder& data(unsigned tag, std::initializer_list<unsigned> bytes);
   CtaBuilder& extended(unsigned tag, std::initializer_list<unsigned> bytes);
-  /// A detailed timing of a picture of the given size in millimetres.
+  /// A detailed timing with the given picture size in millimetres.
   CtaBuilder& timing(const Timing& timing, unsigned widthMm, unsigned heightMm);
   Table block() const;
 
@@ -60,9 +60,9 @@ class DisplayIdBuilder {
  public:
   explicit DisplayIdBuilder(unsigned version, unsigned productType) : version_(version), type_(productType) {}
   DisplayIdBuilder& data(unsigned tag, unsigned revision, std::initializer_list<unsigned> bytes);
-  /// A data block of one timing of type I. `aspect`: 4 = 16:9, 5 = 16:10, 8 = none of the listed ones.
+  /// A data block with one type I timing. `aspect`: 4 = 16:9, 5 = 16:10, 8 = not listed.
   DisplayIdBuilder& timing(const Timing& timing, bool preferred, unsigned aspect);
-  /// The data blocks that every display has: product, display parameters, interface.
+  /// The mandatory data blocks: product, display parameters, interface.
   DisplayIdBuilder& display(std::string_view maker, unsigned product, unsigned widthMm, unsigned heightMm,
                             unsigned width, unsigned height);
   Table block() const;
@@ -73,7 +73,7 @@ class DisplayIdBuilder {
   Table data_;
 };
 
-/// The base block and what follows it.
+/// The base block and its extensions.
 class EdidBuilder {
  public:
   /// `revision`: 3 or 4 of structure version 1. `input`: byte 20. `features`: byte 24.
@@ -82,17 +82,17 @@ class EdidBuilder {
   EdidBuilder& serial(unsigned number);
   EdidBuilder& size(unsigned widthMm, unsigned heightMm);
   EdidBuilder& established(unsigned first, unsigned second, unsigned third);
-  /// Pairs of bytes, as the standard has them.
+  /// Standard timings, as pairs of bytes in the standard's encoding.
   EdidBuilder& standard(std::initializer_list<unsigned> bytes);
   EdidBuilder& timing(const Timing& timing);
   EdidBuilder& name(std::string_view text) { return textDescriptor(0xFC, text); }
   EdidBuilder& serialText(std::string_view text) { return textDescriptor(0xFF, text); }
   EdidBuilder& text(std::string_view text) { return textDescriptor(0xFE, text); }
-  /// Range limits; the highest clock in MHz.
+  /// Range limits; `clock` is the highest pixel clock in MHz.
   EdidBuilder& range(unsigned minV, unsigned maxV, unsigned minH, unsigned maxH, unsigned clock, unsigned formula = 0);
   EdidBuilder& descriptor(unsigned tag, std::initializer_list<unsigned> bytes);
   EdidBuilder& extension(const Table& block);
-  /// A block map; the blocks added behind it are listed in it.
+  /// A block map, which lists the blocks added after it.
   EdidBuilder& blockMap();
   Table table() const;
 

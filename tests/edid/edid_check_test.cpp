@@ -41,7 +41,7 @@ Table sample(const char* kind) {
 
 }  // namespace
 
-/// What is refused, with its place, over the EDIDs of sample displays.
+/// What the check refuses, and at which byte, based on EDIDs of sample displays.
 class EdidCheckTest : public QObject {
   Q_OBJECT
 

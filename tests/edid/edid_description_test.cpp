@@ -61,7 +61,7 @@ Description ofBase(const edid_test::EdidBuilder& builder) { return *edid::descri
 
 }  // namespace
 
-/// What a person is told about a display.
+/// The readable description of a display.
 class EdidDescriptionTest : public QObject {
   Q_OBJECT
 

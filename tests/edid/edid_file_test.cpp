@@ -37,7 +37,7 @@ class EdidFileTest : public QObject {
     QVERIFY(edid::readTable(directory_.write("table.bin", content)) == content.left(512));
   }
 
-  // Sparse, so that only its length is huge.
+  // Sparse: only its length is huge.
   void aHugeFileCostsNoMoreThanItsBeginning() {
     QFile file(directory_.write("huge.bin", "begin"));
     QVERIFY(file.resize(Q_INT64_C(1) << 38));
@@ -50,12 +50,12 @@ class EdidFileTest : public QObject {
     QVERIFY(!edid::readTable(directory_.folder()));
     QVERIFY(!edid::readTable(QString()));
 #if defined(Q_OS_LINUX)
-    // Opens, but its beginning cannot be read.
+    // Can be opened, but not read at its beginning.
     QVERIFY(QFile("/proc/self/mem").open(QIODevice::ReadOnly));
     QVERIFY(!edid::readTable("/proc/self/mem"));
 #endif
 #if defined(Q_OS_UNIX)
-    // Without a writer this would wait for ever.
+    // Opening a pipe without a writer would block for ever.
     QCOMPARE(mkfifo(qPrintable(path("pipe.bin")), 0600), 0);
     QVERIFY(!edid::readTable(path("pipe.bin")));
 #endif

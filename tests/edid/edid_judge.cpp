@@ -1,12 +1,12 @@
 /// @file
-/// Compares the program's reading of EDIDs with edid-decode's, the field's own
-/// checker: edid_judge [COUNT [SEED]]
+/// Compares how the program reads EDIDs with edid-decode, the reference checker:
+/// edid_judge [COUNT [SEED]]
 ///
 /// - every sample display passes both;
-/// - both read the same modes, over all video codes and established timings;
+/// - both read the same modes, for all video codes and established timings;
 /// - both have the same tables of those, to the millihertz and kilohertz;
-/// - of COUNT damaged tables, with and without repaired checksums, each that
-///   edid-decode passes must pass here.
+/// - of COUNT damaged tables, with and without repaired checksums, the program accepts
+///   every one that edid-decode accepts.
 #include "edid/edid_check.h"
 #include "edid/edid_description.h"
 #include "edid/mode_tables.h"
@@ -61,7 +61,7 @@ void print(const char* what, const Table& table) {
   std::printf("\n");
 }
 
-/// A mode as both name it. Rates of standard timings and CVT codes are nominal.
+/// A mode in a common notation. Rates of standard timings and CVT codes are nominal.
 struct ReadMode {
   int width;
   int height;
@@ -87,11 +87,11 @@ std::vector<ReadMode> modesOfEdidDecode(const Table& table) {
   return modes;
 }
 
-/// Whether both read the same modes, in whatever order.
+/// Whether both read the same modes, in any order.
 bool modesAgree(const Table& table, std::size_t& compared) {
   std::vector<ReadMode> theirs = modesOfEdidDecode(table);
   auto modes = edid::describe(table)->modes;
-  // The map of those that also come in 4:2:0 is listed apart there.
+  // edid-decode lists the modes that also support 4:2:0 separately.
   for (std::size_t i = 0, listed = modes.size(); i < listed; ++i) {
     if (modes[i].also420) {
       modes.push_back(edid::Mode(modes[i]));
@@ -182,7 +182,7 @@ Table tableOfCodes(unsigned first) {
   edid_test::CtaBuilder cta(0xB1);
   Table codes;
   for (unsigned code = first; code < first + 30; ++code) {
-    // Neither reserved nor, in the lower half, marked native.
+    // Avoids reserved codes and codes marked as native.
     codes.push_back(static_cast<std::uint8_t>(code > 127 && code < 193 ? code - 64 : std::min(code, 219U)));
   }
   builder.established(0xFF, 0xFF, 0x80)
@@ -201,7 +201,7 @@ Table damaged(SeededRandom& random, const std::vector<edid_test::SampleDisplay>&
   const std::uint32_t hits = 1 + random.below(3);
   for (std::uint32_t hit = 0; hit < hits; ++hit) {
     const std::uint32_t size = static_cast<std::uint32_t>(table.size());
-    // Half of them where the structure is told.
+    // Half of the damage hits bytes that describe the structure.
     const std::uint32_t block = random.below(size / 128) * 128;
     const std::uint32_t at = random.chance(50) ? random.below(size) : block + random.below(block == 0 ? 20 : 8);
     table[at] = random.chance(50) ? static_cast<std::uint8_t>(table[at] ^ 1U << random.below(8)) : random.byte();
@@ -269,6 +269,6 @@ int main(int argc, char* argv[]) {
   }
   std::printf("seed %u: of %u damaged tables edid-decode passes %u, all of them accepted; %u accepted in all\n", seed,
               count, passed, accepted);
-  // Without one that passes, nothing has been compared.
+  // If none passed, nothing was compared.
   return passed == 0 ? 1 : 0;
 }

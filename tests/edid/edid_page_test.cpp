@@ -31,7 +31,7 @@ constexpr Read kReads[] = {
     {"BN_Apply_Read_DDC_EDID", "AT_EDID_DDC_Get_RX_table", "%1", "Read DDC EDID...[fail]"},
 };
 
-// All byte values, and those that text mode would change, alone and in pairs.
+// All byte values, plus those that text mode would change, alone and in pairs.
 QByteArray awkwardTable() {
   QByteArray table;
   for (int i = 0; i < 240; ++i) {
@@ -61,11 +61,11 @@ int32_t AT_EDID_Flash_Set_table(uint8_t slot, const uint8_t* bytes, uint32_t siz
 }
 #endif
 
-/// EDID tables on their way between files and the device.
+/// Transfer of EDID tables between files and the device.
 class EdidPageTest : public WindowTest {
   Q_OBJECT
 
-  /// Starts over with an open session and a message that must not change.
+  /// Starts again with an open session and a message that must not change.
   void startConnected(const QByteArray& scenario = "{}") {
     start(scenario);
     connectDevice();
@@ -78,7 +78,7 @@ class EdidPageTest : public WindowTest {
     user.widget<QRadioButton>(QStringLiteral("RB_TX_EDID_%1").arg(size)).setChecked(true);
   }
 
-  /// Presses a Read button and saves as the given file.
+  /// Presses a Read button and saves the table to the given file.
   void save(const QString& button, const QString& path) const {
     QFile::remove(path);
     chooseFile(button, path);
@@ -143,7 +143,7 @@ class EdidPageTest : public WindowTest {
     DialogAnswers answers;
     answers.chooseFile(path());
     user.click("BN_Apply_ReadTxEDID");
-    // Qt's dialog asked whether to replace it.
+    // Qt's dialog asked whether to replace the file.
     QCOMPARE(answers.messages().size(), 1);
     QCOMPARE(contentOf(path()), awkwardTable().left(256));
   }
@@ -192,14 +192,14 @@ class EdidPageTest : public WindowTest {
   }
 
 #if defined(Q_OS_LINUX)
-  // A limit on the size of files stands in for the full disk.
+  // A file size limit simulates the full disk.
   void aFullDiskIsNoSavedTable() {
     rlimit before{};
     QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
     const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
     const rlimit small{100, before.rlim_max};
     QStringList messages;
-    QList<QByteArray> saved;  // looked at once the limit is gone, which holds for the report, too
+    QList<QByteArray> saved;  // checked after lifting the limit, which applies to the test report, too
     for (const Read& read : kReads) {
       DialogAnswers answers;
       answers.chooseFile(path());
@@ -292,7 +292,7 @@ class EdidPageTest : public WindowTest {
     QCOMPARE(journalCalls(), QStringList{QStringLiteral("AT_EDID_Flash_Set_table(3, [%1], %2)")
                                              .arg(QString(content.left(sent).toHex(' ').toUpper()))
                                              .arg(sent)});
-    // The rest of the slot is erased flash.
+    // The rest of the slot is erased flash memory.
     chooseSize(512);
     user.choose("CB_FlashEDID_List", "3");
     save("BN_Apply_ReadFlashEDID", path());
@@ -302,7 +302,7 @@ class EdidPageTest : public WindowTest {
   void anEmptyFileIsSentAsNothing() {
     simulator::answerCall("AT_EDID_Flash_Set_table", 1, 0, {});
     QCOMPARE(write(0, QByteArray()), "Write flash EDID table...[Done]");
-    // The simulated device itself refuses a table without bytes.
+    // The simulated device itself refuses an empty table.
     QCOMPARE(write(0, QByteArray()), "Write flash EDID table...[fail]");
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Flash_Set_table(0, [], 0)", "AT_EDID_Flash_Set_table(0, [], 0)"}));
   }
@@ -318,7 +318,7 @@ class EdidPageTest : public WindowTest {
   }
 
 #if defined(Q_OS_LINUX)
-  // Opens, but cannot be read.
+  // The file can be opened, but not read.
   void anUnreadableFileEndsItSilently() {
     DialogAnswers answers;
     answers.chooseFile("/proc/self/mem");

@@ -7,11 +7,11 @@
 
 #include <algorithm>
 
-/// The EDID mode and the slot in use, as the EDID page reads and sets them.
+/// Reading and setting the EDID mode and the slot in use.
 class EdidSettingsTest : public WindowTest {
   Q_OBJECT
 
-  /// Starts over with an open session and a message that must not change.
+  /// Starts again with an open session and a message that must not change.
   void startConnected(const QByteArray& scenario = "{}") {
     start(scenario);
     connectDevice();
@@ -77,7 +77,7 @@ class EdidSettingsTest : public WindowTest {
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Set_EDID_mode(1)", "AT_EDID_Flash_Set_Default_table(2)"}));
   }
 
-  // The device has the values that are shown, so reading changes neither row.
+  // The window already shows the device's values, so reading changes neither row.
   void readingTheRowsShownSwallowsTheNextPickOfEach() {
     user.click("BN_EDID_Read");
     simulator::clearJournal();
@@ -95,7 +95,7 @@ class EdidSettingsTest : public WindowTest {
     QCOMPARE(journalCalls(), (QStringList{"AT_EDID_Set_EDID_mode(2)", "AT_EDID_Flash_Set_Default_table(2)"}));
   }
 
-  // A second reading finds the guard already set, and another row.
+  // The second read finds the guard already set, and another row.
   void oneGuardServesHoweverOftenItWasSet() {
     user.click("BN_EDID_Read");
     user.click("BN_EDID_Read");

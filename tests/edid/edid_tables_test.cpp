@@ -25,7 +25,7 @@ class EdidTablesTest : public WindowTest {
     return path;
   }
 
-  /// Output of edid-decode for a table; sets `accepted` if it passed.
+  /// edid-decode's output for a table; sets `accepted` if the table passed.
   static QString judgement(const QString& path, bool& accepted) {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -105,7 +105,7 @@ class EdidTablesTest : public WindowTest {
       connectDevice();
     }
     user.choose("CB_EDID_Mode", mode);
-    // Without a sink, the tables are the same as in the other rows.
+    // Without a sink the tables are those of the other rows, so one slot is enough.
     for (const int slot : sinkPresent ? QVector<int>{0, 1, 2, 3, 4, 5, 6} : QVector<int>{2}) {
       user.choose("CB_Current_FlashEDID_List", QString::number(slot));
       for (const int size : kSizes) {

@@ -1,13 +1,13 @@
 /// @file
-/// EDIDs as displays of all kinds have them, built from the facts of public
-/// tables: CTA-861 and VESA DMT timings, VESA CVT for the others.
+/// EDIDs of many kinds of displays, built from published timings: CTA-861 and VESA DMT,
+/// VESA CVT for the others.
 #pragma once
 
 #include "tests/edid/edid_builder.h"
 
 namespace edid_test {
 
-/// A display's EDID with what it says to a person.
+/// A display's EDID and its readable content.
 struct SampleDisplay {
   const char* kind;
   Table table;
@@ -17,9 +17,9 @@ struct SampleDisplay {
   unsigned heightMm;
 };
 
-/// Monitors, panels, projectors: no CTA-861 extension, or none that tells of HDMI.
+/// Monitors, panels, projectors: without HDMI data in a CTA-861 extension.
 std::vector<SampleDisplay> sampleMonitors();
-/// What is plugged into an HDMI output.
+/// Displays for an HDMI output.
 std::vector<SampleDisplay> sampleTelevisions();
 /// Both.
 std::vector<SampleDisplay> sampleDisplays();

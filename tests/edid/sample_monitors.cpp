@@ -14,7 +14,7 @@ constexpr unsigned kDisplayPort10 = 0xB5;
 constexpr unsigned kColor = 0xEE;
 constexpr unsigned kPanel = 0x02;
 constexpr unsigned kDisplayPortMonitor = 0x06;
-// Byte 10 of range limits of structure 1.4: the limits alone.
+// Byte 10 of the range limits in structure 1.4: limits only.
 constexpr unsigned kLimitsOnly = 1;
 // CTA-861 flags of a DisplayPort monitor: underscan, YCbCr 4:4:4 and 4:2:2.
 constexpr unsigned kDisplayPortCta = 0xB1;

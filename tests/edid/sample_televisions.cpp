@@ -106,7 +106,7 @@ std::vector<SampleDisplay> highDefinition() {
 }
 
 std::vector<SampleDisplay> ultraHighDefinition() {
-  // Four HDMI formats: 2160p at 30, 25 and 24 Hz, 4096x2160p24.
+  // The four HDMI formats: 2160p at 30, 25 and 24 Hz, 4096x2160p24.
   CtaBuilder slow(kHdmiFlags);
   stereo(slow.data(kVideo, {95, 94, 93, 98, 16, 31, 4, 19, 3, 18, 1}))
       .data(kVendor, {0x03, 0x0C, 0x00, 0x20, 0x00, 0xB8, 60, 0x20, 0x00, 0x80, 1, 2, 3, 4})
@@ -117,7 +117,7 @@ std::vector<SampleDisplay> ultraHighDefinition() {
   stereo(narrow.data(kVideo, {95, 94, 93, 16, 31, 4, 19, 3, 18, 1}));
   hdmi14(narrow, 300).extended(kVideoCapability, {0xCA}).extended(kVideo420, {97, 96});
 
-  // 10-bit 4:2:0 of the first two formats; HDR with its luminances.
+  // 10-bit 4:2:0 for the first two formats; HDR with luminance values.
   CtaBuilder hdr(kHdmiFlags);
   surround(hdr.data(kVideo, {97, 96, 95, 94, 93, 16, 31, 4, 19, 3, 18, 1}));
   hdmi14(hdr, 300)
@@ -127,7 +127,7 @@ std::vector<SampleDisplay> ultraHighDefinition() {
       .extended(kHdr, {0x0D, 0x01, 0x60, 0x50, 0x20})
       .extended(kMap420, {0x03});
 
-  // HDMI 2.1: fixed-rate link of four lanes at 10 Gbps, variable refresh.
+  // HDMI 2.1: fixed-rate link with four lanes at 10 Gbps, variable refresh rate.
   CtaBuilder fast(kHdmiFlags);
   surround(fast.data(kVideo, {97, 96, 118, 117, 16, 31, 63, 64, 4, 19, 3, 18, 1}));
   hdmi14(fast, 300)

@@ -22,14 +22,14 @@ QByteArray firstOf(const std::vector<std::uint8_t>& bytes, int size) {
 
 }  // namespace
 
-/// A capture burn and an external MCU upgrade at once, which nothing prevents.
+/// A capture burn and an external MCU upgrade at the same time; nothing prevents this.
 class BothUpdatesTest : public WindowTest {
   Q_OBJECT
 
  private slots:
   void aBurnAndAnUpgradeAtOnceBothSucceed_data() {
     QTest::addColumn<bool>("held");
-    // Either the whole upgrade between two steps of the burn, or both as they come.
+    // The whole upgrade between two steps of the burn, or both in any order.
     QTest::newRow("one within the other") << true;
     QTest::newRow("side by side") << false;
   }
@@ -55,7 +55,7 @@ class BothUpdatesTest : public WindowTest {
       QTRY_COMPARE(user.message(), "MCU Update Done...[Success]");
       simulator::releaseBurns();
     }
-    // Workers delete themselves.
+    // The workers delete themselves.
     QTRY_VERIFY(workers().isEmpty());
 
     QCOMPARE(firstOf(simulator::captureFlash(), captureImage.size()), captureImage);

@@ -16,7 +16,7 @@ constexpr const char* kExit = "Update Capture exit";
 
 }  // namespace
 
-/// What the window shows during a burn and after it.
+/// What the window shows during and after a burn.
 class CaptureBurnTest : public CaptureFixture {
   Q_OBJECT
 
@@ -46,7 +46,7 @@ class CaptureBurnTest : public CaptureFixture {
     browse(path);
     expectBurn("BN_Apply_CapMCU_QX", path);
     QCOMPARE(flashContent(image.size()), image);
-    // The fields themselves hold 200 characters at most.
+    // The fields hold at most 200 characters.
     QCOMPARE(pathFields(), (QStringList{path.left(200), path.left(200)}));
   }
 
@@ -70,7 +70,7 @@ class CaptureBurnTest : public CaptureFixture {
     startHeldBurn(reports);
     for (unsigned i = 0; i < reports.size(); ++i) {
       const int percent = static_cast<int>(i / 2);
-      // Both values of a percentage look the same, so wait for the first only.
+      // Both values round to the same percentage, so wait for the first only.
       simulator::holdBurns(i + 1);
       QVERIFY(waitForProgress(percent));
       tick();
@@ -153,7 +153,7 @@ class CaptureBurnTest : public CaptureFixture {
     simulator::unplug();
     simulator::releaseBurns();
     QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
-    // The timer itself rewrites the message, without a tick from the test.
+    // The timer rewrites the message by itself, without a tick from the test.
     progressTimer().setInterval(1);
     for (int i = 0; i < 3; ++i) {
       user.widget<QLabel>("LB_Message").setText("Burn CAP...[Fail]");
@@ -166,7 +166,7 @@ class CaptureBurnTest : public CaptureFixture {
     burnProgress = 55;
     user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));
-    // Refused by the library before it reports anything.
+    // The library refuses before it reports any progress.
     simulator::failCall("burnToFlash", 1, -1);
     user.click("BN_Apply_CapMCU_QX");
     QVERIFY(waitFor([&] { return user.message() == "Burn CAP...[Fail]"; }));
@@ -262,7 +262,7 @@ class CaptureBurnTest : public CaptureFixture {
  private:
   void tick() { QMetaObject::invokeMethod(&window(), "slotTimeoutExcute"); }
 
-  // The version is read only when connecting.
+  // The version is only read when connecting.
   QString versionAfterReconnect() const {
     user.choose("CB_DeviceType", "KVR-5B");
     user.click("BN_Connect");
@@ -281,7 +281,7 @@ class CaptureBurnTest : public CaptureFixture {
     return burnProgress == percent;
   }
 
-  // Starts a burn that reports these values and waits after the first one.
+  // Starts a burn that reports these values and pauses after the first one.
   void startHeldBurn(const std::vector<float>& reports) {
     user.click("BN_Connect");
     browse(write("firmware.img", imageFor("KVR-7")));

@@ -12,15 +12,15 @@
 
 #include <functional>
 
-/// Base of tests that burn capture firmware through the window. The progress timer
-/// effectively never fires, so that tests decide when it ticks.
+/// Base class for tests that burn capture firmware through the window. The progress
+/// timer never fires by itself; tests decide when it ticks.
 class CaptureFixture : public WindowTest {
  public:
-  // File names are UTF-8 wherever the test runs.
+  // Makes file names UTF-8 wherever the test runs.
   static void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
  protected:
-  /// Starts over with a progress timer that does not fire.
+  /// Starts again with a progress timer that does not fire.
   void startCapture() {
     start();
     progressTimer().setInterval(24 * 60 * 60 * 1000);
@@ -34,14 +34,14 @@ class CaptureFixture : public WindowTest {
       last = worker;
       QVERIFY(worker->wait(10'000));
     }
-    // The worker's deletion is still queued.
+    // The worker's deletion is still pending.
     QVERIFY(waitFor([&] { return last.isNull(); }));
     closeWindow();
   }
 
   static bool waitFor(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 10'000); }
 
-  /// A firmware image for a model, with a version to show once it is burnt.
+  /// A firmware image for a model, with a version that the device shows after the burn.
   static QByteArray imageFor(const QByteArray& model, int size = 100'000) {
     QByteArray image(size, '\0');
     for (int i = 0; i < size; ++i) {
@@ -52,7 +52,7 @@ class CaptureFixture : public WindowTest {
     return image;
   }
 
-  /// The beginning of the capture flash.
+  /// The first bytes of the capture flash.
   static QByteArray flashContent(int size) {
     const std::vector<std::uint8_t> content = simulator::captureFlash();
     return QByteArray(reinterpret_cast<const char*>(content.data()), static_cast<int>(content.size())).left(size);
@@ -66,7 +66,7 @@ class CaptureFixture : public WindowTest {
 
   QTimer& progressTimer() const { return *MainWindowTestAccess::progressTimer(window()); }
 
-  /// What the path fields of both pages show.
+  /// The contents of both pages' path fields.
   QStringList pathFields() const {
     return {user.widget<QLineEdit>("lineEdit_Cap_Path").text(), user.widget<QLineEdit>("lineEdit_Cap_Path_QX").text()};
   }

@@ -13,7 +13,7 @@ constexpr qint64 kKiB = 1024;
 constexpr qint64 kMiB = 1024 * kKiB;
 const QByteArray kText("KVR-7");
 
-/// Whether a file of that content contains the text.
+/// Whether a file with this content contains the text.
 bool isFoundIn(const QByteArray& content, const QByteArray& text = kText) {
   QTemporaryFile file;
   if (!file.open() || file.write(content) != content.size()) {
@@ -29,7 +29,7 @@ QByteArray filled(qint64 size, const QByteArray& unit) {
   return unit.repeated(static_cast<int>(size / unit.size() + 1)).left(static_cast<int>(size));
 }
 
-/// A large file whose single bytes a test changes.
+/// A large file in which a test changes single bytes.
 class Image {
  public:
   explicit Image(const QByteArray& content) {
@@ -130,7 +130,7 @@ class CaptureImageTest : public QObject {
     for (qint64 boundary = 4 * kKiB; boundary < content.size(); boundary += 4 * kKiB) {
       const bool isLargerBoundary = boundary % (64 * kKiB) == 0;
       for (qint64 before = 0; before <= kText.size(); ++before) {
-        // Every place near larger boundaries, one place in turn near the others.
+        // All offsets near larger boundaries; near the others, one offset in turn.
         if (isLargerBoundary || (everyBoundary && before == 1 + boundary / (4 * kKiB) % 4)) {
           QVERIFY2(isFoundAt(boundary - before), qPrintable(QString::number(boundary - before)));
         }
@@ -154,7 +154,7 @@ class CaptureImageTest : public QObject {
     std::uniform_int_distribution<int> letter(0, static_cast<int>(letters.size()) - 1);
     int found = 0;
     for (int run = 0; run < 300; ++run) {
-      // Some are as long as one read, give or take a few bytes.
+      // Some are about as long as one read, give or take a few bytes.
       const int around = run % 10 == 0 ? 256 * 1024 : 0;
       const int size = around + std::uniform_int_distribution<int>(0, around != 0 ? 12 : 3000)(random);
       QByteArray content(size, '\0');
@@ -193,7 +193,7 @@ class CaptureImageTest : public QObject {
     const auto before = peakMemoryKiB();
     QVERIFY(!search());
 
-    // Away from the file system's block boundaries, so that holes remain around it.
+    // Off the file system's block boundaries, so that holes remain around it.
     for (const qint64 offset : {kSize - kText.size(), kSize / 2 - 2, qint64{0}}) {
       file.seek(offset);
       file.write(kText);
@@ -230,7 +230,7 @@ class CaptureImageTest : public QObject {
 
   void aFileThatFailsToBeReadDoesNotContainTheText() {
 #if defined(Q_OS_LINUX)
-    // Opens, but nothing is mapped at its beginning.
+    // Can be opened, but nothing is mapped at its beginning.
     QFile image("/proc/self/mem");
     QVERIFY(image.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
     QVERIFY(!firmware::containsText(image, kText));

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #endif
 
-/// Choosing an image, and the checks before a burn starts.
+/// Choosing an image, and the checks before a burn.
 class CapturePageTest : public CaptureFixture {
   Q_OBJECT
 
@@ -23,7 +23,7 @@ class CapturePageTest : public CaptureFixture {
 
   void choosingAFileFillsBothFieldsAndStoresThePath() {
     QFETCH(QString, button);
-    // The file is not opened yet, so any content will do.
+    // The file is not opened yet, so its content does not matter.
     const QString path = write("any.img", "");
     DialogAnswers answers;
     answers.chooseFile(path);
@@ -52,7 +52,7 @@ class CapturePageTest : public CaptureFixture {
     QCOMPARE(MainWindowTestAccess::captureImagePath(window()), path);
   }
 
-  // All combinations of problems: the first failing check shows its box, and nothing
+  // All combinations of problems: the first failing check shows its box, and no burn
   // starts.
   void theFirstFailingCheckShowsItsBox_data() {
     QTest::addColumn<bool>("connected");
@@ -178,7 +178,7 @@ class CapturePageTest : public CaptureFixture {
     }
   }
 
-  // The file may be replaced after it was chosen.
+  // The file may be replaced after it has been chosen.
   void whatIsNoRegularFileCannotBeOpened_data() {
     QTest::addColumn<QString>("kind");
     for (const char* kind : {"directory", "pipe", "endless device", "dangling link"}) {

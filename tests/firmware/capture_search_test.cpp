@@ -12,8 +12,8 @@ namespace {
 constexpr qint64 kKiB = 1024;
 const QByteArray kText("KVR-7");
 
-/// A file on the disk that may lie about its size, be read in short pieces, or
-/// never end; it keeps account of what is read.
+/// A file that may report a wrong size, return short reads or never end. Keeps track
+/// of what is read.
 class WatchedFile : public QFile {
  public:
   explicit WatchedFile(const QString& path) : QFile(path) {
@@ -22,9 +22,9 @@ class WatchedFile : public QFile {
     }
   }
 
-  qint64 toldSize = -1;    // -1 = the true one
-  qint64 pieceEnd = 0;     // a piece ends where this divides the place; 0 = as long as asked for
-  bool isEndless = false;  // zeros without end instead of the content
+  qint64 toldSize = -1;    // -1 = the true size
+  qint64 pieceEnd = 0;     // reads stop at multiples of this; 0 = they are as long as requested
+  bool isEndless = false;  // endless zeros instead of the content
   qint64 bytesRead = 0;
   bool readsTwice = false;
   bool seeksBack = false;
@@ -39,7 +39,7 @@ class WatchedFile : public QFile {
  protected:
   qint64 readData(char* bytes, qint64 length) override {
     const qint64 place = pos();
-    // A search that does not end would keep the test from telling so.
+    // Stops a search that would never end, so that the test can fail.
     if (place < read_ || reads_++ > 100'000) {
       readsTwice = true;
       return -1;
@@ -57,7 +57,7 @@ class WatchedFile : public QFile {
   }
 
  private:
-  qint64 read_ = 0;  // up to where
+  qint64 read_ = 0;  // end of the last read
   int reads_ = 0;
 };
 
@@ -70,7 +70,7 @@ QString madeFile(QTemporaryFile& file, const QByteArray& content) {
 
 }  // namespace
 
-/// The search in files that are not what they seem.
+/// The search in sparse, endless and otherwise unusual files.
 class CaptureSearchTest : public QObject {
   Q_OBJECT
 
@@ -127,18 +127,18 @@ class CaptureSearchTest : public QObject {
     QVERIFY(file.seek(kEdge - before) && file.write(kText.left(before)) == before);
     QVERIFY(file.seek(16 * kEdge) && file.write(kText.mid(before)) == kText.size() - before && file.flush());
     WatchedFile image(file.fileName());
-    image.pieceEnd = kEdge;  // as a file system may: no further than the hole
+    image.pieceEnd = kEdge;  // some file systems read no further than the hole
     QVERIFY(!firmware::containsText(image, kText));
     QVERIFY(!image.readsTwice);
 
-    // Not because nothing is ever found behind a hole.
+    // A whole text behind a hole is found.
     QVERIFY(file.seek(18 * kEdge) && file.write(kText) == kText.size() && file.flush());
     WatchedFile again(file.fileName());
     again.pieceEnd = kEdge;
     QVERIFY(firmware::containsText(again, kText));
   }
 
-#if defined(Q_OS_LINUX)  // elsewhere no file tells a size of 0 and holds something
+#if defined(Q_OS_LINUX)  // elsewhere no file with a size of 0 has content
   void theEnvironmentOfAProcessIsSearched_data() {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<bool>("found");

@@ -9,7 +9,7 @@
 #include <chrono>
 #include <future>
 
-/// The worker that burns: beside other workers, beside the window, and after it.
+/// The burn worker alongside other workers and the window, and after the window is gone.
 class CaptureWorkerTest : public CaptureFixture {
   Q_OBJECT
 
@@ -124,10 +124,10 @@ class CaptureWorkerTest : public CaptureFixture {
     QVERIFY(worker->wait(10'000));
     QCOMPARE(simulator::journal().back().result, 0);
     QCOMPARE(flashContent(image.size()), image);
-    // Takes the worker's last lock, because the thread sanitizer does not see the
+    // Takes the lock that the worker took last; the thread sanitizer does not see the
     // synchronisation in QThread::wait.
     messageLine->detach();
-    // It has no owner any more.
+    // It no longer has an owner.
     delete worker.data();
   }
 
@@ -139,7 +139,7 @@ class CaptureWorkerTest : public CaptureFixture {
     QVERIFY(waitFor([] { return simulator::heldBurns() == 1; }));
     const QPointer<UpdateCaptureThread> worker = MainWindowTestAccess::captureWorker(window());
     const std::shared_ptr<MessageLine> messageLine = MainWindowTestAccess::messageLine(window());
-    // After `run`: Qt calls the worker finished, but its thread is still there.
+    // After `run`: Qt reports the worker as finished, but its thread still exists.
     std::promise<void> atEnd;
     std::promise<void> goOn;
     connect(

@@ -58,8 +58,8 @@ class Run {
       outcome.notStarted = !simulator::mcuRunsApplication();
     }
 
-    // The same device without faults, after the operator has plugged it in again. A
-    // device too slow for the protocol's pauses cannot be upgraded at all.
+    // The same device without faults, after being plugged in again. A device too slow
+    // for the protocol's pauses cannot be upgraded at all.
     outcome.recoveryTried = speedFactor_ >= kSlowest && faultsAreOver();
     if (outcome.recoveryTried) {
       simulator::clearMcuFaults();
@@ -138,7 +138,7 @@ class Run {
     simulator::addFault(fault);
   }
 
-  // The library itself may fail with any status or return nonsense.
+  // The library itself may fail with any status or return garbage.
   void addLibraryFault(std::uint32_t calls) {
     const std::string operation = random_.chance(60) ? kGet : kSend;
     const std::uint32_t call = 1 + random_.below(calls);
@@ -158,7 +158,7 @@ class Run {
     lastFaultyCall_[operation] = std::max(lastFaultyCall_[operation], call);
   }
 
-  // Whether no library fault and no unplugging lies ahead.
+  // Whether neither a library fault nor an unplugging is still to come.
   bool faultsAreOver() {
     std::map<std::string, std::uint32_t> calls;
     std::uint32_t all = 0;
@@ -170,7 +170,7 @@ class Run {
   }
 
   std::string upgrade() {
-    // No upgrade has more pauses than this, whatever the device does.
+    // An upper limit for the pauses of any upgrade.
     const std::size_t blocks = (image_.size() + blockSize_ - 1) / blockSize_;
     std::size_t pausesLeft = 200 * (30 + blocks * (10 + blockSize_ / 64));
     std::string last;
@@ -235,9 +235,9 @@ std::string kindOf(const std::string& text) {
 }  // namespace
 
 /// Usage: ext_mcu_faults COUNT SEED. Upgrades a simulated MCU COUNT times in virtual
-/// time, each time with other random faults, and prints the outcomes. Exit code 1 if an
-/// upgrade reported success although the flash differs from the image, did not end, or
-/// left a device that a plain upgrade cannot repair.
+/// time, each time with different random faults, and prints the outcomes. Exit code 1
+/// if an upgrade reported success although the flash differs from the image, did not
+/// end, or left a device that a plain upgrade cannot repair.
 int main(int argc, char* argv[]) try {
   const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
   const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0;

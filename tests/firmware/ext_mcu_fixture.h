@@ -11,11 +11,11 @@
 #include <memory>
 #include <random>
 
-/// Base of tests that upgrade the external MCU through the window. Replaces
-/// QThread::msleep, so include this in one source of a test program only.
+/// Base class for tests that upgrade the external MCU through the window. Replaces
+/// QThread::msleep, so include this in only one source of a test program.
 class ExtMcuFixture : public WindowTest {
  protected:
-  /// Starts over with this external MCU and whatever else of a scenario.
+  /// Starts again with this external MCU and `more` keys of a scenario.
   void startMcu(const QByteArray& mcu = "{}", const QByteArray& more = "") {
     start("{\"externalMcu\": " + mcu + (more.isEmpty() ? "" : ", ") + more + "}");
     texts_ = std::make_unique<PostedTexts>(user.widget<QLabel>("LB_Message"));
@@ -28,7 +28,7 @@ class ExtMcuFixture : public WindowTest {
     simulator::reset();
   }
 
-  /// Lets the workers' pauses pass in virtual time only, and logs them.
+  /// Lets the workers' pauses pass in virtual time and logs them.
   void logPauses() {
     sleeps::replaceBy([this](std::chrono::milliseconds time) { log.pause(time); });
   }
@@ -55,7 +55,7 @@ class ExtMcuFixture : public WindowTest {
 
   static QString success() { return QStringLiteral("MCU Update Done...[Success]"); }
 
-  /// The first difference between two lists, for a readable failure.
+  /// The first difference between two lists, for a readable failure message.
   static QString firstDifference(const QStringList& seen, const QStringList& expected) {
     for (int i = 0; i < std::max(seen.size(), expected.size()); ++i) {
       if (seen.value(i) != expected.value(i)) {
@@ -78,7 +78,7 @@ class ExtMcuFixture : public WindowTest {
     return image;
   }
 
-  /// The beginning of the MCU's flash.
+  /// The first bytes of the MCU's flash.
   static QByteArray flashStart(int size) {
     const std::vector<std::uint8_t> flash = simulator::mcuFlash();
     return {reinterpret_cast<const char*>(flash.data()), std::min(size, static_cast<int>(flash.size()))};

@@ -27,19 +27,19 @@ using Bytes = std::span<const std::uint8_t>;
 
 constexpr char kSuccess[] = "MCU Update Done...[Success]";
 
-/// Faults of the bus and the boot loader: rates in a thousand.
+/// Faults of the bus and the boot loader, per thousand.
 struct Rates {
   std::uint32_t damage = 0;     // of packets: one bit arrives flipped
-  std::uint32_t loss = 0;       // of packets: nothing arrives, and the host is told so
-  std::uint32_t lostReply = 0;  // of packets: it arrives, but the host is told otherwise
+  std::uint32_t loss = 0;       // of packets: nothing arrives, and the write fails
+  std::uint32_t lostReply = 0;  // of packets: it arrives, but the write fails
   std::uint32_t badRead = 0;    // of reads: fails
-  std::uint32_t longWork = 0;   // of packets: keeps the boot loader busy beyond the host's patience
-  bool dataIsSafe = false;      // only the other packets meet with faults
+  std::uint32_t longWork = 0;   // of packets: keeps the boot loader busy longer than the host waits
+  bool dataIsSafe = false;      // only other packets are affected
 };
 
-/// A boot loader that believes everything: it neither checks a packet's sum nor
-/// its place in the order, takes blocks of any length, and loses what comes while
-/// it is busy. What it lets pass, only the host can notice.
+/// A boot loader that trusts everything: it checks neither checksums nor the order of
+/// packets, accepts blocks of any length, and loses packets that arrive while it is
+/// busy. Only the host can detect an error.
 class LenientMcu {
  public:
   LenientMcu(bool family2, bool inApplication, const Rates& rates, SeededRandom& random)
@@ -78,9 +78,9 @@ class LenientMcu {
 
   bool holds(Bytes image) const { return std::equal(image.begin(), image.end(), flash_.begin()); }
   bool isFinished() const { return isFinished_; }
-  /// Whether a packet was lost and the checksum read back looked right all the
-  /// same: that of the packet before, a failed read's 0xFF, or its own, when it was
-  /// sent again to a boot loader that was still busy with the damaged one.
+  /// Whether a packet was lost although the checksum read back matched: that of the
+  /// previous packet, the 0xFF of a failed read, or its own if it was sent again while
+  /// the boot loader was still busy with the damaged one.
   bool isExcused() const { return isExcused_; }
 
  private:
@@ -101,12 +101,12 @@ class LenientMcu {
     }
     if (arrived[0] == 0) {
       checksum_ = static_cast<std::uint8_t>(std::accumulate(arrived.begin() + 1, arrived.end() - 1, 0U));
-      // No excuse for a host that did not wait, but after a packet that it has to
-      // send again it does not.
+      // A host that did not wait has no excuse, except when it resends a packet: then
+      // the protocol does not wait.
       arrivedWell_ = now_ < busyUntil_ ? wasAccepted_ : !isDamaged;
       if (now_ >= busyUntil_) {
         take(arrived);
-        // Now and then longer than the host's pause after a packet.
+        // Sometimes longer than the host's pause after a packet.
         const std::uint32_t most = chance(50) ? 200 : 8;
         busyUntil_ = now_ + (chance(rates_.longWork) ? 2000ms : std::chrono::milliseconds(random_.below(most)));
       }
@@ -150,7 +150,7 @@ class LenientMcu {
   std::uint8_t checksum_ = 0;
   std::uint8_t sentChecksum_ = 0;
   bool arrivedWell_ = true;
-  bool wasAccepted_ = true;  // the packet before, by the host
+  bool wasAccepted_ = true;  // whether the host accepted the previous packet
   bool isUnlocked_ = false;
   bool isFinished_ = false;
   bool isExcused_ = false;
@@ -162,7 +162,7 @@ LenientMcu* mcu = nullptr;
 
 }  // namespace
 
-// In place of the simulated device's: what the program defines comes first.
+// These take precedence over the simulated device's functions.
 extern "C" {
 int32_t AT_System_Send_ExternalMCU_cmd(uint8_t /*bus*/, uint8_t slave, uint16_t length, const uint8_t* data) {
   return mcu->write(slave, {data, length}) ? 0 : -1;
@@ -178,7 +178,7 @@ namespace {
 
 struct Outcome {
   std::string lastText;
-  bool isWrong = false;  // success was reported, but the MCU does not hold the image or did not finish
+  bool isWrong = false;  // success was reported, but the flash differs or the upgrade was not finished
   bool isExcused = false;
 };
 
@@ -227,11 +227,10 @@ std::string kindOf(const std::string& text) {
 
 }  // namespace
 
-/// Usage: ext_mcu_lenient COUNT SEED. Upgrades an MCU whose boot loader checks
-/// nothing COUNT times over a bad bus, in virtual time, and prints what came out:
-/// the program's own checks are all that keeps a bad image from counting as good.
-/// Exit code 1 when success was reported over a flash that differs, or that was
-/// not finished, though nothing that the program was told looked right.
+/// Usage: ext_mcu_lenient COUNT SEED. Upgrades an MCU COUNT times over a faulty bus, in
+/// virtual time, and prints the outcomes. Its boot loader checks nothing, so only the
+/// program's checks keep a bad image from being reported as good. Exit code 1 if success
+/// was reported for a wrong or unfinished flash although the program could have known.
 int main(int argc, char* argv[]) try {
   const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
   const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0;

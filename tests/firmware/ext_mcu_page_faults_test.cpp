@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 Q_DECLARE_METATYPE(Fault)
 
-/// Upgrades of an MCU that misbehaves: the texts, and the device afterwards.
+/// Upgrades of a misbehaving MCU: the texts shown, and the device afterwards.
 class ExtMcuPageFaultsTest : public ExtMcuFixture {
   Q_OBJECT
 
@@ -20,7 +20,7 @@ class ExtMcuPageFaultsTest : public ExtMcuFixture {
   void init() { startMcu(); }
   void cleanup() { finish(); }
 
-  // With an image of two blocks. Afterwards a plain upgrade of the same device succeeds.
+  // Uses an image of two blocks. Afterwards a plain upgrade of the same device succeeds.
   void aFaultHasItsTextAndLeavesADeviceThatCanBeUpgraded_data() {
     QTest::addColumn<Fault>("fault");
     QTest::addColumn<QStringList>("texts");
@@ -123,7 +123,7 @@ class ExtMcuPageFaultsTest : public ExtMcuFixture {
         sent + finishes(9) + QStringList{success()}, true);
     row("finish damaged ten times", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kDamage, 1, 10),
         sent + finishes(10));
-    // The MCU took it, although the program could not verify that.
+    // The MCU accepted it, although the program could not verify that.
     row("finish misread ten times", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kMisread, 1, 10),
         sent + finishes(10), true);
     row("stuck after finish", faults::inMcu(FaultPoint::kMcuFinish, FaultEffect::kBusy), sent + QStringList{notReady},
@@ -174,7 +174,7 @@ class ExtMcuPageFaultsTest : public ExtMcuFixture {
     QTest::newRow("data") << 42U << "Error MCU data checksum...[fail]";
   }
 
-  // All transfers from one on fail, as if a cable had come loose.
+  // From one transfer on, all fail, as if a cable had come loose.
   void theTransferAtWhichTheBusFailsDecidesTheText() {
     QFETCH(unsigned, transfer);
     QFETCH(QString, lastText);

@@ -62,7 +62,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     const QByteArray padded = upgrade_reference::padded(chip, image);
     QCOMPARE(flashStart(padded.size()), padded);
 
-    // The new image runs and shows its version at the next connection.
+    // The new image runs, and the next connection shows its version.
     QVERIFY(!simulator::mcuRunsApplication());
     simulator::advanceTime(2s);
     QVERIFY(simulator::mcuRunsApplication());
@@ -151,16 +151,16 @@ class ExtMcuPageTest : public ExtMcuFixture {
       QCOMPARE(path.text(), first);
     }
 #if !defined(_WIN32)
-    // A file that the dialog accepts but that cannot be opened.
+    // The dialog accepts this file, but it cannot be opened.
     const QString unreadable = writeImage("other");
     QVERIFY(QFile::setPermissions(unreadable, QFileDevice::Permissions()));
-    if (!QFile(unreadable).open(QIODevice::ReadOnly)) {  // the superuser can open it
+    if (!QFile(unreadable).open(QIODevice::ReadOnly)) {  // root can open it
       DialogAnswers answers;
       answers.chooseFile(unreadable);
       user.click("BN_Browse_ExtMCU_QX");
       QCOMPARE(path.text(), first);
     }
-    // Reading either would never end.
+    // Reading either of them would never end.
     const QTemporaryDir special;
     const QString pipe = special.filePath("pipe.bin");
     QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Holds the worker in a pause of its upgrade until the test lets it go.
+// Holds the worker in a pause of its upgrade until the test releases it.
 class Halt {
  public:
   explicit Halt(int pause) {
@@ -37,8 +37,8 @@ class Halt {
 
 }  // namespace
 
-/// Upgrades with something else going on: other images, other upgrades, a window
-/// that closes.
+/// Upgrades while something else happens: another image is loaded, another upgrade
+/// starts, the window closes.
 class ExtMcuWorkerTest : public ExtMcuFixture {
   Q_OBJECT
 
@@ -153,7 +153,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
     go.release();
     QVERIFY(worker->wait(kPatienceMs));
     QCOMPARE(flashStart(5000), image);
-    // In the program, it would end with the process.
+    // In the real program, it would end with the process.
     delete worker;
   }
 
@@ -166,7 +166,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
       const QByteArray image = randomImage(1 + static_cast<int>(random() % 3000), static_cast<unsigned>(round));
       load(image);
       const QPointer<QThread> worker = startUpgrade();
-      // A moment somewhere in the upgrade, which takes some milliseconds here.
+      // A random moment of the upgrade, which takes a few milliseconds here.
       const auto moment = std::chrono::microseconds(random() % 6000);
       std::this_thread::sleep_for(moment);
       if (random() % 2 != 0U) {
@@ -210,7 +210,7 @@ class ExtMcuWorkerTest : public ExtMcuFixture {
     QCOMPARE(user.message(), success());
     qInfo("worst gap between two ticks of a 10 ms timer: %lld ms, %d ticks", worstGap, ticks);
 
-    // Nothing blocked the GUI thread, however busy the machine is.
+    // Nothing blocked the GUI thread.
     QCOMPARE(sleepsOnWindow, 0);
     QVERIFY(!simulator::journal().empty());
     for (const simulator::JournalEntry& entry : simulator::journal()) {

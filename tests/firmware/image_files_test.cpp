@@ -37,7 +37,7 @@ class ImageFilesTest : public QObject, private TestFiles {
   }
 
 #if defined(Q_OS_UNIX)
-  // Opening it would wait for its other end for ever.
+  // Opening a pipe would wait for its other end for ever.
   void aPipeIsNeitherReadNorWritten() {
     const QString pipe = path("pipe");
     QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);

@@ -25,7 +25,7 @@ class ProvisioningPageTest : public WindowTest {
   Q_OBJECT
 
  public:
-  // File names are UTF-8 wherever the test runs.
+  // Makes file names UTF-8 wherever the test runs.
   static void initMain() { qputenv("LC_ALL", "C.UTF-8"); }
 
  private slots:
@@ -76,7 +76,7 @@ class ProvisioningPageTest : public WindowTest {
     user.click("BN_Browse_Key");
     QCOMPARE(journalCalls(), QStringList{"burnHDCP(\"" + path + "\")"});
     QCOMPARE(user.message(), "Burn HDCP...[OK]");
-    // The field itself holds 200 characters at most.
+    // The field holds at most 200 characters.
     QCOMPARE(user.widget<QLineEdit>("lineEdit_KeyPath").text(), path.left(200));
   }
 
@@ -172,7 +172,7 @@ class ProvisioningPageTest : public WindowTest {
     simulator::answerCall("AT_USB_Get_SerialNum", 1, 0, {buffer.begin(), buffer.end()});
     simulator::answerCall("AT_USB_Get_SerialNum", 2, 0, {buffer.begin(), buffer.end()});
     user.click("BN_SN_Read");
-    // The field holds 16 characters at most; without that limit it shows all of them.
+    // The field holds at most 16 characters; without that limit it shows all of them.
     QCOMPARE(field.text(), shown.left(16));
     field.setMaxLength(32767);
     user.click("BN_SN_Read");
@@ -286,7 +286,7 @@ class ProvisioningPageTest : public WindowTest {
     QFETCH(QString, operation);
     QFETCH(QString, message);
     const DialogAnswers answers;
-    // Without a connection the call is made and fails.
+    // Without a connection the call is made all the same, and fails.
     user.widget<QLabel>("LB_Message").setText("before");
     user.click(button);
     QCOMPARE(user.message(), message);

@@ -128,7 +128,7 @@ class SampleFilesTest : public QObject {
     const ProgramRun usage = makeSamples({});
     QCOMPARE(usage.exitCode, 2);
     QVERIFY(usage.errors.startsWith("usage: "));
-    // A file stands where the directory would be.
+    // A file is in the way of the directory.
     const ProgramRun run = makeSamples({samples_.filePath("hdcp-key.bin") + "/samples"});
     QVERIFY(run.ended);
     QCOMPARE(run.exitCode, 1);

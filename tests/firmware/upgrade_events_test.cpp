@@ -45,7 +45,7 @@ QString ended(UpgradeOutcome outcome) { return textOf(UpgradeEnded{outcome}); }
 
 using Image = std::vector<std::uint8_t>;
 
-// One block of the family "v"; its two packets have the checksums FF and FD.
+// One block for family "v"; its two packets have the checksums FF and FD.
 const Image& shortImage() {
   static const Image image{2};
   return image;
@@ -72,7 +72,7 @@ class UpgradeEventsTest : public QObject {
         [](const UpgradeEvent&) {});
     QCOMPARE(slack, 1);
     QCOMPARE(prctl(PR_GET_TIMERSLACK), 70'000);
-    prctl(PR_SET_TIMERSLACK, 0UL);  // as it was
+    prctl(PR_SET_TIMERSLACK, 0UL);  // back to the default
   }
 #endif
 
@@ -87,7 +87,7 @@ class UpgradeEventsTest : public QObject {
              << "block 0 of 2"
              << "block 1 of 2"
              << "step 4" << ended(UpgradeOutcome::kDone);
-    // Of the two equal packets of the first block the second one's checksum tells nothing.
+    // The first block has two equal packets, so the second one's checksum proves nothing.
     expected.insert(expected.indexOf("block 0 of 2"), "repeated a3 0 fd");
     QCOMPARE(events_, expected);
     QCOMPARE(result.packets, std::size_t{10 + 2 * 3 + 1});
@@ -145,7 +145,7 @@ class UpgradeEventsTest : public QObject {
     }
   }
 
-  // As the window does it: 0xFF stands for a checksum that cannot be read.
+  // As in the window, 0xFF stands for a checksum that cannot be read.
   void anUnreadChecksumCountsAs0xFF() {
     failChecksumOf("FF]", 1);
     const UpgradeResult result = upgrade(shortImage());
@@ -184,12 +184,12 @@ class UpgradeEventsTest : public QObject {
     QCOMPARE(packetsSent("FC]"), 2);
   }
 
-  // The checksum read back is that of the equal packet before.
+  // The checksum read back belongs to the equal packet before it.
   void aPacketThatWasNotTransferredIsNotProvenByTheOneBefore() {
     const Image zeros(128);
     for (const bool isStrict : {false, true}) {
       startMcu("application");
-      // Set boot and reset, ten starts, an address and the first data packet come before.
+      // Preceded by set boot and reset, ten starts, an address and the first data packet.
       simulator::failCall(kSendOperation, 2 + 10 + 1 + 2, -1);
       const UpgradeResult result = upgrade(zeros, isStrict ? strict() : UpgradeOptions());
       QCOMPARE(result.outcome, isStrict ? UpgradeOutcome::kDataRefused : UpgradeOutcome::kFinishRefused);
@@ -288,8 +288,8 @@ class UpgradeEventsTest : public QObject {
         options);
   }
 
-  /// Makes the first `count` checksum reads after the first packet that ends so
-  /// fail, of an upgrade with `shortImage` from here on.
+  /// Makes the first `count` checksum reads after the first packet with this end fail,
+  /// in the next upgrade with `shortImage`.
   void failChecksumOf(const std::string& packetEnd, unsigned count) {
     startMcu("application");
     upgrade(shortImage());

@@ -17,7 +17,7 @@ std::atomic<bool> noThreads{false};
 
 }  // namespace
 
-// Take the place of the system's and the device library's functions.
+// Replace functions of the system and of the device library.
 extern "C" {
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument) noexcept {
@@ -30,14 +30,14 @@ int32_t burnToFlash(const char*, RTICE_ProgressCallback) { throw std::bad_alloc(
 int32_t AT_System_Send_ExternalMCU_cmd(uint8_t, uint8_t, uint16_t, const uint8_t*) { throw std::bad_alloc(); }
 }
 
-/// Updates on a system that has no thread or no memory left.
+/// Updates on a system that has run out of threads or memory.
 class WorkerFailuresTest : public WindowTest {
   Q_OBJECT
 
  private slots:
   void initTestCase() {
     start();
-    // Whatever Qt itself needs a thread for.
+    // Lets Qt start the threads that it needs for itself.
     connectDevice();
   }
   void cleanup() {

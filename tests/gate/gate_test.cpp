@@ -113,7 +113,7 @@ class GateTest : public QObject {
     QCOMPARE(AT_Set_System_Reboot(), -77);
   }
 
-  // As a dry run has it.
+  // As in a dry run.
   void whileChangesAreRefusedNoneOfThe16ReachesTheLibrary() {
     simulator::reset();
     QCOMPARE(initialize(), 0);

@@ -1,4 +1,4 @@
-// The 44 operations, of which the last one bears another name.
+// The 44 operations, the last one under another name.
 #include <cstdint>
 
 #ifdef _WIN32

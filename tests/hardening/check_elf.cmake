@@ -1,8 +1,8 @@
-# Fails unless a program or shared library for Linux is hardened as
-# cmake/CompilerSettings.cmake says:
+# Fails unless a Linux program or shared library is hardened as
+# cmake/CompilerSettings.cmake promises:
 #   cmake -D file=... [-D control_flow=ON] [-D fortified=ON] -P check_elf.cmake
-# `fortified`: calls functions that check the size of their destination (a file
-# that has no call worth one calls none).
+# `fortified`: calls functions that check the size of their destination. Not every
+# file has such calls.
 function(read_with output)
   execute_process(COMMAND ${ARGN} ${file} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   set(${output} "${text}" PARENT_SCOPE)
@@ -37,9 +37,9 @@ if(fortified)
   require_match(symbols " UND __[a-z]+_chk@" "does not check what it copies")
 endif()
 if(control_flow)
-  # The mark on the whole file (IBT, SHSTK) is there only when the C runtime it
-  # is linked with has it, which Debian 12's has not. So the code is looked at:
-  # each function that may be called by its address begins with the instruction.
+  # A file is marked (IBT, SHSTK) only if the C runtime is marked as well; Debian 12's
+  # is not. Check the code instead: every function whose address is taken begins with
+  # the instruction.
   read_with(code objdump -d -j .text --no-show-raw-insn)
   string(REGEX MATCHALL "\n +[0-9a-f]+:\tendbr64" landings "${code}")
   list(LENGTH landings count)

@@ -1,4 +1,4 @@
-# Fails unless a fault ends the program in its tracks, and for the reason named:
+# Fails unless a fault ends the program at once, for the given reason:
 #   cmake -D command=... -D fault=... -D reason=... -P check_ends.cmake
 execute_process(COMMAND ${command} ${fault} 40
   RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)

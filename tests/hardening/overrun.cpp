@@ -1,6 +1,6 @@
 /// @file
-/// A program with the faults that the compiler settings guard against. Each fault must
-/// end the program at once.
+/// A program with the faults that the compiler settings guard against. Each must end
+/// it at once.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

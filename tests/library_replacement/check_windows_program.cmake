@@ -1,7 +1,6 @@
-# Fails unless the Windows program is what Windows and its users are promised: a
-# 64-bit program with a window only, hardened, that takes the operations of the
-# operation list from RTICE_SDK_x64.dll, looks for it in its own folder and the
-# system's only, and exports nothing. Also after it was stripped, as packages are.
+# Fails unless the Windows program is a hardened 64-bit GUI program that imports the
+# listed operations from RTICE_SDK_x64.dll, looks for that only in its own folder and
+# the system folder, and exports nothing. Also holds for the stripped program.
 include(${CMAKE_CURRENT_LIST_DIR}/../../cmake/Operations.cmake)
 read_operations(operations ${operations_file})
 
@@ -12,7 +11,7 @@ foreach(required IN ITEMS "file format pei-x86-64" "Windows GUI" "HIGH_ENTROPY_V
     message(FATAL_ERROR "${program} is not marked: ${required}")
   endif()
 endforeach()
-# Without relocations the program cannot be moved in memory, whatever its marks.
+# Without relocations the program cannot be moved in memory, whatever its flags say.
 if(NOT sections MATCHES "[.]reloc" OR headers MATCHES "relocations stripped")
   message(FATAL_ERROR "${program} has no relocations")
 endif()
@@ -20,7 +19,7 @@ if(NOT headers MATCHES "Entry 0 0+ 0+ Export Directory")
   message(FATAL_ERROR "${program} exports something")
 endif()
 
-# What it loads later does not come from the current directory.
+# Libraries loaded later must not come from the current directory.
 if(NOT headers MATCHES "SetDllDirectoryW")
   message(FATAL_ERROR "${program} lets libraries be loaded from the current directory")
 endif()
@@ -34,7 +33,7 @@ if(NOT imports STREQUAL operations)
   message(FATAL_ERROR "taken from RTICE_SDK_x64.dll: ${imports}")
 endif()
 
-# A little-endian number of the file.
+# Reads a little-endian number from the file.
 function(read_number result file place size)
   math(EXPR offset "${place}")
   file(READ ${file} bytes OFFSET ${offset} LIMIT ${size} HEX)
@@ -50,7 +49,7 @@ function(read_number result file place size)
   set(${result} ${number} PARENT_SCOPE)
 endfunction()
 
-# The places are those of Microsoft's PE format.
+# Offsets as in Microsoft's PE format.
 function(check_load_config file)
   read_number(header ${file} 60 4)
   read_number(section_count ${file} "${header} + 6" 2)
@@ -61,7 +60,7 @@ function(check_load_config file)
   math(EXPR entry_size "${entry} + 4")
   read_number(size ${file} ${entry_size} 4)
 
-  # Where that address is in the file.
+  # Translate the address into a file offset.
   set(place)
   math(EXPR last "${section_count} - 1")
   foreach(i RANGE ${last})
@@ -92,7 +91,7 @@ if(strip)
   check_load_config(${program}.stripped)
   file(REMOVE ${program}.stripped)
 
-  # Until it is stripped, the program says what it is made of.
+  # Symbols are available until the program is stripped.
   execute_process(COMMAND ${objdump} -d --no-show-raw-insn ${program} OUTPUT_VARIABLE code COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "call +[0-9a-f]+ <__stack_chk_fail>" checks "${code}")
   list(LENGTH checks count)

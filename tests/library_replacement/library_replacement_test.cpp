@@ -10,8 +10,7 @@
 
 namespace {
 
-// What the shipped program shows after Connect with the library that the loader
-// finds.
+// What the shipped program shows after Connect, with the library the loader finds.
 QStringList shownAfterConnect(const QString& programFile, const QString& libraryPath = QString()) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   if (!libraryPath.isEmpty()) {
@@ -33,7 +32,7 @@ constexpr const char* kLibraryName = "RTICE_SDK_x64.dll";
 constexpr const char* kLibraryName = "libRTICE_SDK_x64.so";
 #endif
 
-// A copy of the program with what it needs beside it, but no device library.
+// A copy of the program with the files it needs, but no device library.
 QString programWithoutLibrary(const QDir& folder) {
   const QFileInfo program(PROGRAM);
   QStringList files{program.fileName()};
@@ -50,8 +49,8 @@ QString programWithoutLibrary(const QDir& folder) {
   return folder.filePath(program.fileName());
 }
 
-// Runs the program where the loader must fail: nothing but the program's own folder
-// may supply the library.
+// Runs the program so that the loader must fail: only the program's own folder may
+// supply the library.
 ProgramRun refusedRun(const QString& program) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   environment.remove("LD_LIBRARY_PATH");
@@ -62,9 +61,9 @@ ProgramRun refusedRun(const QString& program) {
 
 #if defined(Q_OS_WIN)
 
-// Windows looks into the program's folder first, whatever the environment says.
+// Windows searches the program's folder first, whatever the environment says.
 QStringList shownWithReplacement() {
-  // A folder as a user might name it.
+  // A folder name as users choose them.
   const QTemporaryDir directory(QDir::tempPath() + QString::fromUtf8("/Gerät XXXXXX"));
   const QDir folder(directory.path());
   const QString program = programWithoutLibrary(folder);
@@ -86,8 +85,8 @@ QStringList operations() {
   return names;
 }
 
-// The other library's file with that operation renamed (`uninitialize` along with
-// `initialize`, whose name is its ending).
+// The other library's file with one operation renamed (and `uninitialize` along with
+// `initialize`, which is its ending).
 QByteArray libraryWithout(const QByteArray& operation) {
   QFile file(REPLACEMENT_DIRECTORY "/libRTICE_SDK_x64.so");
   if (!file.open(QIODevice::ReadOnly)) {
@@ -128,7 +127,7 @@ class LibraryReplacementTest : public QObject {
     const QTemporaryDir directory;
     const ProgramRun run = refusedRun(programWithoutLibrary(QDir(directory.path())));
     QVERIFY(run.exitCode != 0);
-#if defined(Q_OS_WIN)  // shows a box where Wine is silent; the exit code is one of Windows' own
+#if defined(Q_OS_WIN)  // Windows shows a box, Wine nothing; both end with Windows' own exit code
     QCOMPARE(static_cast<std::uint32_t>(run.exitCode), 0xC000'0135U);
 #else
     QVERIFY2(run.ended, run.errors);
@@ -150,7 +149,7 @@ class LibraryReplacementTest : public QObject {
     QCOMPARE(run.output, QByteArray());
   }
 
-#if !defined(Q_OS_WIN)  // there, check_windows_program.cmake looks at the program; Wine starts it in any case
+#if !defined(Q_OS_WIN)  // check_windows_program.cmake checks this on Windows; Wine starts the program anyway
   void aLibraryThatLacksAnOperationIsRefusedAtTheStart_data() {
     QTest::addColumn<QString>("operation");
     for (const QString& operation : operations()) {

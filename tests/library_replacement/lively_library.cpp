@@ -1,6 +1,6 @@
-// A device library that a patient host must live with: every call runs the
-// caller's event loop before it returns, and a burn goes on calling back from
-// threads of its own once it has returned, until the process ends.
+// A device library that is hard on its host: every call runs the caller's event loop
+// before it returns, and a burn keeps calling back from its own threads after it has
+// returned, until the process ends.
 #include "device/RTICE_SDK_x64.h"
 
 #include <QCoreApplication>
@@ -44,7 +44,7 @@ class Callers {
 
 void runEventLoop() {
   static thread_local int depth = 0;
-  // A user who presses a button in every call would never come back.
+  // Without a limit, a button pressed in every call would recurse for ever.
   if (depth < 5 && QCoreApplication::instance() != nullptr) {
     ++depth;
     QCoreApplication::processEvents();

@@ -13,15 +13,15 @@ ProgramRun run(const QString& script) {
 
 }  // namespace
 
-/// The program with a library that runs the event loop inside a call, and calls
-/// back from other threads after it has returned.
+/// The program with a library that runs the event loop inside calls, and calls back
+/// from other threads after a call has returned.
 class LivelyLibraryTest : public QObject {
   Q_OBJECT
 
  private slots:
   void theNextPressIsTakenInsideACall() {
     const ProgramRun ended = run("click BN_Connect;print LB_Message;close");
-    QCOMPARE(ended.output, QByteArray("LB_Message=\n"));  // nothing has come of the first one yet
+    QCOMPARE(ended.output, QByteArray("LB_Message=\n"));  // the first one has had no effect yet
   }
 
   void theUserMayDoAnythingInsideACall_data() {
@@ -64,7 +64,7 @@ class LivelyLibraryTest : public QObject {
     const ProgramRun ended = run("click BN_Connect;wait 20;click BN_Browse_Cap_QX;open " + image +
                                  ";wait 20;click BN_Apply_CapMCU_QX;wait 700;print LB_Message;close");
     QVERIFY2(ended.ended && ended.exitCode == 0 && ended.isQuiet(), ended.errors);
-    // The burn has returned long ago, and its callbacks go on.
+    // The burn returned long ago, but its callbacks continue.
     QCOMPARE(ended.output, QByteArray("LB_Message=42%\n"));
   }
 };

@@ -16,12 +16,12 @@ FOLDERS = ["app", "ui", "device", "session", "firmware", "video", "audio", "edid
 NOT_TESTED_HERE = {"device/RTICE_SDK_x64.h", "app/windows_load_config.cpp"}  # the library's contract; Windows only
 REQUIRED = 0.95
 LIMIT = 240  # seconds for one run of the tests; a mutant that hangs is caught
-# Not run on mutants: tests of the scripts, of figures, of how the program is linked and of
-# what no mutant changes, and those that mostly wait.
+# Not run on mutants: tests of scripts, benchmarks, linking and code that is not mutated, and
+# tests that mostly wait.
 LEFT_OUT = "^(scripts_|bench_|hardening_|check_includes|library_replacement|record|station_real|station_killed|soak)"
 QUICK = 1.0  # seconds; tests that take less run before the others
 
-# Each pattern finds a place in a line whose texts and comments are blanked out.
+# The patterns apply to lines whose texts and comments are blanked out.
 OPERATORS = [
     (r" == ", " != "), (r" != ", " == "),
     (r" < ", " <= "), (r" <= ", " < "), (r" > ", " >= "), (r" >= ", " > "),
@@ -38,7 +38,7 @@ STATEMENT = re.compile(r"^\s+(?!return\b|else\b|using\b|constexpr\b|const\b|auto
 DECLARATION = re.compile(r"^\s+[\w:<>]+[&*]? \w+\(|^\s+(explicit|void|bool|static|virtual|std::|Q\w+ \w)")
 
 
-# Of the form: its texts and its properties. Most places are free to choose.
+# Texts and properties of the form. Most positions are not fixed by requirements.
 FORM_TEXT = re.compile(r"<string>([^<]+)</string>")
 FORM_NUMBER = re.compile(r"<number>(-?\d+)</number>")
 FORM_CHOICES = [("<bool>true</bool>", "<bool>false</bool>"), ("<bool>false</bool>", "<bool>true</bool>"),
@@ -109,7 +109,7 @@ def mutants_of_form(file: str, text: str) -> list[Mutant]:
 
 
 def build_aloud(name: str, build: pathlib.Path) -> None:
-    """Builds, and prints every tenth of the way."""
+    """Builds, and prints the progress every ten percent."""
     begin = time.monotonic()
     told = 0
     with subprocess.Popen(["cmake", "--build", str(build)], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
@@ -151,7 +151,7 @@ def rounds(build: pathlib.Path) -> list[list[str]]:
 
 
 class Copy:
-    """A copy of the checkout with a build of its own, where one mutant lives at a time."""
+    """A copy of the checkout with its own build, which holds one mutant at a time."""
 
     def __init__(self, name: str, folder: pathlib.Path):
         print(f"{name}: preparing {folder}", flush=True)
@@ -169,8 +169,8 @@ class Copy:
             if not target.exists() or target.read_bytes() != content:
                 target.parent.mkdir(parents=True, exist_ok=True)
                 shutil.copy(file, target)
-        # Warnings would refuse mutants that the tests ought to judge. A shared library is
-        # replaced without linking the tests again.
+        # With warnings as errors, the compiler would reject mutants that tests should catch.
+        # Shared libraries are replaced without linking the tests again.
         configure = ["cmake", "-S", str(folder), "-B", str(self.build), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                      "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -Wno-error", "-DCMAKE_C_FLAGS_DEBUG=-O0 -Wno-error",
                      "-DBUILD_SHARED_LIBS=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
@@ -189,7 +189,7 @@ class Copy:
             module = mutant.file.split("/")[0]
             if not run(["ninja", f"{module}/all", "pellavox_window", "pellavox_calls"], self.build, 600):
                 return "refused"  # by the compiler
-            # The tests of the same folder are the likeliest to notice.
+            # The tests of the same folder are the most likely to notice.
             near = f"tests/{module}"
             if (self.folder / near).is_dir():
                 if not run(["ninja", f"{near}/all"], self.build, 600):

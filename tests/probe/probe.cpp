@@ -24,7 +24,7 @@
 #include <thread>
 
 #if !defined(Q_OS_WIN)
-// Weak because the program may run with another device library, which lacks this.
+// Weak, because another device library does not have these functions.
 namespace simulator {
 extern __attribute__((weak)) unsigned callsUnderWay();  // NOLINT(readability-redundant-declaration): now weak
 }
@@ -32,7 +32,7 @@ extern __attribute__((weak)) unsigned callsUnderWay();  // NOLINT(readability-re
 
 namespace {
 
-// Calls under way on all threads; 0 if the library cannot tell.
+// Calls in progress on all threads; 0 if the library cannot tell.
 unsigned callsUnderWay() {
 #if defined(Q_OS_WIN)
   return 0;
@@ -41,25 +41,25 @@ unsigned callsUnderWay() {
 #endif
 }
 
-// Operates the program's window by a script, one step per turn of the event loop:
+// Drives the program's window with a script, one step per turn of the event loop:
 //   click NAME         presses a button
 //   choose NAME ROW    chooses a row of a combo box
-//   open PATH          names a file in the open file dialog and accepts it
+//   open PATH          enters a file in the open file dialog and accepts it
 //   print NAME         prints "NAME=<text>" of a label
-//   showpages          puts the pages without a tab behind those that have one
+//   showpages          adds tabs for the pages that have none, after the others
 //   icon               prints "icon=<sizes>" of the window's icon
-//   surface            prints "surface=raster" or "surface=other": what the window
-//                      is painted on
-//   picture PATH       saves what the screen shows of the window, once it does
+//   surface            prints "surface=raster" or "surface=other", the kind of surface
+//                      the window is painted on
+//   picture PATH       saves a screenshot of the window once the screen shows it
 //   wait MS            waits
 //   close              closes the window
-//   closeafter MS      goes on at once, and that much later closes the window,
-//                      whatever the GUI thread does at that moment; prints
+//   closeafter MS      continues at once, and closes the window after that time,
+//                      whatever the GUI thread is doing. Prints
 //                      "closing: <step> <calls> <workers> <message>": whether
 //                      the script's last step was "ahead", "underway" or "done"
-//                      at that moment, how many calls of the device library
-//                      were under way; and when the closing was taken up, how
-//                      many workers ran and the text of the message line
+//                      at that moment, and how many device library calls were in
+//                      progress; then, as the window closes, how many workers were
+//                      running and the text of the message line
 class Probe : public QObject {
   Q_OBJECT
 
@@ -194,16 +194,16 @@ class Probe : public QObject {
   }
 
   QStringList steps_;
-  int depth_ = 0;  // of steps: one that opens a dialog ends after those that answer it
+  int depth_ = 0;  // of nested steps: one that opens a dialog ends after those that answer it
   std::atomic<int> lastStep_ = kAhead;
   std::atomic<int> stepAtClosing_ = kAhead;
   std::atomic<unsigned> callsAtClosing_ = 0;
   std::thread closer_;
 };
 
-// Delays the end of the process by PELLAVOX_PROBE_LINGER_MS after all static
-// objects, Qt's included, have been destroyed. A thread that still runs then would
-// access destroyed objects.
+// Delays the end of the process by PELLAVOX_PROBE_LINGER_MS after all static objects,
+// including Qt's, have been destroyed, so that a thread still running then is caught
+// accessing them.
 [[gnu::destructor]] void linger() {
   if (const char* const milliseconds = std::getenv("PELLAVOX_PROBE_LINGER_MS")) {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::atoi(milliseconds)));
@@ -212,9 +212,9 @@ class Probe : public QObject {
 
 }  // namespace
 
-/// Loaded by Qt itself, by QT_PLUGIN_PATH and
-/// QT_QPA_GENERIC_PLUGINS=pellavoxprobe, into the program as it is shipped; the
-/// script is in PELLAVOX_PROBE_SCRIPT, its steps separated by semicolons.
+/// Qt loads this into the shipped program if QT_PLUGIN_PATH and
+/// QT_QPA_GENERIC_PLUGINS=pellavoxprobe are set. PELLAVOX_PROBE_SCRIPT holds the
+/// script, with steps separated by semicolons.
 class ProbePlugin : public QGenericPlugin {
   Q_OBJECT
   Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "probe.json")

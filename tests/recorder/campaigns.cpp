@@ -2,7 +2,7 @@
 /// Seeded campaigns over recordings:
 ///   recorder_campaigns interleavings COUNT SEED   two threads, recorded and replayed
 ///   recorder_campaigns flips COUNT SEED           single damaged bytes in a recording of 3,000 calls
-/// Prints one line; exit code 0 when everything held.
+/// Prints one line; exit code 0 if everything held.
 #include "recorder/player.h"
 #include "recorder/recorder.h"
 #include "tests/recorder/through.h"
@@ -61,7 +61,7 @@ struct Seen {
   bool operator==(const Seen&) const = default;
 };
 
-// A seed decides when a thread stops to let the other one pass.
+// Lets the other thread run first at moments chosen by a seed.
 void pause(SeededRandom& random) {
   for (std::uint32_t i = random.below(4); i > 0; --i) {
     std::this_thread::yield();

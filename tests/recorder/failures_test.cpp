@@ -1,7 +1,6 @@
 /// @file
-/// Recordings of devices that failed, redacted and kept in the repository, and
-/// what they make the program say. With PELLAVOX_KEEP_RECORDINGS naming a
-/// folder, the recordings are made anew and put there.
+/// Redacted recordings of failing devices, kept in the repository, and the messages that
+/// they cause. If PELLAVOX_KEEP_RECORDINGS names a folder, makes new recordings there.
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/capture_burn.h"
 #include "firmware/capture_progress.h"
@@ -100,8 +99,7 @@ recorder::FunctionTable simulatedDevice() {
   return functions;
 }
 
-// The simulated device reads its scenario when it is first called: once in a
-// process.
+// The simulated device reads its scenario once per process, at its first call.
 void keep(const Story& story, const QString& to, const QString& folder) {
   QFile scenario(folder + "/scenario.json");
   if (!scenario.open(QIODevice::WriteOnly) || scenario.write(story.scenario) < 0) {

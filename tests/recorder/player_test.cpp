@@ -58,7 +58,7 @@ recorder::FunctionTable library() {
   return functions;
 }
 
-/// A recording of what `program` does to the library above.
+/// A recording of `program` using the library above.
 template <typename Program>
 Recording recorded(const Program& program, bool redacted = false, bool finished = true) {
   const QTemporaryDir folder;
@@ -256,7 +256,7 @@ class PlayerTest : public QObject {
   }
 
   void aCallWaitsForThoseThatHadEndedBeforeIt() {
-    // The worker had begun after the main thread's call; in the replay it comes first.
+    // The worker was recorded after the main thread's call; in the replay it comes first.
     const Recording recording = recorded([](auto& target) {
       THROUGH(target, openPort);
       std::thread([&] { THROUGH(target, AT_HdmiRX_Set_HPD, 1); }).join();

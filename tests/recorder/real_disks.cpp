@@ -1,8 +1,8 @@
 /// @file
-/// Programs that are recorded onto a disk that is full or read-only: they work on as if
-/// nobody recorded them, and one line tells of the loss.
+/// Programs recorded onto a full or read-only disk: they run as if not recorded, and one
+/// line reports the loss.
 /// Usage: recorder_real_disks
-/// Ends with 77 where this user may not mount a disk.
+/// Exit code 77 if this user may not mount a disk.
 #include "tests/recorder/command_line.h"
 #include "tests/support/mounted_disk.h"
 
@@ -98,7 +98,7 @@ class Disks {
     ++told;
     require(ended.err.startsWith("pellavox recorder: cannot ") && ended.err.count('\n') == 1,
             what + ": the loss is not told once", ended);
-    // What there was room for can be read.
+    // The part that fitted can be read.
     if (QFileInfo(recording()).size() > 0) {
       const EndedProcess shown = runToEnd(COMMAND_LINE, {"recording", "show", recording()});
       require(shown.code == 0, what + ": the rest cannot be shown", shown);

@@ -11,7 +11,7 @@
 using recorder::Recorder;
 using recorder::Recording;
 
-/// Files of a recording: their parts, those that are kept, and those that cannot be written.
+/// Files of a recording: parts, old parts that are deleted, and files that cannot be written.
 class RecorderFilesTest : public QObject {
   Q_OBJECT
 
@@ -32,7 +32,7 @@ class RecorderFilesTest : public QObject {
     QCOMPARE(recording.calls.size(), std::size_t{100});
     QVERIFY(contentOf(recorder::partOf(file, 2)).size() < 5000);
 
-    // As a disk that is full leaves it: the calls before can be looked at.
+    // As left by a full disk: the calls before it can be read.
     std::filesystem::resize_file(recorder::partOf(file, 2), 0);
     const auto cut = recorder::readRecording(file);
     QVERIFY(cut);
@@ -57,7 +57,7 @@ class RecorderFilesTest : public QObject {
     QCOMPARE(files.size(), 3);
     QVERIFY(!files.contains("parts.jsonl"));
 
-    // They can be looked at; nobody takes them for all of it.
+    // The rest can be read, but does not count as the whole recording.
     const auto remaining = recorder::readRecording(file, recorder::Parts::kRemaining);
     QVERIFY2(remaining, remaining ? "" : remaining.error().text().c_str());
     QVERIFY(remaining->walk.complete && remaining->walk.firstPart > 1);

@@ -27,7 +27,7 @@ std::filesystem::path fileWith(const QTemporaryDir& folder, const char* name, co
   return path;
 }
 
-// Every operation once, with room for what it writes, and what came of it.
+// The result of one call of each operation, with enough room for its output.
 struct Answer {
   std::string operation;
   std::int32_t result;
@@ -76,7 +76,7 @@ std::vector<Answer> everyOperation(Target& target) {
   simulator::useVirtualTime();
   std::vector<Answer> answers;
   const auto once = [&](Answer answer) { answers.push_back(std::move(answer)); };
-  // In the header's order, but for the two that end the session.
+  // In the header's order, except for the two that end the session.
 #define OPERATION(name, ...)                                                                   \
   if (Operation::name != Operation::closePort && Operation::name != Operation::uninitialize) { \
     once(CallOnce<decltype(&::name)>::call(target, Operation::name));                          \
@@ -222,7 +222,7 @@ class RecorderTest : public QObject {
       QVERIFY(received[1] != received[1]);
       QCOMPARE(received[2], 100.0F);
     }
-    // The library may keep the callback longer than the recorder lives.
+    // The library may keep the callback longer than the recorder exists.
     lateCallback.load()(7.0F);
     QCOMPARE(received.size(), std::size_t{4});
 

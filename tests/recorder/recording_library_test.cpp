@@ -1,5 +1,5 @@
 /// @file
-/// The recording library as a program finds it: under the device library's name.
+/// The recording library as programs find it: under the device library's name.
 #include "gate/loaded_file.h"
 #include "recorder/recording.h"
 #include "tests/recorder/through.h"
@@ -12,8 +12,8 @@ namespace {
 
 using device::Operation;
 
-// Linked with on Linux, so that its functions come before those of the library
-// that it loads, as in a program. Windows would look beside this test first.
+// Linked on Linux, so that its functions precede those of the library it loads, as in a
+// real program. Windows would look in this test's folder first.
 decltype(&::AT_Get_UVC_Name) nameFunction() {
 #ifdef Q_OS_WIN
   return reinterpret_cast<decltype(&::AT_Get_UVC_Name)>(

@@ -20,7 +20,7 @@ using recorder::Bytes;
 
 constexpr int kProgressEvery = 50;
 
-// What a recorder writes for that many calls, with some burns among them.
+// What a recorder writes for this many calls, some of them burns.
 std::string recordingOf(int calls) {
   const QTemporaryDir folder;
   const auto file = pathIn(folder, "calls.jsonl");
@@ -166,7 +166,7 @@ class RecordingTest : public QObject {
     QCOMPARE(QByteArray::fromStdString(verdictOn(text.toStdString())), verdict);
   }
 
-  // Somebody who computes the chain values anew gets no further.
+  // Correct chain values do not help.
   void linesThatMakeNoSenseAreRefused_data() {
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<QByteArray>("reason");

@@ -10,9 +10,9 @@
 #include <filesystem>
 #include <string>
 
-/// Recordings that tests make and read.
+/// Making and reading recordings in tests.
 
-/// The functions that the program is linked with.
+/// The functions that the test is linked with.
 inline recorder::FunctionTable simulatedDevice() {
   recorder::FunctionTable table{};
 #define OPERATION(name, ...) quiet_library::put(table, device::Operation::name, &::name);
@@ -21,7 +21,8 @@ inline recorder::FunctionTable simulatedDevice() {
   return table;
 }
 
-/// Records calls of these functions into a file; what the recorder tells becomes a warning.
+/// Options to record calls of these functions into a file; the recorder's messages become
+/// warnings.
 inline recorder::Recorder::Options optionsFor(const recorder::FunctionTable& functions,
                                               const std::filesystem::path& file) {
   recorder::Recorder::Options options;
@@ -34,7 +35,7 @@ inline recorder::Recorder::Options optionsFor(const recorder::FunctionTable& fun
   return options;
 }
 
-/// A recording that must be whole. Anything else ends the test program.
+/// Reads a recording. One that is not whole ends the test program.
 inline recorder::Recording readBack(const std::filesystem::path& file) {
   auto recording = recorder::readRecording(file);
   if (!recording) {

@@ -1,6 +1,6 @@
 /// @file
-/// A device library that calls its own functions by their names, from the
-/// caller's thread and from one of its own.
+/// A device library that calls its own functions by name, from the caller's thread and
+/// from one of its own.
 #include "device/operations.h"
 
 #include <cstring>

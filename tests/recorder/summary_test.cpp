@@ -17,7 +17,7 @@ using device::Operation;
 using recorder::Recorder;
 using recorder::Recording;
 
-// Reads what a window shows of the device.
+// Reads what a window shows about the device.
 template <typename Target>
 void readEverything(Target& target) {
   std::array<std::uint8_t, 512> buffer{};
@@ -163,7 +163,7 @@ class SummaryTest : public QObject {
     QVERIFY(!std::filesystem::exists(pathIn(folder, "twice.jsonl")));
     QVERIFY(contains(recorder::redactRecording(file, redacted).error().text(), "cannot create "));
     QVERIFY(std::filesystem::exists(redacted));
-    // Nor does a recording that is none cost somebody their file.
+    // An invalid recording does not overwrite an existing file either.
     QVERIFY(!recorder::redactRecording(pathIn(folder, "missing.jsonl"), redacted));
     QVERIFY(std::filesystem::exists(redacted));
   }

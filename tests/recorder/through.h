@@ -24,7 +24,7 @@ std::int32_t callThrough(Target& target, device::Operation operation, std::int32
 #define THROUGH(target, name, ...) \
   callThrough(target, device::Operation::name, static_cast<decltype(&::name)>(nullptr) __VA_OPT__(, ) __VA_ARGS__)
 
-/// Functions that all succeed and do nothing, to put others among.
+/// Functions that succeed and do nothing, to combine with others.
 namespace quiet_library {
 template <typename Function>
 struct Succeeding;
@@ -49,7 +49,7 @@ void put(recorder::FunctionTable& table, device::Operation operation, Function f
 }
 }  // namespace quiet_library
 
-/// A path in a folder of the test's own.
+/// A path in the test's own folder.
 inline std::filesystem::path pathIn(const QTemporaryDir& folder, const char* name) {
   return std::filesystem::path(folder.path().toStdU16String()) / name;
 }

@@ -56,7 +56,7 @@ const QStringList kDeviceLines{
     "doctor",
 };
 
-// Those that need none, start a program that does, or go on for a shift.
+// Verbs that need no device, start a program that does, or run for a whole shift.
 const QStringList kOtherVerbs{"record", "replay", "recording", "completion", "station"};
 
 /// The verbs that the help names.
@@ -72,7 +72,7 @@ QStringList verbsOf(const QByteArray& help) {
   return verbs;
 }
 
-// The simulated one, which takes no time.
+// The simulated device, without its delays.
 QProcessEnvironment quickDevice(const QTemporaryDir& folder) {
   writeFile(folder.filePath("quick.json"), R"({"clock": "virtual"})");
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -80,7 +80,7 @@ QProcessEnvironment quickDevice(const QTemporaryDir& folder) {
   return environment;
 }
 
-// The time of day, and where the library lay, may differ.
+// Removes what may differ: the time of day and the library's path.
 QByteArray withoutMoment(const QByteArray& output) {
   QString text = QString::fromUtf8(output);
   text.replace(QRegularExpression("\\d{4}-\\d\\d-\\d\\dT[0-9:.]+Z"), "(time)");
@@ -174,7 +174,7 @@ class RecordingVerbsTest : public QObject {
     QVERIFY2(again.err.contains("exists already"), again.err);
   }
 
-#if !defined(Q_OS_WIN)  // there, the program takes the library beside it first
+#if !defined(Q_OS_WIN)  // there, the program loads the library in its own folder first
   void theWindowReplaysWithoutTheDeviceAndShowsTheSame() {
     const QTemporaryDir folder;
     const QString file = folder.filePath("window.jsonl");

@@ -1,5 +1,5 @@
 /// @file
-/// The walk-through, recorded and played again without a device.
+/// The walk-through, recorded and then replayed without a device.
 #include "tests/recorder/command_line.h"
 
 #include <QDir>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr QRect kMessageLine(70, 690, 580, 40);  // of the window
 
-// A percentage is that of the moment at which it is looked at.
+// Removes percentages, which depend on the moment.
 QByteArray withoutPercentage(const QByteArray& output) {
   return QString::fromUtf8(output)
       .replace(QRegularExpression("\\b\\d+%\n|Burn CAP\\.\\.\\.\\[OK\\]\n"), "(moment)\n")

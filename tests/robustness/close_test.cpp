@@ -23,31 +23,31 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Even a slow, busy machine is faster, and the long operations take longer, so a
-// program that waits for them is noticed.
+// Long enough for a slow, busy machine, but shorter than the long operations, so that
+// a program that waits for them is noticed.
 constexpr auto kPrompt = 20s;
 constexpr auto kStuck = 60s;
-// More, and a machine with many cores runs out of what a process needs to start.
+// With more, a machine with many cores runs out of resources to start processes.
 constexpr int kMostAtOnce = 16;
-// A process that cannot be made is the machine's fault, not the program's: tried again.
+// A process that cannot be started is not the program's fault, so try again.
 constexpr int kStarts = 5;
 constexpr auto kBeforeNextStart = 500ms;
-// After so many runs of a job, some must have hit its calls.
+// After this many runs of a job, some must have hit its calls.
 constexpr unsigned kSpread = 50;
 
-/// A job that takes its time, and when the window is closed during it.
+/// A long job, and when to close the window during it.
 struct Job {
   const char* name = nullptr;
   const char* scenario = nullptr;  ///< of the simulated device
   const char* script = nullptr;    ///< for the probe; DIR is the folder of the files, CLOSE the step that closes
   int lastMoment = 0;              ///< closed at any moment from 0 on, in ms after CLOSE
-  int end = 0;                     ///< a third of the runs: about that moment; 0 = none
+  int end = 0;                     ///< a third of the runs close around this moment; 0 = none
   bool calls = false;              ///< makes calls that take long enough to be hit
-  int lingerMs = 0;                ///< how long the end of the process is drawn out
+  int lingerMs = 0;                ///< delay of the process's end
 };
 
-// The times follow from the simulated device and the upgrade's pauses. Where the
-// process lingers, a worker ends after Qt's objects are gone.
+// The times follow from the simulated device and the upgrade's pauses. With a delayed
+// end of the process, a worker ends after Qt's objects have been destroyed.
 constexpr std::array kJobs{
     Job{"MCU upgrade", "{}",
         "click BN_Connect;click BN_Browse_ExtMCU_QX;open DIR/mcu.bin;CLOSE;click BN_Apply_ExtMCU_QX", 1700, 1680,
@@ -83,7 +83,7 @@ constexpr std::array kJobs{
     Job{"failed burn, progress timer running",
         R"({"speedFactor": 50, "faults": [{"at": "captureFlash", "fromPercent": 30, "count": 0}]})",
         "click BN_Connect;click BN_Browse_Cap_QX;open DIR/short.img;CLOSE;click BN_Apply_CapMCU_QX", 1300, 510, false},
-    // From here on, the GUI thread itself makes the calls.
+    // In the jobs below, the GUI thread itself makes the calls.
     Job{"Connect", R"({"latencyMs": 40})", "CLOSE;wait 20;click BN_Connect", 260, 220, true},
     Job{"RX Read", R"({"latencyMs": 150})", "click BN_Connect;CLOSE;wait 20;click BN_Info_Read", 210, 170, true},
     Job{"HDCP key burn", R"({"latencyMs": 150})", "click BN_Connect;click BN_Browse_Key;CLOSE;open DIR/short.bin", 260,
@@ -111,7 +111,7 @@ void writeFiles(const QDir& directory) {
   }
 }
 
-/// Figures of the runs of one job.
+/// Counts over the runs of one job.
 struct Figures {
   unsigned ahead = 0;
   unsigned inCall = 0;
@@ -119,10 +119,10 @@ struct Figures {
   unsigned after = 0;
   unsigned unclean = 0;
   std::chrono::milliseconds slowestEnd{};
-  std::map<std::string, unsigned> messages;  // kinds of texts at the moment of closing
+  std::map<std::string, unsigned> messages;  // kinds of texts shown at the moment of closing
 };
 
-/// Texts such as "Update 25%..." are of one kind.
+/// Texts such as "Update 25%..." count as one kind.
 std::string kindOf(QString message) {
   for (int i = 0; i < message.size(); ++i) {
     if (message[i].isDigit()) {
@@ -135,7 +135,7 @@ std::string kindOf(QString message) {
   return message.toStdString();
 }
 
-/// Runs all jobs, several at a time, because most of a run is waiting.
+/// Runs all jobs, several at a time, because runs mostly wait.
 class Runs : public QObject {
  public:
   Runs(unsigned count, unsigned seed) : count_(count), seed_(seed) { writeFiles(QDir(directory_.path())); }
@@ -160,12 +160,12 @@ class Runs : public QObject {
     std::size_t job;
     int moment;
     QByteArray output;
-    std::chrono::steady_clock::time_point closed;  // as seen here
+    std::chrono::steady_clock::time_point closed;  // as seen by this process
     bool isStuck = false;
     int starts = 0;
   };
 
-  // Only the job and the number of the run decide the moment.
+  // The moment depends only on the job and the number of the run.
   int momentOf(const Job& job, std::size_t jobNumber, unsigned run) const {
     std::seed_seq sequence{seed_, static_cast<unsigned>(jobNumber), run};
     std::mt19937 random(sequence);
@@ -183,7 +183,7 @@ class Runs : public QObject {
       }
       return;
     }
-    // Takes the jobs in turn, so that slow and quick ones run side by side.
+    // Alternates the jobs, so that slow and quick ones run side by side.
     const std::size_t number = started_ % kJobs.size();
     const auto round = static_cast<unsigned>(started_ / kJobs.size());
     ++started_;
@@ -192,7 +192,7 @@ class Runs : public QObject {
     auto* const run = new Run(this, number, momentOf(job, number, round));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("RTICE_SIMULATOR_SCENARIO", QStringLiteral("%1/%2.json").arg(directory_.path()).arg(number));
-    // A folder of its own: file dialogs lock the file with their settings.
+    // A separate folder, because file dialogs lock their settings file.
     environment.insert("XDG_CONFIG_HOME", QStringLiteral("%1/config%2").arg(directory_.path()).arg(started_));
     if (job.lingerMs > 0) {
       environment.insert("PELLAVOX_PROBE_LINGER_MS", QString::number(job.lingerMs));
@@ -262,7 +262,7 @@ class Runs : public QObject {
     }
   }
 
-  // Parses what the probe printed about the moment.
+  // Parses the probe's line about the moment of closing.
   static void note(const QString& closing, Figures& figures) {
     const QString lastStep = closing.section(' ', 0, 0);
     if (closing.section(' ', 1, 1).toUInt() > 0) {
@@ -287,11 +287,11 @@ class Runs : public QObject {
 
 }  // namespace
 
-/// Usage: close_test COUNT SEED. Starts the real program COUNT times for each
-/// job and closes its window at random moments of it. Prints per job where the
-/// moments were: before the job, in a call of the device library, between its
-/// calls, after it; and the texts that the message line showed. Exit code 1
-/// when a run did not end promptly, by itself, quietly and with exit code 0.
+/// Usage: close_test COUNT SEED. Starts the real program COUNT times for each job and
+/// closes its window at random moments. Prints for each job how many of these moments
+/// were before the job, in a device library call, between calls and after the job, and
+/// which texts the message line showed. Exit code 1 if a run did not end promptly, by
+/// itself, silently and with exit code 0.
 int main(int argc, char* argv[]) {
   const QCoreApplication application(argc, argv);
   const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
@@ -318,7 +318,7 @@ int main(int argc, char* argv[]) {
       std::printf("%8u  \"%s\"\n", times, text.c_str());
     }
     unclean += figures.unclean;
-#if !defined(Q_OS_WIN)  // where the probe cannot see the calls
+#if !defined(Q_OS_WIN)  // the probe cannot see the calls there
     notHit += kJobs[i].calls && count >= kSpread && figures.inCall == 0;
 #endif
   }

@@ -9,10 +9,10 @@
 
 namespace control_table {
 
-/// Throws std::runtime_error with the complaint unless the condition holds.
+/// Throws std::runtime_error with this message unless the condition holds.
 void require(bool holds, const QString& complaint);
 
-/// Outcome of an operator's actions, with "DIR" for the folder of the files.
+/// Outcome of an operator's actions, with "DIR" for the files' folder.
 struct Outcome {
   WindowState state;
   QStringList operations;
@@ -21,13 +21,13 @@ struct Outcome {
   QVector<std::chrono::nanoseconds> durations;
 };
 
-/// A window in which the actions of the control table can be carried out, with the
-/// files that the table names.
+/// A window to carry out the control table's actions in, with the files that the
+/// table names.
 class ControlFixture : public WindowFixture {
  public:
   explicit ControlFixture(bool connected);
 
-  /// The text with the folder of the files in place of "DIR".
+  /// The text with "DIR" replaced by the files' folder.
   QString inFolder(QString text) const { return text.replace("DIR", files().folder()); }
 
   /// Replaces the device and opens the session that the window believes is open.
@@ -38,8 +38,8 @@ class ControlFixture : public WindowFixture {
 
   WindowState state() const;
 
-  /// Carries out the actions and records what follows. Throws if a call is made on the
-  /// wrong thread or an unexpected dialog opens.
+  /// Carries out the actions and records their effects. Throws if a call is made on
+  /// the wrong thread or an unexpected dialog opens.
   Outcome act(const QVector<Action>& actions);
 
   /// Texts that workers posted in the last `act`.

@@ -2,7 +2,7 @@
 
 #include "tests/robustness/control_table.h"
 
-/// What the rows of the control table are made of.
+/// Building blocks of the control table's rows.
 namespace control_table {
 
 inline Action click(const char* button) { return {Action::Kind::kClick, button}; }
@@ -17,7 +17,7 @@ inline Action chooseFile(const char* button, const QString& file) {
 
 inline States message(const char* text) { return {{"LB_Message", text}}; }
 
-/// The same after each answer.
+/// The same state after each answer.
 inline ExpectedState always(const char* widget, const QString& state) { return {widget, state, state, state}; }
 
 // Rows of single pages.

@@ -78,7 +78,7 @@ constexpr Table kFlashTable{"BN_Apply_ReadFlashEDID", "AT_EDID_Flash_Get_table",
 constexpr Table kDdcTable{"BN_Apply_Read_DDC_EDID", "AT_EDID_DDC_Get_RX_table", "Read DDC EDID...[fail]"};
 
 /// Saves a table.
-/// @param before what the operator does first
+/// @param before the operator's first actions
 Control saving(const char* name, const Table& table, const QString& arguments, int size,
                const QVector<Action>& before = {}, const States& moved = {}) {
   return {
@@ -89,7 +89,7 @@ Control saving(const char* name, const Table& table, const QString& arguments, i
                  .failure = message(table.failure),
                  .shown = {{kSavedFile, QStringLiteral("%1 bytes").arg(size),
                             QStringLiteral("%1 bytes of FF").arg(size), QStringLiteral("%1 bytes of 00").arg(size)}}}},
-      // There, and empty, before the device is asked.
+      // The file exists, still empty, before the device is asked.
       .moved = moved + States{{kSavedFile, "0 bytes"}}};
 }
 

@@ -98,7 +98,7 @@ QVector<Control> sessionControls() {
        .calls = unopened,
        .connected = false,
        .failsBefore = "openPort"},
-      // The open session is with the first model; the other one is not plugged in.
+      // The open session belongs to the first model; the other one is not plugged in.
       {.name = "CB_DeviceType",
        .actions = {choose("CB_DeviceType", "KVR-5B"), click("BN_Connect")},
        .calls = otherModel,
@@ -177,7 +177,7 @@ QVector<Control> identityControls() {
   };
 }
 
-/// The controls for updates, which stand on both System pages.
+/// The update controls, which are on both System pages.
 QVector<Control> updateControls(const char* browseMcu, const char* applyMcu, const char* mcuPath,
                                 const char* browseCapture, const char* applyCapture, const char* capturePath) {
   const States mcu{{"lineEdit_ExtMcu_Path", "DIR/mcu.bin"}, {"lineEdit_ExtMcu_Path_QX", "DIR/mcu.bin"}};

@@ -5,15 +5,14 @@
 #include <QStringList>
 #include <QVector>
 
-/// The one list of the window's controls: for each, what an operator does with it,
-/// the library calls that follow, and how the window changes when each call fails
-/// or succeeds. Only data: every_control_test works each control once, the fault
-/// matrix once per fault.
+/// The list of the window's controls: for each, the operator's actions, the resulting
+/// library calls, and how the window changes when each call succeeds or fails. Data
+/// only: every_control_test operates each control once, the fault matrix once per fault.
 namespace control_table {
 
 /// A widget and its state in the notation of `WindowState`: a text, "on" or "off", a
-/// number, the chosen row's text. kSavedFile stands for the file that a control
-/// writes, "DIR" for the folder of the test's files.
+/// number, the selected row's text. kSavedFile is the file that a control writes, "DIR"
+/// the folder of the test's files.
 struct State {
   const char* widget;
   QString state;
@@ -22,8 +21,8 @@ using States = QVector<State>;
 
 inline constexpr char kSavedFile[] = "(saved file)";
 
-/// A widget's state after a successful call, by what the call wrote: the device's
-/// own answer, only bytes of 0xFF, or nothing. A null text means unchanged.
+/// A widget's state after a successful call that wrote the device's own answer, only
+/// bytes of 0xFF, or nothing. A null text means unchanged.
 struct ExpectedState {
   const char* widget;
   QString device;
@@ -38,10 +37,10 @@ struct Call {
   const char* operation;
   /// In the journal's notation, for a newly opened window and the default device.
   QString arguments = {};
-  /// If the call fails: with any status but 0, unless it returns a length.
+  /// If the call fails, that is, returns any status but 0 (unless it returns a length).
   Then then = Then::kStops;
   States failure = {};
-  /// Call that follows a failure; without arguments.
+  /// Call made after a failure; without arguments.
   const char* cleanUp = nullptr;
   /// If the call succeeds.
   QVector<ExpectedState> shown = {};
@@ -51,7 +50,7 @@ struct Call {
   bool nextIsRefused = false;
   /// Fails on a healthy device, too.
   bool failsAnyway = false;
-  /// Answers after which the next call of the list is made.
+  /// Answers after which the next call in the list is made.
   struct Answers {
     bool device = true;
     bool ones = true;
@@ -96,11 +95,11 @@ struct Control {
 /// All controls of the window, including those that make no calls.
 QVector<Control> controls();
 
-/// States before a fault of the widgets that show answers. Where possible they differ
-/// from the device's answer and from every made-up answer. Labels get texts of their own.
+/// States, before a fault, of the widgets that show answers. Where possible they differ
+/// from the device's answer and from every made-up answer. Each label has its own text.
 extern const States kInitialState;
 
-/// Content of the board's EEPROM from address 0x10 on before a fault. GPIO pin 13 of
+/// Content of the board's EEPROM from address 0x10 before a fault. GPIO pin 13 of
 /// group 1 reads 42.
 extern const QByteArray kRegister;
 

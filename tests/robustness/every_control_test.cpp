@@ -16,7 +16,7 @@ using control_table::Outcome;
 
 namespace {
 
-/// Works a control of a newly opened window on the default device.
+/// Operates a control of a newly opened window on the default device.
 Outcome work(const Control& control) {
   ControlFixture fixture(control.connected);
   WindowState given;

@@ -6,14 +6,14 @@
 
 namespace control_table {
 
-/// What the table expects of a run.
+/// What the table expects from a run.
 struct Expectation {
   WindowState state;
   QStringList operations;
   QStringList calls;  ///< with arguments, valid for a run without a fault
 };
 
-/// Derives from the table what is expected of a run.
+/// Derives the expectation for a run from the table.
 /// @param before state of the window before the run
 /// @param place  index of the call with the fault; -1 for none
 /// @param called if given, set to that call; unchanged for a clean-up call

@@ -49,19 +49,19 @@ class FaultMatrixTest : public QObject {
   }
 
  private:
-  // Made once, because making them finds the calls.
+  // Created once, because their construction finds the calls.
   std::vector<std::unique_ptr<ControlRuns>> controls_;
   std::vector<std::unique_ptr<UpgradeRuns>> upgrades_;
   QSet<QString> operations_;
   int places_ = 0;
   int breaches_ = 0;
-  // Slow builds run a share of the rows, chosen by the seed.
+  // Slow builds run only some of the rows, chosen by the seed.
   bool hasShare_ = false;
   const int share_ = qEnvironmentVariableIntValue("PELLAVOX_MATRIX_SHARE", &hasShare_);
   const int seed_ = qEnvironmentVariableIntValue("PELLAVOX_MATRIX_SEED");
   std::mt19937 random_{static_cast<std::mt19937::result_type>(seed_)};
   bool isChosen() { return !hasShare_ || static_cast<int>(random_() % 100) < share_; }
-  std::map<std::string, int> rows_;  // by what is done to the call
+  std::map<std::string, int> rows_;  // by kind of fault
 
   static const char* kindOf(const Fault& fault) {
     switch (fault.kind) {
@@ -193,14 +193,14 @@ class FaultMatrixTest : public QObject {
     QCOMPARE(operations_.size(), 44);
   }
 
-  // Windows must go before the application object.
+  // The windows must be destroyed before the application object.
   void cleanupTestCase() {
     controls_.clear();
     upgrades_.clear();
   }
 };
 
-/// As QTEST_MAIN, with the counts as the last lines.
+/// Like QTEST_MAIN, but prints the counts at the end.
 int main(int argc, char* argv[]) {
   const QApplication application(argc, argv);
   QTEST_SET_MAIN_SOURCE_PATH

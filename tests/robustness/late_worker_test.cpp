@@ -14,14 +14,14 @@
 
 namespace {
 
-/// A worker whose thread comes late: it is made when the user presses the button,
-/// and its work begins when the test says so.
+/// A worker whose thread starts late: it is created when the user presses the button
+/// and begins its work when the test says so.
 template <typename Worker>
 class LateWorker : public Worker {
  public:
   using Worker::Worker;
 
-  /// Does the work on a thread of its own, to its end.
+  /// Runs the work to its end on a separate thread.
   void runNow() {
     std::thread([this] { Worker::run(); }).join();
   }
@@ -33,8 +33,8 @@ bool hasFlashed(const std::vector<std::uint8_t>& flash, char byte) {
 
 }  // namespace
 
-/// What a worker sends was settled when it was made, whatever became of the
-/// window until its thread came to run.
+/// What a worker sends is fixed at its creation, whatever happens to the window before
+/// its thread runs.
 class LateWorkerTest : public WindowTest {
   Q_OBJECT
 

@@ -14,7 +14,7 @@ namespace {
 constexpr int kTimes = 100;
 constexpr long kMostPerOperation = 64;  // bytes
 
-// What has been allocated and not freed, in bytes.
+// Bytes allocated and not freed.
 long heapBytes() {
   const struct mallinfo2 info = mallinfo2();
   return static_cast<long>(info.uordblks + info.hblkhd);
@@ -24,14 +24,14 @@ void quiet(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QStr
 
 }  // namespace
 
-/// Memory that each kind of operation leaves behind, by itself: a few bytes lost
-/// at each press would drown in the sum over a long mixed run.
+/// Memory that each kind of operation leaves behind, measured separately: a few bytes
+/// per press would go unnoticed in a long mixed run.
 class LeakTest : public WindowTest {
   Q_OBJECT
 
  private slots:
   void initTestCase() {
-    mallopt(M_ARENA_MAX, 1);  // what threads free counts, too
+    mallopt(M_ARENA_MAX, 1);  // so that memory freed by threads counts, too
     QPixmapCache::setCacheLimit(0);
     sleeps::replaceBy([](std::chrono::milliseconds time) { simulator::advanceTime(time); });
   }
@@ -73,9 +73,8 @@ class LeakTest : public WindowTest {
     choose("BN_Browse_Cap_QX", files().path("kvr-7.img"));
     choose("BN_Browse_ExtMCU_QX", files().path("256.bin"));
     const QString path = file.isEmpty() ? QString() : files().path(file);
-    repeat(button, path, 20);  // what is made once has been made
-    // What an operation loses, it loses each time; a cache or a thread that ends late
-    // shows once.
+    repeat(button, path, 20);  // one-time allocations are done after this
+    // A leak recurs in every measurement; a cache or a thread that ends late does not.
     constexpr int kMeasures = 3;
     long left = kTimes * kMostPerOperation;
     for (int i = 0; i < kMeasures && left >= kTimes * kMostPerOperation; ++i) {
@@ -94,7 +93,7 @@ class LeakTest : public WindowTest {
     user.click(button);
   }
 
-  // Without timers, which would stay in memory until they are due.
+  // Uses no timers, which would stay in memory until they expire.
   void waitForAllWorkers() const {
     const QDeadlineTimer patience(kPatienceMs);
     while (!workers().isEmpty() && !patience.hasExpired()) {
@@ -107,7 +106,7 @@ class LeakTest : public WindowTest {
   void repeat(const QString& button, const QString& path, int times) const {
     const bool isConnect = button == "BN_Connect";
     for (int i = 0; i < times; ++i) {
-      if (isConnect) {  // to the same device, it would do nothing
+      if (isConnect) {  // a second press for the same device does nothing
         user.choose("CB_DeviceType", i % 2 == 0 ? "KVR-5B" : "KVR-7");
       }
       choose(button, path);
@@ -116,7 +115,7 @@ class LeakTest : public WindowTest {
       }
       QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
       QCoreApplication::processEvents();
-      simulator::advanceTime(std::chrono::seconds(3));  // past a reboot
+      simulator::advanceTime(std::chrono::seconds(3));  // longer than a reboot
       simulator::clearJournal();
     }
   }

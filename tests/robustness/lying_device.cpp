@@ -1,7 +1,7 @@
 /// @file
 /// Runs every job of the program many times with a lying device and counts the
-/// outcomes. Jobs run in separate processes, so that a crash or a hang is counted and
-/// does not end the run.
+/// outcomes. Jobs run in separate processes, so that a crash or a hang is counted
+/// instead of ending the run.
 #include "tests/robustness/lying_jobs.h"
 
 #include <QApplication>
@@ -33,7 +33,7 @@ constexpr int kSilenceMs = 30'000;
 
 struct Column {
   Outcome outcome;
-  const char* word;  // between the two processes
+  const char* word;  // used between the two processes
   const char* title;
   bool isBreach;
 };
@@ -47,7 +47,7 @@ constexpr std::array<Column, 6> kColumns{{{Outcome::kHonestSuccess, "success", "
 
 const Column& columnOf(Outcome outcome) { return kColumns.at(static_cast<std::size_t>(outcome)); }
 
-/// The place of a job in a run.
+/// Position of a job in a run.
 struct Place {
   std::uint32_t number = 0;
   std::size_t job = 0;
@@ -55,10 +55,10 @@ struct Place {
   Place next(std::size_t jobs) const { return job + 1 < jobs ? Place{number, job + 1} : Place{number + 1, 0}; }
 };
 
-/// The worker process: runs `count` numbers from a place on and prints a line per
-/// job: number, job, outcome and reason.
+/// The worker process: runs `count` numbers from this place and prints one line per job:
+/// number, job, outcome and reason.
 int work(std::uint32_t seed, Place place, std::uint32_t count) {
-  // The program's debug output is of no use here.
+  // Suppresses the program's debug output.
   qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
     if (type != QtDebugMsg) {
       std::fprintf(stderr, "%s\n", qPrintable(text));
@@ -217,7 +217,7 @@ int main(int argc, char* argv[]) try {
     std::fprintf(stderr, "usage: %s COUNT SEED\n", argv[0]);
     return 2;
   }
-  // Otherwise each worker would complain that there is none.
+  // Otherwise each worker would warn that there is none.
   const QTemporaryDir runtimeDirectory;
   if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
     qputenv("XDG_RUNTIME_DIR", runtimeDirectory.path().toUtf8());

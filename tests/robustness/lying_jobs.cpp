@@ -160,7 +160,7 @@ Verdict LyingJobs::JobWindow::chooseOther(SeededRandom& random, const QString& c
                                           const Rules& rules) {
   openDevice();
   auto& box = user.widget<QComboBox>(comboBox);
-  // A row that neither the box shows nor the device has.
+  // A row that is neither selected nor set in the device.
   int row = static_cast<int>(random.below(static_cast<std::uint32_t>(box.count())));
   while (row == box.currentIndex() || row == 0) {
     row = (row + 1) % box.count();
@@ -207,7 +207,7 @@ LyingJobs::LyingJobs() : window_(std::make_unique<JobWindow>()), readWindow_(std
   sleeps::replaceBy([](std::chrono::milliseconds time) {
     simulator::advanceTime(time);
     if (simulator::now() > kForEver) {
-      std::_Exit(kHangExitCode);  // its worker would never end
+      std::_Exit(kHangExitCode);  // the worker would never end
     }
   });
 }

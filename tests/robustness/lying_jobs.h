@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-/// Jobs done through the window with a lying device, and their outcomes.
+/// Jobs done in the window with a lying device, and their outcomes.
 namespace lying {
 
 enum class Outcome {
-  kHonestSuccess,      ///< success shown, the device holds what was asked
+  kHonestSuccess,      ///< success shown, and the device holds what was requested
   kHonestFailure,      ///< no success shown, the device does not hold it
   kFailureThoughDone,  ///< no success shown, yet the device holds it
   kFalseSuccess,       ///< success shown, the device does not hold it, but the program could not know
-  kHang,               ///< took more time on the device's clock, or more calls, than the job ever may
+  kHang,               ///< took more device time or more calls than the job ever may
   kBreach,             ///< the program could have known, or broke its own rules
 };
 

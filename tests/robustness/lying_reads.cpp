@@ -131,7 +131,7 @@ QStringList LyingJobs::JobWindow::readEverything() {
     const bool failed = std::any_of(first, calls.end(), [](const JournalEntry& entry) {
       return entry.result != 0 && entry.operation.find("_Set_") == std::string::npos;
     });
-    // A message appears if and only if something could not be read.
+    // A failure message appears if and only if something could not be read.
     failuresAreTold_ &= failed == user.message().contains(QRegularExpression("fail|Error"));
     shown << user.message();
   }

@@ -87,7 +87,7 @@ DrawnFaults drawFaults(SeededRandom& random, unsigned transfers) {
     const unsigned wanted = random.oneOf({0U, 0U, 200U, 1000U, 5000U}) / transfers;
     return some ? std::min(wanted, 500U) : 0;
   };
-  // The order of the calls decides what comes of a seed.
+  // The order of these calls determines the outcome of a seed.
   const unsigned misread = rate();
   const unsigned damage = rate();
   const unsigned shortRead = rate();

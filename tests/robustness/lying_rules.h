@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-/// What a job may change, what was seen of it, and how that is judged.
+/// What a job may change, what was observed, and how that is judged.
 namespace lying {
 
 using simulator::FaultEffect;
@@ -29,7 +29,7 @@ inline constexpr std::size_t kSensorRegisters = 4;
 inline constexpr std::size_t kEdidSlots = 7;
 inline constexpr std::size_t kEdidSize = 512;
 
-/// Everything that the device keeps and a job could change.
+/// All stored state of the device that a job could change.
 struct Memory {
   Bytes mcuFlash;
   bool mcuRunsApplication = true;
@@ -73,18 +73,18 @@ struct Rules {
   std::chrono::milliseconds longest = std::chrono::seconds(1);
 };
 
-/// Compares what was reported with what is true.
+/// Compares the reported result with the true one.
 /// @param reason explanation of a false success
 Verdict weigh(const Seen& seen, bool reported, bool done, const std::string& reason);
 
 std::string reasonOfWrite(const Seen& seen);
 
-/// Judges a job that consists of one library call, whose status decides the text.
+/// Judges a job of a single library call, whose status decides the text.
 Verdict judgeWrite(const Seen& seen, const Rules& rules, const QString& message, const Memory& asked);
 
 std::string reasonOfRead(const Seen& seen);
 
-/// Faults of transfers, and the seed that they are drawn by.
+/// Transfer faults and the seed of their random draw.
 struct DrawnFaults {
   std::vector<simulator::Fault> faults;
   std::uint64_t seed;

@@ -19,8 +19,8 @@ namespace {
 
 constexpr char kUpgradeStart[] = "BN_Apply_ExtMCU_QX";
 
-/// While it lives, the locale's 8-bit encoding is Latin-1, as on many Windows
-/// systems and old ones of other kinds.
+/// During its lifetime the locale's 8-bit encoding is Latin-1, as on many Windows and
+/// older other systems.
 class Latin1Locale {
  public:
   Latin1Locale() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1")); }
@@ -31,8 +31,8 @@ class Latin1Locale {
   QTextCodec* before_ = QTextCodec::codecForLocale();
 };
 
-/// Writes a file under the name that the device library is told, which is UTF-8
-/// whatever the locale.
+/// Writes a file under the name that the device library gets, which is UTF-8 in any
+/// locale.
 void writeForTheLibrary(const QString& path, const QByteArray& content) {
 #if defined(Q_OS_UNIX)
   const int file = ::open(path.toUtf8().constData(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -53,8 +53,7 @@ bool startsWith(const std::vector<std::uint8_t>& bytes, const QByteArray& conten
 
 }  // namespace
 
-/// Files that are not what the window hopes for: it neither waits for ever nor
-/// sends what it should not.
+/// Unusual files: the window neither waits for ever nor sends what it should not.
 class OddFilesTest : public WindowTest {
   Q_OBJECT
 
@@ -68,7 +67,7 @@ class OddFilesTest : public WindowTest {
     expectNoImage();
   }
 
-#if defined(Q_OS_LINUX)  // only there is a file that claims to be empty and goes on for ever
+#if defined(Q_OS_LINUX)  // only Linux has endless files that claim to be empty
   void aFileWithoutEndIsNoMcuImage() {
     connectDevice();
     choose("BN_Browse_ExtMCU_QX", files().write("good.bin", QByteArray(500, 'g')));
@@ -88,7 +87,7 @@ class OddFilesTest : public WindowTest {
   }
 #endif
 
-#if defined(Q_OS_UNIX)  // Windows' pipes and devices have no place among the files
+#if defined(Q_OS_UNIX)  // Windows keeps pipes and devices out of the file system
   void anEdidIsSavedIntoFilesOnly_data() {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<bool>("isSaved");
@@ -106,7 +105,7 @@ class OddFilesTest : public WindowTest {
     QFETCH(bool, isSaved);
     const QString pipe = files().path("pipe");
     QVERIFY(::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
-    // Somebody reads, so that a program that writes into it does not wait.
+    // With a reader, a program that writes into the pipe would not block.
     const int reader = ::open(QFile::encodeName(pipe).constData(), O_RDONLY | O_NONBLOCK);
     QVERIFY(QFile::link(pipe, files().path("link")));
     QVERIFY(QFile::link(files().write("file", "old"), files().path("filelink")));
@@ -149,7 +148,7 @@ class OddFilesTest : public WindowTest {
     const Latin1Locale locale;
     const QString path = files().path(QString::fromUtf8("Gerät.img"));
     const QByteArray image = QByteArray(5000, 'x') + "KVR-7";
-    writeFile(path, QByteArray(5000, 'y') + "KVR-7");  // where the window itself looks
+    writeFile(path, QByteArray(5000, 'y') + "KVR-7");  // where the window itself looks for the file
     writeForTheLibrary(path, image);
     connectDevice();
     choose("BN_Browse_Cap_QX", path);

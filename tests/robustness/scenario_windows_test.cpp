@@ -11,8 +11,8 @@
 
 using namespace std::chrono_literals;
 
-/// What the window shows of each scenario that is shipped: Connect succeeds, and then
-/// comes what the scenario's description says.
+/// What the window shows with each shipped scenario: Connect succeeds, then whatever
+/// the scenario's description says.
 class ScenarioWindowsTest : public WindowTest {
   Q_OBJECT
 
@@ -21,7 +21,7 @@ class ScenarioWindowsTest : public WindowTest {
     user.click("BN_Connect");
   }
 
-  // A session with the same ids is kept, so another model comes between.
+  // Connect keeps a session with the same ids, so select another model in between.
   void connectAnew() const {
     chooseModelAndConnect("KVR-5B");
     chooseModelAndConnect("KVR-7");
@@ -46,7 +46,7 @@ class ScenarioWindowsTest : public WindowTest {
     return waitForWorker(startWorker("BN_Apply_CapMCU_QX")) ? user.message() : "the worker does not end";
   }
 
-  // One for each file; the device is connected.
+  // One function for each file; the device is connected.
   void absurdAnswers() {
     QCOMPARE(user.text("label_IProduct"), "ABC");
     QCOMPARE(readReceiver(), "HdmiRX_GetRawTimingInfo  [OK]");

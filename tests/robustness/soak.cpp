@@ -51,7 +51,7 @@ long entriesOf(const char* directory) {
   return static_cast<long>(QDir(QLatin1String(directory)).entryList(QDir::AllEntries | QDir::System).size());
 }
 
-// Allocated and not freed.
+// Allocated and not freed, in KiB.
 long heapKiB() {
 #if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
   const struct mallinfo2 info = mallinfo2();
@@ -103,7 +103,7 @@ Measure Soak::measure() {
   measure.heapKiB = heapKiB();
   measure.undoKiB -= measure.heapKiB;
 #if defined(__GLIBC__)
-  malloc_trim(0);  // returns free memory to the system first
+  malloc_trim(0);  // so that free memory does not count
 #endif
   measure.residentKiB = residentKiB();
   measure.files = entriesOf("/proc/self/fd");
@@ -267,7 +267,7 @@ void Soak::changeSignal() {
   try {
     simulator::feedSignal(chance(50) ? Input::kHdmi : Input::kDp, oneOf(names));
   } catch (const std::invalid_argument&) {
-    // The input does not carry this signal; nothing has changed.
+    // This input cannot carry the signal; nothing has changed.
   }
 }
 
@@ -295,7 +295,7 @@ QString Soak::someFile(bool isImage) {
   static const QStringList images{"kvr-7.img", "kvr-7.img", "kvr-5.img", "other.img", "empty.img", "gone.img"};
   static const QStringList others{"1.bin",    "127.bin",   "256.bin",  "1025.bin",
                                   "6000.bin", "empty.bin", "gone.bin", "folder.bin"};
-  // Now and then the user cancels.
+  // Sometimes the user cancels.
   return chance(10) ? QString() : files().path(oneOf(isImage ? images : others));
 }
 

@@ -25,7 +25,7 @@ struct Measure {
   long objects = 0;
 };
 
-/// Drives one window with everything that a user and a device may do.
+/// Drives one window through everything that a user and a device may do.
 class Soak : private WindowFixture {
  public:
   explicit Soak(unsigned seed);
@@ -44,7 +44,7 @@ class Soak : private WindowFixture {
   /// grows with every key.
   Measure measure();
 
-  // A worker has ended before the system has taken its thread away.
+  // A worker ends slightly before the system removes its thread.
   long remainingThreads();
 
   /// Whether a mouse click on a visible button shows the device's value within one turn
@@ -66,7 +66,7 @@ class Soak : private WindowFixture {
   void findControls();
   void writeFiles() const;
   void connectAs(const QString& type);
-  // A new device has an empty journal, which otherwise would keep growing.
+  // A new device has an empty journal, which would otherwise keep growing.
   void newDevice();
   void settle();
   void pressButton();
@@ -76,13 +76,13 @@ class Soak : private WindowFixture {
   void pullOrPlug();
   void changeSignal();
   void passTime() { simulator::advanceTime(std::chrono::milliseconds(below(3000))); }
-  // Affects one of the next calls; they are counted from the device's start.
+  // Affects one of an operation's first 20 calls, counted from the device's start.
   void misbehave();
   void answerDialog(const QString& button, const QString& path);
   QString someFile(bool isImage);
   void loadFile();
   void saveFile();
-  // Sometimes runs alongside others, sometimes alone to its end.
+  // The worker runs alongside others, or alone to its end.
   void startWorker(const QString& button);
   void upgrade() { startWorker(chance(50) ? "BN_Apply_ExtMCU" : "BN_Apply_ExtMCU_QX"); }
   void burn();

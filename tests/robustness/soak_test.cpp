@@ -49,8 +49,8 @@ int main(int argc, char* argv[]) try {
   mallopt(M_ARENA_MAX, 1);
 #endif
   const QApplication application(argc, argv);
-  // Would grow to 10 MiB, mostly with icons of file dialogs, and keeps the names of
-  // dropped pictures for half a minute.
+  // The cache would grow to 10 MiB, mostly with file dialog icons, and keeps the names
+  // of dropped pictures for half a minute.
   QPixmapCache::setCacheLimit(0);
   const unsigned long count = argc == 3 ? std::strtoul(argv[1], nullptr, 10) : 0;
   const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0;

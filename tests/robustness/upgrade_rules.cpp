@@ -88,7 +88,7 @@ Findings check(const std::vector<JournalEntry>& journal, const std::vector<Trans
   };
   std::vector<std::string> uncertain;
   std::optional<Packet> packet;       // sent last, not yet checked
-  Status status = Status::kNotAsked;  // as the boot loader told it since the last check
+  Status status = Status::kNotAsked;  // as reported by the boot loader since the last check
   std::uint8_t acceptedCommand = 0;   // of the last check
   for (std::size_t i = 0; i < transfers.size(); ++i) {
     const Transfer& transfer = transfers[i];

@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
-/// Checks an upgrade of the external MCU against the protocol's rules, given the
-/// answers that the program got.
+/// Checks an external MCU upgrade against the protocol's rules, given the answers that
+/// the program got.
 namespace upgrade_rules {
 
 struct Findings {
   /// What the program did although the answers forbade it; empty = nothing.
   std::string breach;
-  /// Why the program accepted packets that the boot loader did not take as sent. Each
-  /// reason once, in order of appearance.
+  /// Why the program accepted packets that the boot loader did not take as sent; each
+  /// reason once, in order of first appearance.
   std::vector<std::string> reasons;
 };
 

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Read by the tests of the scripts: a world of their own in a scratch folder, with a
-# copy of the scripts and with stand-ins for the tools that would install or build.
+# Sourced by the script tests: makes a scratch folder with a copy of the scripts and
+# with stand-ins for the tools that would install or build.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 world=$(mktemp -d)
@@ -24,18 +24,18 @@ tool() {
   chmod +x "$world/tools/$1"
 }
 
-# Everything is installed; nothing may be.
+# Everything counts as installed; nothing may be installed.
 tool dpkg-query <<<'echo "install ok installed"'
 tool apt-get <<<'exit 100'
 tool sudo <<<'exec "$@"'
 tool ctest </dev/null
-# A virtual display is the run itself.
+# The virtual display just runs the command.
 tool xvfb-run <<<'while [[ $1 == -* ]]; do [[ $1 == -s ]] && shift; shift; done; exec "$@"'
 tool c++ <<<'echo "${COMPILER_VERSION:-12 2 0}"'
 tool other-c++ <<<'echo "14 0 6"'
 
-# Configures and builds as far as the scripts can tell. With BUILT_PROGRAMS, a folder of
-# programs is what it has built.
+# Configures and builds as far as the scripts can tell. BUILT_PROGRAMS is the folder of
+# the programs that it pretends to build.
 tool cmake <<'END'
 if [[ $1 == --version ]]; then
   echo "cmake version ${CMAKE_IS:-3.25.1}"

@@ -76,7 +76,7 @@ class ConnectionPageTest : public WindowTest {
     QCOMPARE(user.message(), "set Port...[Fail]");
     QCOMPARE(selectedPid, 0x6B02U);
 
-    // No session is open any more, so there is nothing to close next time.
+    // The session is no longer open, so there is nothing to close next time.
     user.choose("CB_DeviceType", "KVR-7");
     simulator::clearJournal();
     user.click("BN_Connect");
@@ -161,7 +161,7 @@ class ConnectionPageTest : public WindowTest {
     QCOMPARE(user.text("label_IManufacturer"), emptied == "label_IManufacturer" ? "" : "Orvenhal");
     QCOMPARE(user.text("label_IProduct"), emptied == "label_IProduct" ? "" : "KVR-7 HDMI");
 
-    // Connected nevertheless: a read reaches the device.
+    // It is connected all the same: a read reaches the device.
     simulator::clearJournal();
     user.click("BN_Info_Read");
     QCOMPARE(journalOperations(), QStringList{"AT_HdmiRX_GetRawTimingInfo"});

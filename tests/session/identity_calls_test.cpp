@@ -35,7 +35,7 @@ class IdentityCallsTest : public QObject {
     QCOMPARE(session::readProduct()->text, QString::fromLatin1("\xC3\xA4"));
   }
 
-  // Believed as little as any other: it neither lengthens nor shortens the name.
+  // The length is not trusted: it neither lengthens nor shortens the name.
   void theLengthOfANameIsPassedOnAsReported() {
     simulator::answerCall("AT_Get_UVC_Name", 1, 0, {'n', 'a', 'm', 'e'}, 0xFFFFFFFF);
     const auto name = session::readUvcName();

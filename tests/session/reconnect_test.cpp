@@ -3,7 +3,7 @@
 
 #include <QTest>
 
-/// Connect with other ids than those of the open session, one of the two or both.
+/// Connect with ids that differ from the open session's in one or both values.
 class ReconnectTest : public WindowTest {
   Q_OBJECT
 

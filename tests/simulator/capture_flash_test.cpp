@@ -25,7 +25,7 @@ std::vector<float>& progress() {
 
 }  // namespace
 
-/// Burns of the simulated device, and the files that they read.
+/// Burns on the simulated device, and the files that they read.
 class SimulatorCaptureFlashTest : public QObject {
   Q_OBJECT
 

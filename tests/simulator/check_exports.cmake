@@ -1,5 +1,5 @@
-# Fails unless the library exports exactly the operations of the one list
-# and the functions that the control header declares.
+# Fails unless the library exports exactly the listed operations and the functions
+# declared in the control header.
 include(${CMAKE_CURRENT_LIST_DIR}/../../cmake/Operations.cmake)
 read_operations(operations ${operations_file})
 

@@ -15,7 +15,7 @@ namespace {
 
 using simulator::Input;
 
-/// What the pages say of the input, each read anew.
+/// What the pages show about the input, each newly read.
 struct Story {
   QString receiver;  ///< for example "progressive 1920x1080@60 RGB 8bit limit SDR HDMI 1.4/2.0"
   QString uvc;       ///< for example "YUYV 1920x1080@60"
@@ -49,7 +49,7 @@ bool sinkAnswers() {
   return AT_EDID_Get_TX_table(static_cast<std::uint32_t>(edid.size()), edid.data()) == 0;
 }
 
-/// Where two pages contradict each other, or empty.
+/// Describes where two pages contradict each other; empty = nowhere.
 QString contradiction(const WindowDriver& user) {
   const Story story = readEveryPage(user);
   const auto number = [&](const char* label) { return user.text(label).toDouble(); };
@@ -81,7 +81,7 @@ QString contradiction(const WindowDriver& user) {
     return "sink: " + story.sink;
   }
   if (hasPicture) {
-    // The numbers of the timing among themselves.
+    // The timing's numbers must agree with each other.
     const double fields = user.text("label_SCAN") == "interlace" ? 2 : 1;
     const double pixelsPerSecond =
         number("label_HTotal") * number("label_VTotal") * number("label_VFreq") / 100 / fields;
@@ -217,7 +217,7 @@ class ConsistencyTest : public WindowTest {
     QCOMPARE(gone.audio, "No Audio No Audio");
     QCOMPARE(gone.source, "HDMI");
     QCOMPARE(gone.sink, "Active");
-    // DP has a hot-plug line of its own.
+    // DP has its own hot-plug line.
     user.click("RB_Src_DP");
     QCOMPARE(readEveryPage(user).uvc, "NV12 2560x1440@143");
     user.click("RB_Src_HDMI");
@@ -339,7 +339,7 @@ class ConsistencyTest : public WindowTest {
           try {
             simulator::feedSignal(below(2) == 0 ? Input::kHdmi : Input::kDp, names[below(names.size())]);
           } catch (const std::invalid_argument&) {
-            // The input does not carry it: nothing has changed.
+            // This input cannot carry the signal; nothing has changed.
           }
       }
       const QString found = contradiction(user);

@@ -15,7 +15,7 @@ void open(const char* scenario = "{}") {
   openDefaultDevice();
 }
 
-/// What a read of one byte gives; -1 when it fails.
+/// The byte that a read returns; -1 if it fails.
 template <typename Read>
 int byteOf(Read read) {
   std::uint8_t byte = 0xA5;

@@ -38,8 +38,8 @@ void waitUntilReady() {
   }
 }
 
-// Sends a packet and says whether the boot loader shows its checksum; then
-// waits for it.
+// Sends a packet and waits for the boot loader. Returns whether the checksum read
+// back matched.
 bool taken(const QByteArray& bytes) {
   write(0x43, bytes);
   const bool matches = read(0x43, 0x02) == static_cast<unsigned char>(bytes.back());
@@ -85,7 +85,7 @@ class ExternalMcuTest : public QObject {
     QVERIFY(!ready());
     simulator::advanceTime(20ms);
     QVERIFY(ready());
-    // Nothing was lost: with the power cut, the application comes back.
+    // Nothing was lost: after a power cut, the application runs again.
     simulator::unplug();
     simulator::replug();
     QCOMPARE(read(0x0D, 0x02), 0x12);
@@ -96,7 +96,7 @@ class ExternalMcuTest : public QObject {
     QVERIFY(taken(packet(0xA1)));
     QVERIFY(write(0x43, addressPacket(kFirst)));
     QVERIFY(!ready());
-    // Nothing is acknowledged meanwhile, and the checksum stands.
+    // Nothing is acknowledged meanwhile, and the checksum does not change.
     QVERIFY(!write(0x43, packet(0xA3)));
     QVERIFY(!write(0x43, QByteArray("\x01\x01", 2)));
     QCOMPARE(read(0x43, 0x02), 0x54);
@@ -136,7 +136,7 @@ class ExternalMcuTest : public QObject {
     QVERIFY(blockTaken(kFirst + 1024, 'b'));
     QVERIFY(taken(packet(0xA4)));
     QCOMPARE(flash(0, 2048), QByteArray(1024, 'a') + QByteArray(1024, 'b'));
-    // The rest of the flash is as it was.
+    // The rest of the flash is unchanged.
     QCOMPARE(flash(2048, 1), QByteArray(1, 0x55));
     // It starts after a second of silence on the bus.
     simulator::advanceTime(999ms);
@@ -185,7 +185,7 @@ class ExternalMcuTest : public QObject {
     QVERIFY(taken(addressPacket(kFirst)));
     QVERIFY(!taken(bytes));
     QVERIFY(ready());
-    // It has not counted: exactly sixteen good ones fill the block.
+    // The refused packet did not count: exactly sixteen good ones fill the block.
     for (int i = 0; i < 16; ++i) {
       QVERIFY(taken(packet(0xA3, QByteArray(64, static_cast<char>('A' + i)))));
     }
@@ -194,7 +194,7 @@ class ExternalMcuTest : public QObject {
     QVERIFY(taken(packet(0xA4)));
   }
 
-  // What was refused shows neither the checksum sent nor the one computed.
+  // After a refusal, the checksum read is neither the one sent nor the one computed.
   void aRefusalIsNeverTakenForASuccess() {
     for (int place = 3; place < 68; ++place) {
       for (const int bit : {0, 3, 7}) {
@@ -269,7 +269,7 @@ class ExternalMcuTest : public QObject {
     simulator::replug();
     QCOMPARE(read(0x43, 0x00), 0x32);
     QCOMPARE(flash(0, 1024), QByteArray(512, 'h') + QByteArray(512, '\xFF'));
-    // Its memory is gone.
+    // It has forgotten its progress.
     QVERIFY(!taken(addressPacket(kFirst + 1024)));
   }
 

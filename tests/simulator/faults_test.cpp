@@ -16,7 +16,7 @@ class SimulatorFaultsTest : public QObject {
     simulator::useVirtualTime();
   }
 
-  /// The statuses of that many reads of the input source.
+  /// Reads the input source several times and returns the statuses.
   static QVector<int> readSource(int times) {
     QVector<int> statuses;
     for (int i = 0; i < times; ++i) {
@@ -110,7 +110,7 @@ class SimulatorFaultsTest : public QObject {
     QCOMPARE(scratch.length, std::uint32_t{7});
   }
 
-  // The device has done its part, whatever the operation's kind.
+  // The device has completed the operation, of whatever kind.
   void aLateAnswerIsTheDevicesOwn() {
     const BurnFile file;
     std::chrono::nanoseconds burn{};
@@ -226,7 +226,7 @@ class SimulatorFaultsTest : public QObject {
     simulator::advanceTime(1000ms);
     QCOMPARE(slot(), simulator::kDeviceGone);
     simulator::advanceTime(50ms);
-    // The next unit is there; the port is still the first one's.
+    // The next unit is plugged in, but the port still belongs to the first one.
     QCOMPARE(slot(), simulator::kDeviceGone);
     QCOMPARE(closePort(), simulator::kDeviceGone);
     openDefaultDevice();
@@ -266,12 +266,12 @@ class SimulatorFaultsTest : public QObject {
     simulator::advanceTime(900ms);
     QCOMPARE(AT_EDID_Flash_Set_Default_table(3), 0);
     simulator::advanceTime(900ms);
-    QCOMPARE(readSource(1), (QVector<int>{0}));  // a read is no work
+    QCOMPARE(readSource(1), (QVector<int>{0}));  // reads do not count as work
     simulator::advanceTime(100ms);
     QCOMPARE(readSource(1), (QVector<int>{simulator::kDeviceGone}));
   }
 
-  // A unit's time begins as it is plugged in, and a burn is work all the time.
+  // A unit's idle time starts when it is plugged in, and a burn counts as work throughout.
   void thePlugStaysDuringABurnOfALaterUnit() {
     const BurnFile file;  // of 95 ms
     load(R"({"units": [{}, {"unplugAfterIdleMs": 90}]})");
@@ -283,7 +283,7 @@ class SimulatorFaultsTest : public QObject {
     QCOMPARE(readSource(1), (QVector<int>{0}));
   }
 
-  // The device goes while the call is on its way.
+  // The device disappears during the call.
   void thePlugIsPulledDuringACall() {
     load(R"({"unplugAfterMs": 1000, "latencyMs": 600})");
     openDefaultDevice();

@@ -10,7 +10,7 @@
 #include <functional>
 #include <vector>
 
-/// Everything that an operation can write to, filled with a pattern.
+/// All buffers that an operation can write to, filled with a pattern.
 struct Scratch {
   std::array<std::uint8_t, 512> buffer{};
   std::uint32_t length = 0xA5A5A5A5;
@@ -21,8 +21,7 @@ struct Scratch {
   bool operator==(const Scratch&) const = default;
 };
 
-/// A call of an operation with arguments that a device in its default state
-/// accepts.
+/// A call with arguments that a device in its default state accepts.
 struct OperationCall {
   const char* name;
   std::function<std::int32_t(Scratch&)> run;

@@ -40,7 +40,7 @@ std::int32_t burn(const QString& path) {
 
 }  // namespace
 
-/// Each scenario that is shipped does what its description says.
+/// Each shipped scenario does what its description says.
 class ScenarioFilesTest : public QObject {
   Q_OBJECT
 
@@ -61,7 +61,7 @@ class ScenarioFilesTest : public QObject {
     return file.fileName();
   }
 
-  // One for each file.
+  // One function for each file.
   void absurdAnswers() {
     QCOMPARE(openSession(), 0);
     std::uint8_t product[64] = {};
@@ -96,7 +96,7 @@ class ScenarioFilesTest : public QObject {
       gone += captureVersionStatus() == simulator::kDeviceGone ? 1 : 0;
       simulator::advanceTime(100ms);
     }
-    // Thirty calls of 100 ms, less what the calls themselves take.
+    // Thirty calls 100 ms apart, minus the time of the calls themselves.
     QVERIFY2(gone >= 25 && gone <= 31, qPrintable(QString::number(gone)));
     int failed = 0;
     const std::uint8_t index = 0;
@@ -136,7 +136,7 @@ class ScenarioFilesTest : public QObject {
       QCOMPARE(AT_Audio_Get_DACHP_Mute(&mute), 0);
       kept += mute == i % 2 ? 0 : 1;
     }
-    // Of each pair a third is not as reported: one in ten four times over.
+    // About a third of the pairs is wrong: four kinds of faults at one in ten each.
     QVERIFY2(wrong > 100 && wrong < 260, qPrintable(QString::number(wrong)));
     QVERIFY2(kept > 50 && kept < 200, qPrintable(QString::number(kept)));
   }
@@ -178,7 +178,7 @@ class ScenarioFilesTest : public QObject {
     }
   }
 
-  // Each is pulled once it was let alone; the fourth as its EDID is written.
+  // Each unit is unplugged once it is idle; the fourth while its EDID is written.
   void stationShift() {
     const std::vector<std::uint8_t> table(256);
     for (const char* number : {"FACTORY-1", "FACTORY-2", "FACTORY-3", "FACTORY-4", "FACTORY-5", "FACTORY-6"}) {

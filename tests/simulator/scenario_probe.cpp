@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <initializer_list>
 
-/// Opens whichever model is plugged in and prints what the calls returned and
-/// the capture version.
+/// Opens whichever model is plugged in and prints the calls' results and the capture
+/// version.
 int main() {
   std::printf("initialize %d\n", initialize());
   for (const std::uint32_t productId : {0x6B03U, 0x6B02U}) {

@@ -6,12 +6,12 @@
 #include <QDir>
 #include <QProcess>
 
-// Qt's meta-object compiler loses count of the braces in raw texts with a
-// backslash or a quoted bracket, and then finds no class.
+// Qt's meta-object compiler miscounts braces in raw strings with a backslash or a
+// quoted bracket, and then finds no class.
 // NOLINTBEGIN(modernize-raw-string-literal)
 
-/// How a device comes from a scenario: from a text, from the file that the environment
-/// names, from the examples.
+/// Creating a device from a scenario: from a text, from the file named in the
+/// environment, from the shipped files.
 class SimulatorScenarioStartTest : public QObject {
   Q_OBJECT
 
@@ -22,8 +22,7 @@ class SimulatorScenarioStartTest : public QObject {
     QString errors;
   };
 
-  /// What the probe sees in a process of its own; an empty path leaves the
-  /// variable unset.
+  /// What the probe sees in a separate process; an empty path leaves the variable unset.
   static Probe probe(const QString& path) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -39,7 +38,7 @@ class SimulatorScenarioStartTest : public QObject {
     return {linesOf(process.readAllStandardOutput()), linesOf(process.readAllStandardError())};
   }
 
-  // Windows ends a line by two characters.
+  // Windows ends lines with two characters.
   static QString linesOf(const QByteArray& text) { return QString::fromUtf8(text).replace("\r\n", "\n"); }
 
   QString fileWith(const QByteArray& content, const QString& name = "scenario.json") const {
@@ -89,7 +88,7 @@ class SimulatorScenarioStartTest : public QObject {
   }
 
   void theVariableNamesTheScenario() {
-    // Non-ASCII and blanks, as in a user's own folder.
+    // Non-ASCII characters and blanks, as in a user's folder.
     const QString path =
         fileWith(R"({"model": "KVR-5B", "identity": {"captureVersion": "V9"}})", QString::fromUtf8("mein Gerät.json"));
     const Probe seen = probe(path);
@@ -143,7 +142,7 @@ class SimulatorScenarioStartTest : public QObject {
     QCOMPARE(QString::fromStdString(simulator::loadScenario(file.readAll().toStdString(), "example")), QString());
   }
 
-  // default.json writes out what the device does without a scenario.
+  // default.json spells out the device's defaults.
   void theDefaultExampleIsTheDefaultDevice() {
     const auto readAll = [] {
       simulator::useVirtualTime();

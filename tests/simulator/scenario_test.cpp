@@ -12,8 +12,8 @@ const QString kMcuKeys = "family, version, mode";
 
 }  // namespace
 
-// Qt's meta-object compiler loses count of the braces in raw texts with a
-// backslash or a quoted bracket, and then finds no class.
+// Qt's meta-object compiler miscounts braces in raw strings with a backslash or a
+// quoted bracket, and then finds no class.
 // NOLINTBEGIN(modernize-raw-string-literal)
 class SimulatorScenarioTest : public QObject {
   Q_OBJECT
@@ -132,11 +132,11 @@ class SimulatorScenarioTest : public QObject {
     QFETCH(QString, error);
     const QString text = QString::fromStdString(simulator::loadScenario(json.toStdString(), "my scenario"));
     QCOMPARE(text, "my scenario:" + error);
-    // The device is the default one.
+    // The result is the default device.
     openDefaultDevice();
   }
 
-  // The parser's own words follow; ours are the place and that it is one line.
+  // The parser's own words follow the place, all in one line.
   void badJsonIsNamedWithItsLine_data() {
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<int>("line");
@@ -224,7 +224,7 @@ class SimulatorScenarioTest : public QObject {
     QVERIFY(simulator::loadScenario("[]", "\xF0\x80\x80\xAF").rfind("????:1: ", 0) == 0);
   }
 
-  // A cut character would be no UTF-8.
+  // A truncated character would be invalid UTF-8.
   void aLongLineEndsWithAWholeCharacter() {
     for (const int start : {0, 1, 2}) {
       const QByteArray key = QByteArray(start, 'a') + QByteArray("\xE2\x82\xAC").repeated(1000);
@@ -235,7 +235,7 @@ class SimulatorScenarioTest : public QObject {
     }
   }
 
-  // A file that was written over a longer one, or cut off by a crash.
+  // A crash can leave such zeros, or writing over a longer file.
   void zeroBytesBehindTheTextAreRefused() {
     for (const int count : {1, 2, 4096}) {
       const QByteArray text = QByteArray("{\n}") + QByteArray(count, '\0');
@@ -244,7 +244,7 @@ class SimulatorScenarioTest : public QObject {
     QVERIFY(!simulator::loadScenario(std::string("{}\0 {\"sped\": 1}", 15)).empty());
   }
 
-  // Comparing each key with all before it would take longer by far.
+  // Comparing each key with all previous ones would take far too long.
   void manyKeysAreReadInAMoment() {
     QByteArray json = "{\"x\": {";
     for (int i = 0; i < 160'000; ++i) {

@@ -161,7 +161,7 @@ class SimulatorSessionTest : public QObject {
       QCOMPARE(operation == "closePort" ? closePort() : uninitialize(), status);
       QCOMPARE(initialize(), simulator::kWrongOrder);
     }
-    // A port that nobody tried to close stays.
+    // A port that nobody tried to close stays open.
     openDefaultDevice();
     QCOMPARE(initialize(), simulator::kWrongOrder);
     QCOMPARE(initialize(), simulator::kWrongOrder);

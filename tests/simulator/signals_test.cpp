@@ -6,9 +6,9 @@
 
 namespace {
 
-// The published numbers, typed from the tables of CTA-861-I and VESA DMT; the
-// last row computed by hand with the CVT reduced blanking formulas. Frequencies
-// in the tables' units.
+// Published numbers, copied by hand from the tables of CTA-861-I and VESA DMT; the last
+// row is computed by hand with the CVT reduced blanking formulas. Frequencies in the
+// tables' units.
 struct Published {
   const char* name;
   int hTotal, hActive, hStart, hSync;
@@ -39,8 +39,8 @@ constexpr Published kPublished[] = {
     {"1440p144", 2720, 2560, 112, 32, 1543, 1440, 100, 5, false, 604.25, 222.150, 143.973, 0.0},
 };
 
-// What the receiver's codes say of each signal: mode, depth, space, range,
-// colorimetry, extended colorimetry, HDCP, HDR; then the UVC format.
+// The receiver's codes for each signal: mode, depth, space, range, colorimetry,
+// extended colorimetry, HDCP, HDR; then the UVC format.
 struct Codes {
   const char* name;
   std::array<int, 8> codes;
@@ -121,7 +121,7 @@ class SimulatorSignalsTest : public QObject {
     QCOMPARE(word(0x0E), static_cast<int>(std::lround(published.rateHz * 100)));
     QCOMPARE(word(0x10), static_cast<int>(std::lround(published.lineKHz * 100)));
     QCOMPARE(word(0x1E), static_cast<int>(std::lround(published.tmdsMHz * 100)));
-    // The tables give the clocks of 59.94 Hz formats with three decimals only.
+    // The tables give the clocks of 59.94 Hz formats to three decimals only.
     const double clock = device::readU32le(record, 0x20) / 1024.0;
     QVERIFY2(std::abs(clock - published.pixelMHz) <= 0.001, qPrintable(QString::number(clock)));
     for (std::size_t i = 0x24; i < record.size(); ++i) {
@@ -129,7 +129,7 @@ class SimulatorSignalsTest : public QObject {
     }
   }
 
-  // Independent of any table: a pixel clock fills the frames.
+  // Independent of any table: the pixel clock equals totals times frame rate.
   void theNumbersAgreeWithEachOther_data() { addSignals(kPublished); }
 
   void theNumbersAgreeWithEachOther() {
@@ -179,7 +179,7 @@ class SimulatorSignalsTest : public QObject {
   }
 
   void everyNamedSignalIsTested() {
-    // The message for an unknown name lists all of them.
+    // The message for an unknown name lists all names.
     const QString error = QString::fromStdString(simulator::loadScenario(R"({"signal": "?"})"));
     QStringList names = error.mid(error.indexOf("known here: ") + 12).split(", ");
     QCOMPARE(names.takeFirst(), "none");

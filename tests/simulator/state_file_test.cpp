@@ -11,8 +11,8 @@
 
 namespace {
 
-// Set by the command line: how often a process is killed at a random moment,
-// and how the moments are chosen.
+// From the command line: how often to kill a process at a random moment, and the seed
+// for these moments.
 int kills = 2;
 std::uint32_t seed = 1;
 
@@ -20,11 +20,11 @@ constexpr int kSector = 64 * 1024;
 constexpr int kPiece = 4 * 1024;
 
 struct Run {
-  int exitCode = -1;  // -1: killed, or not ended
+  int exitCode = -1;  // -1: killed, or still running
   QString output;
   QString errors;
 
-  /// What comes behind a word at the beginning of a line.
+  /// The rest of the line that begins with this word.
   QString said(const QString& word) const {
     for (const QString& line : output.split('\n')) {
       if (line.startsWith(word + " ")) {
@@ -45,7 +45,7 @@ QString digestOf(const QByteArray& bytes) {
 
 }  // namespace
 
-// Qt's meta-object compiler loses count of the braces in raw texts.
+// Qt's meta-object compiler miscounts braces in raw strings.
 // NOLINTBEGIN(modernize-raw-string-literal)
 class StateFileTest : public QObject {
   Q_OBJECT
@@ -113,7 +113,7 @@ class StateFileTest : public QObject {
     const QStringList before = fresh.output.split('\n');
     const QStringList after = changed.output.split('\n');
     QCOMPARE(before.size(), after.size());
-    // What "change" does not reach: versions, five slots, both flashes, the MCU, the end.
+    // "change" leaves alone: versions, five slots, both flashes, the MCU, the last line.
     int same = 0;
     for (int i = 0; i < before.size(); ++i) {
       same += before[i] == after[i] ? 1 : 0;
@@ -166,7 +166,7 @@ class StateFileTest : public QObject {
         QCOMPARE(content("small.state"), damaged);
       }
     }
-    // With the file mended, or gone, the next session is the first that works.
+    // Once the file is repaired or removed, the next session works.
     write("small.state", good);
     openDefaultDevice();
     std::array<std::uint8_t, 100> serialNumber{};
@@ -175,7 +175,7 @@ class StateFileTest : public QObject {
     QCOMPARE(reinterpret_cast<const char*>(serialNumber.data()), "SN-43");
   }
 
-  // As a process leaves it that is killed while it writes.
+  // The file as left by a process that was killed while writing.
   void anIncompleteChangeDoesNotCount() {
     const std::string scenario = "{\"stateFile\": \"" + path("small.state").toStdString() + "\"}";
     QCOMPARE(simulator::loadScenario(scenario), std::string());
@@ -265,7 +265,7 @@ class StateFileTest : public QObject {
     QCOMPARE(probe().exitCode, 0);
   }
 
-  // The device keeps its power: the next process finds the MCU where the last one left it.
+  // The device stays powered: the next process finds the MCU where the last one left it.
   void anUpgradeGoesOnInTheNextProcess() {
     useScenario(", \"externalMcu\": {\"family\": \"v\"}");
     const Run whole = probe({"upgrade", "0", "1000"});
@@ -290,7 +290,7 @@ class StateFileTest : public QObject {
     write("image.img", image);
     const int sectors = 3;
     const QByteArray erased(sectors * kSector, '\xFF');
-    // Reports: one at the start, one a sector, one a piece.
+    // Progress reports: one at the start, one per sector, one per piece.
     for (const int report : {1, 2, sectors + 1, sectors + 2, sectors + 20}) {
       QCOMPARE(probe({"burn", path("image.img"), QString::number(report)}).exitCode, -1);
       const Run left = probe();
@@ -311,7 +311,7 @@ class StateFileTest : public QObject {
     QCOMPARE(kept.said("capture flash"), digestOf(expected));
   }
 
-  // Whenever it is: the next process finds a device as it can be.
+  // Whenever the kill happens, the next process finds a device in a valid state.
   void aKillAtAnyMomentLeavesADevice() {
     SeededRandom random{seed};
     QByteArray image("firmware V2.00.01 for KVR-7");
@@ -334,7 +334,7 @@ class StateFileTest : public QObject {
     }
     QCOMPARE(probe({"burn", path("image.img"), "0"}).said("burn"), QStringLiteral("0"));
     QCOMPARE(probe().said("version"), QStringLiteral("0 V2.00.01"));
-    // What was appended over and over has been put together.
+    // Appended changes have been compacted.
     QVERIFY(content("device.state").size() < 4 * image.size());
   }
 

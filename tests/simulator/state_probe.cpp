@@ -1,6 +1,6 @@
 /// @file
-/// Does something with the simulated device in a process of its own, and shows
-/// what the device then holds. Started by state_file_test.
+/// Operates the simulated device in a separate process and prints the device's state
+/// afterwards. Started by state_file_test.
 #include "device/RTICE_SDK_x64.h"
 #include "simulator/control/control.h"
 #include "tests/support/upgrade_reference.h"
@@ -24,7 +24,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Ends as a process that is killed, without any cleaning up.
+/// Ends like a killed process, without any clean-up.
 [[noreturn]] void die() {
 #if defined(_WIN32)
   TerminateProcess(GetCurrentProcess(), 9);
@@ -34,7 +34,7 @@ using Bytes = std::vector<std::uint8_t>;
   std::abort();
 }
 
-/// A number that stands for all the bytes.
+/// A checksum over all the bytes.
 unsigned long long digest(const Bytes& bytes) {
   std::uint64_t hash = 0xCBF29CE484222325ULL;
   for (const std::uint8_t byte : bytes) {
@@ -47,7 +47,7 @@ void showBytes(const char* what, std::int32_t status, const Bytes& bytes) {
   std::printf("%s %d %zu %016llX\n", what, status, bytes.size(), digest(bytes));
 }
 
-/// Reads something into a buffer and shows it.
+/// Reads something into a buffer and prints it.
 template <typename Read>
 void showRead(const char* what, std::size_t size, Read read) {
   Bytes bytes(size);
@@ -94,7 +94,7 @@ void show() {
   std::printf("running %s\n", simulator::mcuRunsApplication() ? "application" : "boot loader");
 }
 
-/// Changes everything that a device keeps.
+/// Changes everything that a device stores.
 void change(const QByteArray& folder) {
   const std::uint8_t source = 1;
   AT_Input_Source_Switch(&source);
@@ -124,7 +124,7 @@ void sendToMcu(std::uint8_t slave, const QByteArray& bytes) {
                                  reinterpret_cast<const std::uint8_t*>(bytes.constData()));
 }
 
-/// The transfers of an upgrade of three blocks, family v.
+/// The transfers of an upgrade with three blocks, family v.
 QVector<std::pair<std::uint8_t, QByteArray>> upgradeTransfers() {
   using upgrade_reference::addressPacket;
   using upgrade_reference::packet;

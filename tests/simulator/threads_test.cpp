@@ -30,13 +30,13 @@ class SimulatorThreadsTest : public QObject {
           for (const OperationCall& operation : operations) {
             Scratch scratch;
             const int status = operation.run(scratch);
-            // Of two burns at a time one is refused, and meanwhile there is no version.
+            // Of two simultaneous burns one is refused, and meanwhile there is no version.
             failures += status < 0 && status != simulator::kBurnRunning && status != simulator::kNoFirmware;
           }
         }
       });
     }
-    // Whoever watches the device at the same time.
+    // Observes the device at the same time.
     for (int i = 0; i < 100; ++i) {
       simulator::advanceTime(std::chrono::milliseconds(1));
       simulator::journal();
@@ -99,7 +99,7 @@ class SimulatorThreadsTest : public QObject {
       simulator::replug();
       simulator::advanceTime(std::chrono::seconds(2));
       if (i % 10 == 0) {
-        // In real time again for a moment, in which a burn must not take seconds.
+        // Briefly back in real time, where a burn must not take seconds.
         simulator::loadScenario(R"({"speedFactor": 1000000})");
       }
     }

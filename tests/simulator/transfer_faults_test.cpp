@@ -20,7 +20,7 @@ std::int32_t send(const Bytes& bytes) {
   return AT_System_Send_ExternalMCU_cmd(3, kEeprom, static_cast<std::uint16_t>(bytes.size()), bytes.data());
 }
 
-/// Reads the EEPROM's beginning into a buffer of zeros.
+/// Reads the start of the EEPROM into a buffer of zeros.
 Bytes readEeprom(unsigned size, std::int32_t expectedStatus = 0) {
   simulator::advanceTime(std::chrono::milliseconds(10));
   const std::uint8_t address = 0;
@@ -41,7 +41,7 @@ int differingBits(const Bytes& one, const Bytes& other) {
 
 bool isFewBits(int bits) { return bits >= 1 && bits <= 3; }
 
-/// Everything that the device stores and a test can see.
+/// All stored state of the device that a test can read.
 std::vector<Bytes> memories() {
   std::vector<Bytes> all{simulator::eepromContent(0x50), simulator::eepromContent(0x54), simulator::mcuFlash(),
                          simulator::captureFlash(), simulator::hdcpKey()};
@@ -181,7 +181,7 @@ class SimulatorTransferFaultsTest : public QObject {
       QVERIFY2(operation.run(scratch) >= 0, operation.name);
       writes += scratch == Scratch() ? 1 : 0;
     }
-    QCOMPARE(writes, 16);  // all that write, a reboot and a burn among them
+    QCOMPARE(writes, 16);  // all writing operations, including a reboot and a burn
     simulator::setTransferFaults({});
     QCOMPARE(memories() == before, true);
   }
@@ -216,7 +216,7 @@ class SimulatorTransferFaultsTest : public QObject {
     }
     QCOMPARE(simulator::eepromContent(kEeprom)[0], std::uint8_t{0x12});
     QCOMPARE(simulator::eepromContent(kEeprom)[1], std::uint8_t{0});
-    // Not the session's, which are the host's own.
+    // Session calls make no transfers, so they do not fail.
     QCOMPARE(closePort(), 0);
   }
 
@@ -270,7 +270,7 @@ class SimulatorTransferFaultsTest : public QObject {
     }
     QVERIFY_EXCEPTION_THROWN(simulator::setTransferFaults({{.at = simulator::FaultPoint::kRead, .first = 0}}),
                              std::invalid_argument);
-    QVERIFY(readEeprom(4) != (Bytes{0, 0, 0xFF, 0x5A}));  // the faults before are still there
+    QVERIFY(readEeprom(4) != (Bytes{0, 0, 0xFF, 0x5A}));  // the earlier faults still apply
   }
 
   void transfersNameTheirCalls() {

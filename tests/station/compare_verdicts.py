@@ -1,5 +1,5 @@
-"""Whether our reading of the job schema agrees with a validator that is not ours, on a
-whole job and on what comes of changing it at one place.
+"""Checks that our reading of the job schema agrees with an independent validator, for a
+complete job and for variants changed in one place.
 
 Usage: compare_verdicts.py SCHEMA_VERDICTS SCHEMA
 """

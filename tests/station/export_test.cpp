@@ -6,7 +6,7 @@ using station::AttemptRecord;
 
 namespace {
 
-/// Lines and cells of a table as RFC 4180 has them.
+/// Lines and cells of a table, as in RFC 4180.
 QList<QStringList> cellsOf(const QString& csv) {
   QList<QStringList> lines{{QString()}};
   bool isQuoted = false;
@@ -24,7 +24,7 @@ QList<QStringList> cellsOf(const QString& csv) {
       lines << QStringList{QString()};
     }
   }
-  lines.removeLast();  // behind the last line's end
+  lines.removeLast();  // after the last line end
   return lines;
 }
 
@@ -82,7 +82,7 @@ class ExportTest : public QObject {
       cell.remove(0, 1);
     }
     QCOMPARE(cell, text);
-    // An apostrophe stands before nothing else.
+    // No other cell gets an apostrophe.
     QCOMPARE(lines[1][lines[0].indexOf("serial")], QString("LN000001"));
   }
 

@@ -3,12 +3,12 @@
 #include <array>
 #include <sqlite3.h>
 
-/// A file system of SQLite's that fails when it is told to, in place of the system's.
+/// A file system layer for SQLite that fails on request, in place of the system's.
 namespace failing_vfs {
 
-/// What goes wrong, and when.
+/// What fails, and when.
 struct Plan {
-  int writesLeft = -1;      ///< until writing fails with `code`; below 0 = never
+  int writesLeft = -1;      ///< until writes fail with `code`; below 0 = never
   int code = SQLITE_FULL;   ///< of a failing write
   bool isReadOnly = false;  ///< files open for reading only
 };
@@ -16,7 +16,7 @@ inline Plan plan;
 
 namespace detail {
 
-/// What the system's file system does for one kind of file, and what we do instead.
+/// The system's methods for one kind of file, and ours in their place.
 struct Methods {
   const sqlite3_io_methods* original = nullptr;
   sqlite3_io_methods failing{};
@@ -57,7 +57,7 @@ inline void replaceMethods(sqlite3_file* file) {
 
 inline int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* given) {
   if (plan.isReadOnly && (flags & SQLITE_OPEN_MAIN_DB) != 0) {
-    // As the system's does for a file without the right to write.
+    // As the system does for files without write permission.
     flags = (flags & ~(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) | SQLITE_OPEN_READONLY;
   }
   const int code = original->xOpen(original, name, file, flags, given);
@@ -69,7 +69,7 @@ inline int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, i
 
 }  // namespace detail
 
-/// Puts it before the system's; once a process.
+/// Installs it in front of the system's; once per process.
 inline void install() {
   detail::original = sqlite3_vfs_find(nullptr);
   detail::vfs = *detail::original;

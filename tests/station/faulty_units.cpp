@@ -1,5 +1,5 @@
 /// @file
-/// Units that lie and units that are flaky: none may pass that is wrong.
+/// Lying and flaky units: no wrong unit may pass.
 /// Usage: station_faulty_units [COUNT [SEED]]
 #include "station/ledger_verify.h"
 #include "tests/station/shift_bench.h"
@@ -15,18 +15,18 @@
 
 namespace {
 
-/// What kind of unit it is, and so what can be asked of a PASS.
+/// The kind of unit, which decides what a PASS must guarantee.
 enum class Nature {
-  kLiesWhereItShows,  ///< damages and drops what can be read back or has a checksum
-  kFlaky,             ///< calls fail, the plug comes loose, nothing is untrue
-  kLiesAnywhere,      ///< also in the key and in the capture flash, which nothing can read
+  kLiesWhereItShows,  ///< damages and drops data that can be read back or has a checksum
+  kFlaky,             ///< calls fail and the plug comes loose, but no answer is wrong
+  kLiesAnywhere,      ///< also about the key and the capture flash, which cannot be read
 };
 
 struct Counts {
   unsigned passed = 0;
   unsigned others = 0;
-  unsigned wrong = 0;      // passed, and what can be read is wrong
-  unsigned invisible = 0;  // passed, and the key or the capture flash is wrong, which nothing can read
+  unsigned wrong = 0;      // passed, but something readable is wrong
+  unsigned invisible = 0;  // passed, but the key or the capture flash is wrong, which cannot be read
 };
 
 void addLies(SeededRandom& random) {

@@ -6,7 +6,7 @@
 
 using namespace station;
 
-/// Whether what a job needs is there: its files, keys and serial numbers.
+/// Checks that a job has what it needs: files, keys and serial numbers.
 class JobCheckTest : public QObject {
   Q_OBJECT
 
@@ -36,7 +36,7 @@ QString hashOf(const QByteArray& bytes) {
   return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex());
 }
 
-/// A job that needs nothing but what a test adds.
+/// A job that needs only what a test adds.
 Job bareJob(const StationBench& bench) {
   Job job = bench.job();
   job.keyFolder.clear();

@@ -6,7 +6,7 @@
 
 using namespace station;
 
-/// Job files: what they say, and one clear line for each mistake.
+/// Job files: their content, and one clear line for each mistake.
 class JobTest : public QObject {
   Q_OBJECT
 

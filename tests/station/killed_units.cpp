@@ -1,9 +1,8 @@
 /// @file
-/// Kills a station at random moments of a unit, fills its disk, takes its right to write,
-/// and lets it go on; then holds each unit, byte for byte, and the ledger against what
-/// they must be.
+/// Kills a station at random moments of a unit, fills its disk or makes its ledger
+/// read-only, and lets it continue; then checks each unit, byte for byte, and the ledger.
 /// Usage: station_killed_units [COUNT [SEED]]
-/// It takes as many units as it needs for COUNT kills that came before a unit's end.
+/// Uses as many units as it takes for COUNT kills before a unit's end.
 #include "station/ledger_verify.h"
 #include "tests/station/failing_vfs.h"
 #include "tests/station/shift_bench.h"
@@ -27,11 +26,11 @@
 
 namespace {
 
-constexpr int kKilledCode = 77'777;  // of a process that Windows ended
+constexpr int kKilledCode = 77'777;  // of a process terminated on Windows
 
-// ---- The station, a process of its own -----------------------------------
+// ---- The station, in a separate process ----------------------------------
 
-/// As SIGKILL does: nothing of the program has a say.
+/// Like SIGKILL: the program cannot react.
 void killMyself() {
 #ifdef _WIN32
   TerminateProcess(GetCurrentProcess(), kKilledCode);
@@ -40,7 +39,7 @@ void killMyself() {
 #endif
 }
 
-/// By its own clock, so that a busy machine does not put off the moment.
+/// Measured inside the process, so that a busy machine does not delay the moment.
 void killMyselfAfter(std::chrono::microseconds time) {
   std::thread([until = std::chrono::steady_clock::now() + time] {
     std::this_thread::sleep_until(until);
@@ -64,7 +63,7 @@ int work(const QStringList& arguments) {
   simulator::useVirtualTime();
   cli::Console console;
   console.out = [](const QByteArray& bytes) { return std::fputs(bytes.constData(), stdout) >= 0; };
-  // From where the unit comes in: what a kill meets before has nothing to do with it.
+  // Starts when the unit is plugged in; earlier kills would not affect it.
   std::optional<std::chrono::steady_clock::time_point> start;
   const long killAfter = arguments[7].toLong();
   console.err = [&start, killAfter](const QByteArray& bytes) {
@@ -91,12 +90,12 @@ int work(const QStringList& arguments) {
   return code;
 }
 
-// ---- Who kills it --------------------------------------------------------
+// ---- The killer ----------------------------------------------------------
 
 struct Counts {
   unsigned units = 0;
   unsigned killed = 0;
-  unsigned missed = 0;  ///< the unit's end came first
+  unsigned missed = 0;  ///< the unit ended first
   unsigned full = 0;
   unsigned readOnly = 0;
   unsigned resumed = 0;
@@ -115,7 +114,7 @@ class Campaign {
  public:
   explicit Campaign(unsigned seed) : random_({seed}) { jobFile_ = bench_.jobFile(); }
 
-  /// One in peace: how long a unit takes decides when to kill.
+  /// Runs one unit without a kill; its duration determines when to kill others.
   void measure() {
     nextUnit();
     const Ended ended = run({});
@@ -157,7 +156,7 @@ class Campaign {
 
  private:
   void nextUnit() {
-    // Each takes a key for every attempt, at most.
+    // A unit takes at most one key per attempt.
     constexpr int kKeysOfUnit = 8;
     bench_.makeKeys(kKeysOfUnit, static_cast<int>(counts.units++) * kKeysOfUnit + 1);
     number_ = QString::number(counts.units);
@@ -206,7 +205,7 @@ class Campaign {
   }
 
   void judge(const Ended& ended) {
-    // Of units without a kill, evenly weighed with those before.
+    // A moving average over units without a kill.
     if (ended.text.contains("PASS  ") && !ended.text.contains("was not finished")) {
       usual_ = usual_.count() == 0 ? ended.time : (usual_ * 3 + ended.time) / 4;
     }
@@ -242,7 +241,7 @@ class Campaign {
   QString jobFile_;
   QString state_;
   QString number_;
-  std::chrono::microseconds usual_{};  // that a unit takes
+  std::chrono::microseconds usual_{};  // usual time of a unit
   std::set<QByteArray> keys_;
   std::set<QByteArray> serials_;
 };

@@ -1,7 +1,7 @@
-// Edits a ledger behind its back and looks whether each edit is found:
+// Edits a ledger's database directly and checks that each edit is detected:
 //   station_ledger_edits STEP [SEED]
-// Every column of every row, and of it every STEP-th byte; every row removed; and as
-// many random bytes of the file as 3000 / STEP.
+// Changes every STEP-th byte of every column of every row, removes every row, and changes
+// 3000 / STEP random bytes of the file.
 #include "station/chain.h"
 #include "station/ledger_schema.h"
 #include "station/ledger_verify.h"
@@ -42,7 +42,7 @@ void fill(const StationBench& bench) {
   StationBench::must(ledger.scrap("L002", "Ann", "broken"));
 }
 
-/// A connection that no rule of the ledger stops.
+/// A connection without the ledger's rules.
 Database freeConnection(const QString& path) {
   Database database(path, Database::Access::kWrite);
   sqlite3_db_config(database.handle(), SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
@@ -52,7 +52,7 @@ Database freeConnection(const QString& path) {
   return database;
 }
 
-/// What may stand there instead of a value.
+/// Other values to put in place of this one.
 std::vector<SqlValue> othersThan(const SqlValue& value, std::size_t step) {
   std::vector<SqlValue> others;
   if (const auto* number = std::get_if<std::int64_t>(&value)) {
@@ -88,7 +88,7 @@ bool set(Database& database, const std::string& table, const std::string& column
     database.run("UPDATE " + table + " SET " + column + " = ? WHERE rowid = ?", {value, row});
     return true;
   } catch (const DatabaseError&) {
-    return false;  // not even so: NOT NULL, a type, a unique value
+    return false;  // a remaining constraint: NOT NULL, a type, a unique value
   }
 }
 
@@ -136,7 +136,7 @@ void editAll(const QString& path, std::size_t step, Counts& counts) {
     for (const std::string& column : columnsOf(database, table)) {
       editColumn(database, path, table, column, step, counts);
       if (isFound(path)) {
-        // What is found from here on might be this.
+        // Later findings might be due to this.
         std::printf("edits of %s.%s were not undone\n", table.c_str(), column.c_str());
         ++counts.missed;
         return;
@@ -167,7 +167,7 @@ void removeRows(const QString& path, Counts& counts) {
   }
 }
 
-/// Every row as it is, or nothing where it cannot be read.
+/// The content of all rows; nothing if they cannot be read.
 std::string rowsOf(const QString& path) {
   try {
     const Database database(path, Database::Access::kRead);
@@ -191,7 +191,7 @@ std::string rowsOf(const QString& path) {
   }
 }
 
-/// Bytes of the file itself. Some are in no row: free room, page headers.
+/// Changes bytes of the file itself. Some belong to no row: free space, page headers.
 void editFile(const StationBench& bench, int count, unsigned seed, Counts& counts) {
   QFile file(bench.ledgerPath());
   if (!file.open(QIODevice::ReadOnly)) {

@@ -7,7 +7,8 @@
 
 using namespace station;
 
-/// Ledger files that are full, read-only, of other formats, foreign, cut or gone.
+/// Ledger files that are read-only, of other formats, foreign, truncated, missing, or on a
+/// full disk.
 class LedgerFilesTest : public QObject {
   Q_OBJECT
 
@@ -100,7 +101,7 @@ void LedgerFilesTest::aFullDiskLosesNothing() {
     QCOMPARE(int(ledger->database().number("SELECT count(*) FROM steps")), steps);
     ledger.reset();
     QCOMPARE(StationBench::must(verifyLedger(bench.ledgerPath())).found, QStringList());
-    // With room again, work goes on: no number twice, none left out.
+    // Once there is room again, work continues: no number is used twice or left out.
     Ledger again = bench.open();
     const auto attempt = StationBench::must(again.begin(bench.job(kCounter), StationBench::start()));
     const auto serials = again.database().number("SELECT count(*) FROM serials");
@@ -145,16 +146,16 @@ void LedgerFilesTest::anOlderFormatIsMigratedWithACopyKept() {
   QCOMPARE(migrated.copyOfOlder, bench.ledgerPath() + ".format-1");
   QCOMPARE(migrated.database.number("PRAGMA user_version"), std::int64_t{3});
   QCOMPARE(migrated.database.number("SELECT count(*) FROM attempts WHERE shift IS NULL"), std::int64_t{1});
-  // The copy is the older ledger, whole.
+  // The copy is the complete older ledger.
   const Verification copy = StationBench::must(verifyLedger(migrated.copyOfOlder));
   QCOMPARE(copy.found, QStringList());
   QCOMPARE(copy.rows, std::int64_t{2});
   QCOMPARE(
       StationBench::must(Ledger::open(migrated.copyOfOlder, LedgerAccess::kWrite)).unit(attempt.serial).value().isKnown,
       true);
-  // Opened once more, nothing is left to do.
+  // Opening it again has nothing left to do.
   QVERIFY(openLedger(bench.ledgerPath(), LedgerAccess::kWrite, steps).copyOfOlder.isEmpty());
-  // What only reads has it migrated, too.
+  // A reader migrates the ledger, too.
   QCOMPARE(openLedger(migrated.copyOfOlder, LedgerAccess::kRead, steps).copyOfOlder,
            migrated.copyOfOlder + ".format-1");
 }
@@ -229,7 +230,7 @@ void LedgerFilesTest::aLedgerThatVanishesTakesNoMoreRows() {
   Ledger ledger = bench.open();
   const Attempt attempt = StationBench::must(ledger.begin(bench.job(kCounter), StationBench::start()));
 #ifdef Q_OS_WIN
-  // There a file that is open cannot be removed.
+  // Windows does not allow removing an open file.
   QVERIFY(!QFile::remove(bench.ledgerPath()));
   QVERIFY(ledger.end(attempt.id, {}).has_value());
 #else

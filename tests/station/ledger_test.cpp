@@ -10,7 +10,7 @@
 
 using namespace station;
 
-/// The rules of the ledger, which its database holds.
+/// The ledger's rules, which its database enforces.
 class LedgerTest : public QObject {
   Q_OBJECT
 
@@ -228,7 +228,7 @@ void LedgerTest::aKeyIsTakenOnce() {
   const Attempt attempt = begun(ledger, bench.job(), "L3");
   QVERIFY2(refusal(ledger.takeKey(attempt.id, folder)).startsWith("no unused key is left in "),
            qPrintable(refusal(ledger.takeKey(attempt.id, folder))));
-  // Other files of the same content, in another folder.
+  // Different files with the same content, in another folder.
   QDir().rename(folder, bench.path("moved"));
   QVERIFY(!ledger.takeKey(attempt.id, bench.path("moved")));
   requireWhole(bench);

@@ -1,6 +1,6 @@
 /// @file
-/// Many good units in one process, in virtual time: all records right, memory and file
-/// handles flat, and hardly more time than the device itself takes.
+/// Many good units in one process, in virtual time: all records are correct, memory and
+/// file handles do not grow, and it takes hardly longer than the device itself.
 /// Usage: station_many_units [COUNT [SEED]]
 #include "edid/edid_calls.h"
 #include "firmware/capture_burn.h"
@@ -33,7 +33,7 @@ std::span<const std::uint8_t> spanOf(const QByteArray& bytes) {
   return {reinterpret_cast<const std::uint8_t*>(bytes.constData()), static_cast<std::size_t>(bytes.size())};
 }
 
-/// How long a unit takes when each operation is just called, one after the other.
+/// How long a unit takes if the operations are simply called in sequence.
 nanoseconds deviceTime(ShiftBench& bench) {
   bench.plugInUnits(1);
   const auto start = simulator::now();
@@ -66,7 +66,7 @@ struct Use {
   int files = 0;
 };
 
-/// What this process holds, where the system tells.
+/// The resources that this process uses, where the system reports them.
 Use useNow() {
   Use use;
 #ifdef __linux__

@@ -1,8 +1,8 @@
 /// @file
-/// The station, as users start it, with its ledger on a disk that is full or read-only;
-/// then there is room again, and it goes on.
+/// The station, as users start it, with its ledger on a full or read-only disk; then
+/// there is room again, and it continues.
 /// Usage: station_real_disks [COUNT [SEED]]
-/// Ends with 77 where this user may not mount a disk.
+/// Exit code 77 if this user may not mount a disk.
 #include "station/ledger_verify.h"
 #include "tests/station/shift_bench.h"
 #include "tests/support/mounted_disk.h"
@@ -17,7 +17,7 @@
 
 namespace {
 
-// Room for the ledger of some units and for its log.
+// Room for a ledger of several units and its log.
 constexpr int kDiskKiB = 4096;
 constexpr qint64 kBlock = 4096;
 
@@ -31,7 +31,7 @@ struct Counts {
   unsigned full = 0;
   unsigned fullAtStart = 0;
   unsigned hadRoom = 0;
-  unsigned unreadable = 0;  ///< looks into a ledger for which there was no room
+  unsigned unreadable = 0;  ///< attempts to read a ledger for which there was no room
   unsigned readOnly = 0;
   unsigned resumed = 0;
   unsigned passed = 0;
@@ -53,7 +53,7 @@ class Campaign {
   void doUnit(unsigned number) {
     number_ = QString::number(number);
     state_ = bench_.cli.path("unit-" + number_ + ".state");
-    // Each takes a key for every attempt, at most.
+    // A unit takes at most one key per attempt.
     constexpr int kKeysOfUnit = 4;
     bench_.makeKeys(kKeysOfUnit, static_cast<int>(number - 1) * kKeysOfUnit + 1);
     bench_.cli.write("unit.json",
@@ -113,7 +113,7 @@ class Campaign {
                   ledger(), "--unfinished", "resume"});
   }
 
-  /// A new ledger needs some 30 blocks, a unit about as many again.
+  /// A new ledger needs about 30 blocks, a unit about as many again.
   void fill() {
     if (!disk_->fillUpTo(static_cast<qint64>(random_.below(110)) * kBlock)) {
       return breach("cannot fill the disk", {});
@@ -123,7 +123,7 @@ class Campaign {
       ++counts.hadRoom;
     } else {
       ++counts.full;
-      // A shift that begins units has a document; one that cannot has none.
+      // A shift prints a document only if it could begin a unit.
       const bool isBegun = !ended.out.isEmpty();
       counts.fullAtStart += isBegun ? 0 : 1;
       if (ended.code != 12 || ended.err.contains("PASS  ") || !ended.err.contains("the ledger")) {
@@ -136,8 +136,8 @@ class Campaign {
         breach("half a ledger was left", ended);
       }
     }
-    // What is there can be read also without room, unless SQLite has none for the file
-    // by which readers and writers know of each other; and without the right to write.
+    // The ledger can be read from a full disk, unless there is no room for SQLite's
+    // shared-memory file, and without write permission.
     if (QFile::exists(ledger())) {
       requireReadable("the disk is full");
       if (!disk_->setReadOnly(true)) {

@@ -1,4 +1,5 @@
-// For each line of standard input, a JSON text: whether station/job.schema.json takes it.
+// Reads a JSON text from each line of standard input and prints whether
+// station/job.schema.json accepts it.
 #include "station/job_schema.h"
 #include "station/schema_check.h"
 

@@ -1,6 +1,6 @@
 /// @file
-/// A line with simulated units: a job with its files, an operator who scans, plugs in
-/// and unplugs, and what the units then hold.
+/// A line with simulated units: a job with its files, an operator who scans, plugs in and
+/// unplugs, and the content of the units afterwards.
 #pragma once
 
 #include "device/RTICE_SDK_x64.h"
@@ -24,7 +24,7 @@ inline QString sha256(const QByteArray& bytes) {
   return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex());
 }
 
-/// What a unit holds, read past the program.
+/// A unit's content, read without the program.
 struct Unit {
   QByteArray mcuFlash;
   QByteArray captureFlash;
@@ -41,13 +41,13 @@ class ShiftBench {
   QByteArray captureImage;
   QByteArray table;
   QJsonObject job;
-  std::vector<Unit> units;  ///< as each was when its result was shown
-  /// Called with each text that the program shows.
+  std::vector<Unit> units;  ///< each in its state when its result was shown
+  /// Called for each text that the program shows.
   std::function<void(const QByteArray&)> onText;
   std::function<void()> onPauseToo;
-  std::function<void()> beforeLook;         ///< before a unit is looked at
-  std::function<void(const Unit&)> onUnit;  ///< instead of `units`, for many
-  std::function<void()> onPlugged;          ///< the next unit is there
+  std::function<void()> beforeLook;         ///< called before a unit is inspected
+  std::function<void(const Unit&)> onUnit;  ///< used instead of `units` for large numbers
+  std::function<void()> onPlugged;          ///< called when the next unit is plugged in
 
   ShiftBench() {
     mcuImage = madeUp(1500, 3);
@@ -104,7 +104,7 @@ class ShiftBench {
     }
     simulator::useVirtualTime();
   }
-  /// `count` units that differ in the serial number they come with.
+  /// Plugs in `count` units with different initial serial numbers.
   void plugInUnits(int count, const QByteArray& more = {}) {
     QByteArray list;
     for (int i = 1; i <= count; ++i) {
@@ -114,7 +114,7 @@ class ShiftBench {
     plugIn("{\"nextUnitAfterMs\":3600000,\"units\":[" + list + "]}");
   }
 
-  /// Runs a shift. Each unit is looked at and unplugged once its result is shown.
+  /// Runs a shift. Each unit is inspected and unplugged once its result is shown.
   CliBench::Result run(const QStringList& more = {}) {
     units.clear();
     bool isShown = false;
@@ -168,7 +168,7 @@ class ShiftBench {
     return result;
   }
 
-  /// What the unit that is plugged in holds; the port may be open or not.
+  /// Content of the connected unit; the port may be open or closed.
   static Unit look() {
     Unit unit;
     const bool isClosed = initialize() == 0;
@@ -180,7 +180,7 @@ class ShiftBench {
     unit.captureFlash = byteArray(simulator::captureFlash());
     unit.key = byteArray(simulator::hdcpKey());
     unit.runsApplication = simulator::mcuRunsApplication();
-    // Faults that are left must not hide what the unit holds.
+    // Remaining faults must not hide the unit's content.
     constexpr int kTries = 50;
     std::vector<std::uint8_t> serial(100);
     std::vector<std::uint8_t> edid(256);

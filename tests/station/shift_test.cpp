@@ -7,7 +7,7 @@
 
 #include <set>
 
-/// Units on a line, from the command line to what they then hold.
+/// Units on a line, from the command line to their final content.
 class ShiftTest : public QObject {
   Q_OBJECT
 
@@ -34,10 +34,10 @@ class ShiftTest : public QObject {
 
 namespace {
 
-// A prime, so that all kinds of moments come up.
+// A prime, so that all kinds of moments occur.
 constexpr int kMomentsApart = 89;
 
-/// What ends a run as a crash would.
+/// Ends a run as a crash would.
 struct Crash {};
 
 /// The results that a shift showed, for example "PASS LN000001".
@@ -62,8 +62,7 @@ station::UnitState unitOf(const QString& ledger, const QString& serial) {
   return opened ? opened->unit(serial).value_or(station::UnitState()) : station::UnitState();
 }
 
-/// Runs one unit and cuts it off at one of the things that happen; false when the
-/// unit was through before.
+/// Runs one unit and cuts it off at the given event; false if the unit ended first.
 bool runUntil(ShiftBench& bench, int moment, const std::function<void()>& cut) {
   int left = moment;
   const auto count = [&] {
@@ -156,7 +155,7 @@ void ShiftTest::nothingIsWrittenToAUnitThatWasSwappedIn() {
 
 void ShiftTest::aUnitThatFailedPassesLaterUnderItsNumber() {
   ShiftBench bench;
-  // Two tries of the first attempt.
+  // Both tries of the first attempt.
   bench.plugIn(R"({"faults": [{"at": "AT_EDID_Flash_Set_table", "count": 2, "status": -14}]})");
   QCOMPARE(resultsOf(bench.run({"--count", "1"})), QStringList("FAIL LN000001"));
   const auto result = bench.run({"--count", "1"});
@@ -164,7 +163,7 @@ void ShiftTest::aUnitThatFailedPassesLaterUnderItsNumber() {
   QVERIFY2(result.err.contains("LN000001  key: skipped (ledger)"), result.err);
   QCOMPARE(bench.mistakeIn(bench.units.at(0), "LN000001"), QString());
   QCOMPARE(bench.units[0].key, ShiftBench::key(1));
-  // Now it is done with.
+  // The unit is now done.
   const auto again = bench.run({"--count", "1"});
   QVERIFY2(again.err.contains("ERROR  LN000001: LN000001 has passed already"), again.err);
   QVERIFY(again.err.contains("Nothing was written to the unit: unplug it."));
@@ -187,7 +186,7 @@ void ShiftTest::whatIsRightAlreadyIsSkipped() {
   }
 }
 
-// One unit for each moment, all on one ledger.
+// One unit per moment, all in one ledger.
 void ShiftTest::aUnitCutOffAnywhereIsResumed() {
   ShiftBench bench;
   bench.makeKeys(60);
@@ -198,7 +197,7 @@ void ShiftTest::aUnitCutOffAnywhereIsResumed() {
     bench.plugInUnits(1);
     isCut = runUntil(bench, moment, [] { throw Crash(); });
     const auto result = bench.run({"--count", "1", "--unfinished", "resume"});
-    // Cut off after its result, or before its beginning, it is a new unit's turn.
+    // If it was cut off after its result or before its beginning, the next unit is new.
     if (!bench.units.empty() && resultsOf(result).value(0).startsWith("PASS")) {
       const QByteArray passed = resultsOf(result).value(0).mid(5).toLatin1();
       QCOMPARE(bench.mistakeIn(bench.units[0], passed), QString());
@@ -241,7 +240,7 @@ void ShiftTest::anInterruptedUnitCanBeScrapped() {
   QVERIFY2(result.err.contains("The unit LN000001 was not finished."), result.err);
   QVERIFY(result.err.contains("LN000001 is scrapped"));
   QVERIFY(unitOf(bench.ledgerFile(), "LN000001").isScrapped);
-  // Its own number, which it may carry by now, is no way back.
+  // Having its own number already does not bring the unit back.
   QVERIFY(result.err.contains("PASS  LN000002") || result.err.contains("LN000001 was scrapped"));
 }
 

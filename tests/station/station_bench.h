@@ -9,7 +9,7 @@
 #include <QFileInfo>
 #include <QTest>
 
-/// A folder with job, keys and ledger, and short ways to work on them.
+/// A folder with job, keys and ledger, and shortcuts to work with them.
 class StationBench : public TestFiles {
  public:
   QString ledgerPath() const { return path("line.ledger"); }

@@ -1,6 +1,6 @@
 /// @file
-/// Two stations, each the whole program with a simulated device of its own, on one ledger
-/// at the same time: no serial number and no key twice, none lost.
+/// Two stations, each the complete program with its own simulated device, on one ledger at
+/// the same time: no serial number or key is used twice or lost.
 /// Usage: station_two_programs [COUNT]
 #include "tests/support/test_files.h"
 
@@ -58,7 +58,7 @@ class TwoPrograms : private TestFiles {
     std::printf("breach: %s\n", qPrintable(what));
   }
 
-  /// Units that are pulled out and put in by themselves.
+  /// Units that are plugged in and unplugged automatically.
   QByteArray scenario(const Station& station) const {
     QJsonArray units;
     for (int i = 1; i <= count_; ++i) {

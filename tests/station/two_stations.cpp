@@ -1,6 +1,6 @@
 // Two stations on one ledger: station_two_stations UNITS
-// Starts itself twice; each process works on so many units, takes numbers and keys.
-// Then no number and no key may be there twice, and none may be lost.
+// Starts itself twice; each process takes numbers and keys for that many units. No number
+// or key may be used twice or lost.
 #include "station/ledger_verify.h"
 #include "station/report.h"
 #include "tests/station/station_bench.h"
@@ -66,7 +66,7 @@ int runBoth(int units) {
   if (StationBench::must(statusOf(ledger, {})).passed != lines || !verifyLedger(bench.ledgerPath())->found.isEmpty()) {
     return fail("the ledger lacks something");
   }
-  // None left out: the numbers are those from 1 on.
+  // None left out: the numbers start at 1 without a gap.
   if (!serials.contains(QByteArray("L") + QByteArray::number(lines).rightJustified(6, '0'))) {
     return fail("a serial number was left out");
   }

@@ -1,4 +1,4 @@
-"""Breaks each rule of packaging/linux/check-includes once, in a small tree of its own.
+"""Breaks each rule of packaging/linux/check-includes once, in a small scratch tree.
 Usage: check_includes_test.py SCRIPT"""
 
 import pathlib
@@ -28,7 +28,7 @@ def function(lines: int) -> str:
     return "void longOne(int argument,\n             int another) {\n" + "  argument += another;\n" * (lines - 3) + "}\n"
 
 
-# File, what it holds instead, and a piece of the line that must be printed; None: nothing is wrong.
+# File, its new content, and a part of the line that must be printed; None: no breach.
 CASES = [
     ("device/bytes.h", "", None),
     ("audio/page.cpp", '#include "device/RTICE_SDK_x64.h"\n', "which is for the calls"),

@@ -10,13 +10,13 @@
 #include <functional>
 #include <limits>
 
-/// A typed call, and the library call that it must be.
+/// A typed call, and the library call that it must make.
 struct CallRow {
   QString libraryCall;                ///< as the simulated device's journal shows it: "operation(arguments)"
   std::function<std::int32_t()> run;  ///< makes the call; 0 when it succeeded, else its failure's status
 };
 
-/// The status of a call that gives a value.
+/// The status of a call that returns a value.
 template <typename Value>
 std::int32_t statusOfCall(const device::Result<Value>& result) {
   return result ? 0 : result.error().status;
@@ -32,8 +32,8 @@ inline void openNewDevice() {
   simulator::clearJournal();
 }
 
-/// Makes the call once, and once more for each status that it can fail with: it
-/// is that one library call, and passes the status on.
+/// Runs the call once, and once more for each failure status: it must make exactly that
+/// library call and pass the status on.
 inline void checkCall(const CallRow& row) {
   openNewDevice();
   QCOMPARE(row.run(), 0);

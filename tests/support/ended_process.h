@@ -4,9 +4,9 @@
 #include <QProcess>
 #include <QStringList>
 
-/// What came of a program that was run to its end.
+/// Result of a program that was run to its end.
 struct EndedProcess {
-  int code = -1;  ///< stays so when it crashed or hung
+  int code = -1;  ///< stays -1 if it crashed or hung
   QByteArray out;
   QByteArray err;
 };

@@ -11,7 +11,7 @@ using simulator::Fault;
 using simulator::FaultEffect;
 using simulator::FaultPoint;
 
-// Drawn by lot; rates are in transfers of a thousand.
+// Random faults; the rate is per thousand transfers.
 inline Fault misread(unsigned perMille) {
   return {.at = FaultPoint::kRead, .perMille = perMille, .what = FaultEffect::kMisread};
 }
@@ -25,7 +25,7 @@ inline Fault ignored(unsigned perMille) {
   return {.at = FaultPoint::kWrite, .perMille = perMille, .what = FaultEffect::kIgnored};
 }
 
-/// The device acknowledges so many transfers, then none.
+/// The device acknowledges this many transfers, then none.
 inline Fault notAcknowledgedAfter(unsigned transfers) {
   return {.at = FaultPoint::kTransfer,
           .first = std::uint64_t{transfers} + 1,
@@ -35,8 +35,8 @@ inline Fault notAcknowledgedAfter(unsigned transfers) {
 
 /// A fault inside the external MCU.
 /// @param at    kMcuTransfer to kMcuFinish
-/// @param first the first one concerned, from 1
-/// @param count how many are concerned; 0 = all from there on
+/// @param first the first one affected, counted from 1
+/// @param count how many are affected; 0 = all from there on
 /// @param polls of kBusy; 0 = until power is cut
 inline Fault inMcu(FaultPoint at, FaultEffect what, std::uint64_t first = 1, std::uint64_t count = 1,
                    unsigned polls = 0) {

@@ -10,11 +10,11 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-/// What CTest is told of a test that the system does not allow.
+/// Exit code that tells CTest that this system does not allow the test.
 constexpr int kSkipped = 77;
 
-/// Gives this process and those it starts mounts of their own, which go with them. While
-/// there is one thread only.
+/// Gives this process and its children their own mounts, which disappear with them. Call
+/// while there is only one thread.
 /// @return why that is impossible; empty = done
 inline QString enterOwnMounts() {
   const auto reason = [](const char* what) { return QStringLiteral("%1: %2").arg(what, std::strerror(errno)); };
@@ -34,14 +34,14 @@ inline QString enterOwnMounts() {
       return reason("cannot be root of its own mounts");
     }
   }
-  // What is mounted here is seen nowhere else.
+  // Keeps these mounts invisible elsewhere.
   if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
     return reason("cannot keep its mounts to itself");
   }
   return {};
 }
 
-/// A small disk of its own, in memory, mounted at a folder while this lives.
+/// A small disk in memory, mounted at a folder during this object's lifetime.
 class MountedDisk {
  public:
   /// @param folder must exist
@@ -58,14 +58,14 @@ class MountedDisk {
   MountedDisk(const MountedDisk&) = delete;
   MountedDisk& operator=(const MountedDisk&) = delete;
 
-  /// Why there is none; empty = there is one.
+  /// Why the disk is missing; empty = it is mounted.
   QString problem() const { return problem_; }
 
   bool setReadOnly(bool readOnly) {
     return mount("none", folder_.constData(), nullptr, MS_REMOUNT | (readOnly ? MS_RDONLY : 0), nullptr) == 0;
   }
 
-  /// Fills it up to so many free bytes, in blocks of 4 KiB.
+  /// Fills the disk until this many bytes are free, in blocks of 4 KiB.
   bool fillUpTo(qint64 left) {
     struct statvfs disk {};
     if (statvfs(folder_.constData(), &disk) != 0) {

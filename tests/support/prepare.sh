@@ -1,8 +1,8 @@
 # shellcheck shell=bash
-# Read by the commands beside the tests that run one of them at length.
+# Sourced by the commands that run long versions of single tests.
 
-# prepare PRESET TARGET: builds it, installing what that takes, and sets up what
-# its program needs from its surroundings, as CTest does for the tests.
+# prepare PRESET TARGET: builds the target, installing the packages needed, and sets up
+# the environment that CTest gives the tests.
 prepare() {
   local jobs=(build)
   [[ $1 == asan || $1 == tsan ]] && jobs+=(sanitizers)

@@ -19,7 +19,7 @@ inline QByteArray contentOf(const QString& path) {
   return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be opened");
 }
 
-/// Files of a test, in a temporary folder that is removed with this object.
+/// A test's files, in a temporary folder that is removed with this object.
 class TestFiles {
  public:
   TestFiles() {

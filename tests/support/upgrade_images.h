@@ -28,7 +28,7 @@ inline void setChecksums(std::vector<std::uint8_t>& image, std::uint8_t checksum
 inline std::vector<std::uint8_t> randomImage(std::size_t size, SeededRandom& random) {
   std::vector<std::uint8_t> image(size);
   switch (random.below(4)) {
-    case 0:  // all packets alike: the checksum of the one before looks right
+    case 0:  // all packets alike: the previous packet's checksum looks right
       std::fill(image.begin(), image.end(), random.byte());
       break;
     case 1:  // a failed read looks right
@@ -40,7 +40,7 @@ inline std::vector<std::uint8_t> randomImage(std::size_t size, SeededRandom& ran
   return image;
 }
 
-/// Beginning of the flash after an upgrade: the image, padded with zeros to whole blocks.
+/// Start of the flash after an upgrade: the image, padded with zeros to whole blocks.
 inline std::vector<std::uint8_t> padded(std::vector<std::uint8_t> image, std::size_t blockSize) {
   image.resize((image.size() + blockSize - 1) / blockSize * blockSize);
   return image;

@@ -72,7 +72,7 @@ QPointer<QThread> WindowFixture::startWorker(const QString& button) const {
 
 bool WindowFixture::waitForWorker(const QPointer<QThread>& worker) {
   const QDeadlineTimer deadline(kPatienceMs);
-  QTimer wakeUp;  // so that the deadline is checked
+  QTimer wakeUp;  // makes the loop check the deadline
   wakeUp.start(100);
   // A nested event loop would not delete objects whose deletion was requested outside it.
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

@@ -20,12 +20,12 @@ class WindowFixture {
   /// Timeout of waits in milliseconds.
   static constexpr int kPatienceMs = 60'000;
 
-  /// As `start`.
+  /// Like `start`.
   explicit WindowFixture(const QByteArray& scenario = "{}");
   ~WindowFixture();
   Q_DISABLE_COPY_MOVE(WindowFixture)
 
-  /// Starts over as in a new process: a new device in virtual time, global values reset,
+  /// Starts again as in a new process: a new device in virtual time, global values reset,
   /// a new window without a connection, and an empty folder for files. An invalid
   /// scenario ends the test program.
   void start(const QByteArray& scenario = "{}");
@@ -39,7 +39,7 @@ class WindowFixture {
   /// The test's files, which the next `start` removes.
   const TestFiles& files() const;
 
-  /// Presses a button that asks for a file and chooses this one.
+  /// Presses a button that asks for a file, and chooses this one.
   /// @return how often the program asked for a file
   int chooseFile(const QString& button, const QString& path) const;
 
@@ -50,7 +50,7 @@ class WindowFixture {
   QPointer<QThread> startWorker(const QString& button) const;
   /// Lets the event loop run until the worker has deleted itself.
   static bool waitForWorker(const QPointer<QThread>& worker);
-  /// Does so for all workers of the window.
+  /// The same for all workers of the window.
   bool waitForWorkers() const;
 
   /// Destroys the window; do not use `user` until the next `start`.
@@ -66,8 +66,8 @@ class WindowFixture {
   std::unique_ptr<MainWindow> window_;
 };
 
-/// Base of tests that drive the window: each test function starts with a fixture
-/// as `WindowFixture::start` leaves it.
+/// Base class for tests that drive the window: each test function starts with a fixture
+/// in the state of `WindowFixture::start`.
 class WindowTest : public QObject, public WindowFixture {
   Q_OBJECT
 

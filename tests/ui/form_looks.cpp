@@ -16,7 +16,7 @@
 
 namespace {
 
-// Space that a line edit leaves in front of its text.
+// Space in front of a line edit's text.
 constexpr int kLineEditMargin = 2;
 
 // The room that a widget's style leaves for its text.

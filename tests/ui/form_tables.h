@@ -4,7 +4,7 @@
 
 #include <span>
 
-/// What the form must be: its widgets, their places and texts.
+/// The required form: its widgets, their places and texts.
 
 struct WidgetRow {
   const char* name;
@@ -21,7 +21,7 @@ struct PageRow {
 };
 extern const std::span<const PageRow> kPages;
 
-/// A fixed place; 0 where the size is free.
+/// A fixed place; 0 for a free size.
 struct PlaceRow {
   const char* name = nullptr;
   int x = 0;

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Texts that do not fit their given places, and the font size from which they are cut off.
+// Texts that do not fit their required places, and the font size from which they are cut off.
 struct CutOff {
   const char* name;
   int fromPixelSize;
@@ -44,7 +44,7 @@ class NamedSlotWindow : public QMainWindow {
   void on_BN_Info_Read_clicked() { ++infoReads; }
 };
 
-// Translates each text to itself, with its context in front.
+// Translates each text to itself, prefixed with its context.
 class ContextTranslator : public QTranslator {
  public:
   QString translate(const char* context, const char* sourceText, const char*, int) const override {
@@ -203,7 +203,7 @@ void FormTest::widgetStandsAtItsGivenPlace() {
 
 void FormTest::nothingIsLaidOutByALayout() {
   for (const WidgetRow& row : kWidgets) {
-    // A status bar keeps a layout of its own.
+    // A status bar always has its own layout.
     if (qstrcmp(row.name, "statusbar") != 0) {
       QVERIFY2(!widget(row.name).layout(), row.name);
     }
@@ -310,7 +310,7 @@ void FormTest::noSiblingsOverlap() {
     for (std::size_t second = first + 1; second < std::size(kWidgets); ++second) {
       const WidgetRow& one = kWidgets[first];
       const WidgetRow& other = kWidgets[second];
-      // Pages are meant to cover each other, and the window places its own parts.
+      // Pages cover each other by design, and the window places its own parts.
       if (qstrcmp(one.parent, other.parent) != 0 || qstrcmp(one.parent, "tabWidget") == 0 ||
           qstrcmp(one.parent, "MainWindow") == 0) {
         continue;

@@ -1,7 +1,7 @@
 /// @file
-/// Properties of every decoder, whatever bytes the device returns.
-/// Usage: decoder_property_test [COUNT [SEED]]. Exit code 0 when it held COUNT
-/// times, 1 when it did not.
+/// Properties that every decoder has for any bytes from the device.
+/// Usage: decoder_property_test [COUNT [SEED]]. Exit code 0 if they held COUNT times,
+/// otherwise 1.
 #include "audio/audio_codes.h"
 #include "device/text.h"
 #include "session/identity.h"
@@ -155,8 +155,8 @@ int main(int argc, char* argv[]) {
   std::vector<CodeDecoder> decoders = codeDecoders();
   std::uint64_t wholeRecords = 0;
   for (std::uint64_t i = 0; i < count; ++i) {
-    // Allocated to the exact length, so that any access beyond it is noticed. Most are at
-    // least as long as the program's own buffers.
+    // Allocated with the exact length, so that any access beyond it is noticed. Most are
+    // at least as long as the program's own buffers.
     const std::size_t size = random() % 4 == 0 ? random() % 48 : 48 + random() % 81;
     const std::unique_ptr<std::uint8_t[]> buffer(new std::uint8_t[size]);
     for (std::size_t k = 0; k < size; k += sizeof(std::uint64_t)) {

@@ -17,8 +17,8 @@ struct Answer {
   const char* failure;
 };
 
-// The reads in their order, answered by a device with everything on and by one with
-// everything else.
+// The reads in order, answered by a device with everything on and by one with different
+// values.
 const std::vector<Answer> kFirstDevice{
     {"AT_Get_Current_Input_Source", {1}, "Read Input Source...[fail]"},
     {"AT_HdmiTX_Get_HPD_Status", {1, 0, 0, 0}, "Read HPD Status...[fail]"},
@@ -161,7 +161,7 @@ class VideoPageTest : public WindowTest {
 
   void everySourceButZeroIsDpAndNoSwitchIsSentBack() {
     connectDevice();
-    // Zero in between makes the buttons change at every read.
+    // Zeros in between make the buttons change with every read.
     unsigned call = 0;
     for (int source = 1; source < 256; ++source) {
       simulator::answerCall("AT_Get_Current_Input_Source", ++call, 0, {static_cast<std::uint8_t>(source)});
@@ -211,7 +211,7 @@ class VideoPageTest : public WindowTest {
     connectDevice();
     const QStringList texts{"No HDCP", "HDCP1.3/1.4", "HDCP2.2/2.3"};
     for (int code = 0; code < 256; ++code) {
-      // The receiver's code runs backwards, so that swapped bytes are noticed.
+      // The receiver's code counts backwards, so that swapped bytes are noticed.
       const int receiver = 255 - code;
       simulator::answerCall("AT_Get_RX_TX_HDCP_Version", static_cast<unsigned>(code) + 1, 0,
                             {static_cast<std::uint8_t>(receiver), static_cast<std::uint8_t>(code)});

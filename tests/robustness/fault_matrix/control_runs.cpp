@@ -50,7 +50,7 @@ void ControlRuns::run(int place, const Fault& fault) {
   compare(seen, expect(control_, before_, place, fault));
   require(fault.kind != Kind::kLate || seen.durations[place] >= kDelay, "the call was not late");
 
-  // The same again on the device as it is now, without the fault.
+  // The same again without the fault, on the device in its present state.
   repair();
   simulator::reportDuringBurns({});
   reconnect();

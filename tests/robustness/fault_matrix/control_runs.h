@@ -12,7 +12,7 @@ using control_table::Control;
 using control_table::ControlFixture;
 using control_table::Outcome;
 
-/// Runs of one control, which share a window until one fails.
+/// The runs of one control, which share a window until one fails.
 class ControlRuns {
  public:
   explicit ControlRuns(Control control);
@@ -36,10 +36,10 @@ class ControlRuns {
   void renew() const;
   /// Sets up what each run starts from, apart from the session.
   void arrange() const;
-  /// After a read, the window does not send back the values it has just set. A fault
-  /// must not make it hold back the operator's next change. Leaves the device as it was.
+  /// After a read, the window does not send the values back. A fault must not make it
+  /// suppress the operator's next change as well. Leaves the device unchanged.
   void requireNothingSwallowed() const;
-  /// Brings the window back to the session that the control starts from.
+  /// Restores the session that the control starts from.
   void reconnect() const;
 
   bool needsFreshWindow_ = false;  // a breach may leave the window in any state

@@ -21,7 +21,7 @@ using Bytes = std::vector<std::uint8_t>;
 /// A fault injected at one call.
 struct Fault {
   enum class Kind { kNone, kAnswer, kLate, kGone, kProgress } kind = Kind::kNone;
-  /// How the call turns out.
+  /// Result of the call.
   enum class Effect { kDevice, kFails, kOnes, kUntouched, kText } effect = Effect::kDevice;
   QString name = "healthy";
   std::int32_t status = 0;
@@ -39,7 +39,7 @@ bool needsDevice(const QString& operation);
 /// @param call the table's call; null if it has none
 QVector<Fault> faultsOf(const QString& operation, const Call* call);
 
-/// How many calls of an operation the device has seen since it was made.
+/// How many calls of an operation the device has seen since its creation.
 unsigned callsSoFar(const QString& operation);
 
 /// Injects the fault at the n-th call from now, counted from 1.

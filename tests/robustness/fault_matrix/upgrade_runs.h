@@ -8,7 +8,7 @@
 
 namespace fault_matrix {
 
-/// Runs of the external MCU's upgrade, which share a window.
+/// Runs of the external MCU upgrade, which share a window until one fails.
 class UpgradeRuns {
  public:
   UpgradeRuns(const char* button, bool inApplication);

@@ -1,7 +1,7 @@
 #pragma once
 
-/// How an upgrade of the external MCU continues when one of its calls goes wrong.
-/// Only data; upgrade_runs.cpp turns it into runs.
+/// How an external MCU upgrade continues when one of its calls goes wrong. Data only;
+/// upgrade_runs.cpp turns it into runs.
 namespace fault_matrix {
 
 /// Purpose of a call during the upgrade. tests/support/upgrade_reference.h has the
