@@ -187,7 +187,7 @@ class AccessibilityTest : public WindowTest {
     QCOMPARE(accessibleText(user.widget<QWidget>("BN_Connect"), QAccessible::Name), "Connect");
   }
 
-  void aValueIsToldWithItsNameAndItsText() {
+  void aValueIsShownWithItsNameAndText() {
     user.click("BN_Connect");
     simulator::feedSignal(simulator::Input::kHdmi, "1080p60");
     user.click("BN_Info_Read");
@@ -210,7 +210,7 @@ class AccessibilityTest : public WindowTest {
     QCOMPARE(accessibleText(user.widget<QLabel>("label_4"), QAccessible::Name), "Horizontal Total : ");
   }
 
-  void buttonsOfOneTextAreToldApart() {
+  void buttonsWithTheSameTextHaveDifferentNames() {
     for (const char* const page : kPages) {
       std::set<std::pair<QString, QString>> told;
       for (QAbstractButton* const button : user.widget<QWidget>(page).findChildren<QAbstractButton*>()) {

@@ -43,7 +43,7 @@ class ClosedStreamsTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void theProgramGoesOnWhenNobodyHearsIt_data() {
+  void theProgramContinuesWhenNobodyReadsItsOutput_data() {
     QTest::addColumn<int>("errors");
     QTest::newRow("as usual") << int(Stream::kOpen);
     QTest::newRow("closed") << int(Stream::kClosed);
@@ -51,7 +51,7 @@ class ClosedStreamsTest : public QObject {
     QTest::newRow("full device") << int(Stream::kFull);
   }
 
-  void theProgramGoesOnWhenNobodyHearsIt() {
+  void theProgramContinuesWhenNobodyReadsItsOutput() {
     QFETCH(int, errors);
     OddProcess process(static_cast<Stream>(errors));
     // The worker prints when it starts and when it ends.

@@ -115,7 +115,7 @@ class PlainTextTest : public WindowTest {
   Q_OBJECT
 
  private slots:
-  void whatADeviceTellsIsPaintedAsItStands_data() {
+  void textsOfTheDeviceArePaintedLiterally_data() {
     QTest::addColumn<int>("place");
     QTest::addColumn<QByteArray>("text");
     const std::initializer_list<std::pair<const char*, QByteArray>> texts{
@@ -142,7 +142,7 @@ class PlainTextTest : public WindowTest {
     }
   }
 
-  void whatADeviceTellsIsPaintedAsItStands() {
+  void textsOfTheDeviceArePaintedLiterally() {
     QFETCH(int, place);
     QFETCH(QByteArray, text);
     // Short enough for the smallest buffer.
@@ -180,7 +180,7 @@ class PlainTextTest : public WindowTest {
     QCOMPARE(without(empty, own), without(shown, own));
   }
 
-  void everyLabelOfTheWindowPaintsMarkupLetterByLetter() {
+  void everyLabelPaintsMarkupLiterally() {
     const QString markup = "<b>V1</b>&lt;<hr>";
     const QList<QLabel*> labels = window().findChildren<QLabel*>();
     QVERIFY(labels.size() > 80);
@@ -198,7 +198,7 @@ class PlainTextTest : public WindowTest {
     }
   }
 
-  void aSerialNumberOfMarkupStandsInItsFieldLetterByLetter() {
+  void aSerialNumberWithMarkupIsShownLiterally() {
     simulator::answerCall("AT_USB_Get_SerialNum", 1, 0, bytesOf("<b>7</b>&amp;", 100));
     user.click("BN_Connect");
     user.click("BN_SN_Read");
@@ -207,7 +207,7 @@ class PlainTextTest : public WindowTest {
   }
 
 #if !defined(Q_OS_WIN)  // Windows does not allow such a file name
-  void theQuestionWhetherToReplaceAFileShowsItsNameLetterByLetter() {
+  void theReplaceQuestionShowsTheFileNameLiterally() {
     const QTemporaryDir directory;
     const QString path = directory.filePath("<h1>mark&amp;up.bin");
     QFile file(path);

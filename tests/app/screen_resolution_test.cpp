@@ -146,7 +146,7 @@ class ScreenResolutionTest : public QObject {
     }
   }
 
-  void aResolutionBetweenLooksLikeItsQuarter() {
+  void aResolutionInBetweenLooksLikeItsQuarter() {
     QVERIFY(pictureAt(100) == pictureAt(96));
     QVERIFY(pictureAt(109) == pictureAt(120));
   }

@@ -51,7 +51,7 @@ class AudioPageTest : public AudioFixture {
     QCOMPARE(debugLines, QStringList());
   }
 
-  void withoutASessionTheDeviceIsAskedAllTheSame() {
+  void callsAreMadeEvenWithoutASession() {
     user.click("BN_Audio_Read");
     QCOMPARE(journalOperations(), QStringList{"AT_Audio_Get_HdmiRX_AudioFormat"});
     QCOMPARE(user.message(), "Read Audio Format...[fail]");
@@ -203,7 +203,7 @@ class AudioPageTest : public AudioFixture {
     QCOMPARE(journalCalls(), QStringList());
   }
 
-  void aFailedHeadphoneWriteIsReportedAndNotTakenBack() {
+  void aFailedHeadphoneWriteIsReportedAndNotUndone() {
     user.click("BN_Connect");
     auto& slider = user.widget<QSlider>("HS_HPOUT_GAIN");
     unsigned call = 0;
@@ -244,7 +244,7 @@ class AudioPageTest : public AudioFixture {
                           "AT_Audio_Set_DACHP_Mute(0)"}));
   }
 
-  void aMuteByteLeftUntouchedCountsAsOpen() {
+  void aMuteByteLeftUntouchedCountsAsUnmuted() {
     user.click("BN_Connect");
     user.click("CB_DACHP_MUTE");
     simulator::answerCall("AT_Audio_Get_DACHP_Mute", 1, 0, {});

@@ -42,8 +42,8 @@ class ChangesTest : public QObject {
     QCOMPARE(callsOf(writer.toStdString()), 1);
   }
 
-  void whatIsRightAlreadyIsNotWrittenAgain_data() { rows(); }
-  void whatIsRightAlreadyIsNotWrittenAgain() {
+  void correctValuesAreNotWrittenAgain_data() { rows(); }
+  void correctValuesAreNotWrittenAgain() {
     QFETCH(QString, line);
     QFETCH(QString, writer);
     const QStringList arguments = QStringList{"-j", "-y"} + line.split(' ');
@@ -92,13 +92,13 @@ class ChangesTest : public QObject {
     QCOMPARE(bench_.run(QStringList{"-y"} + line.split(' ')).code, 0);
   }
 
-  void whatCannotBeReadBackIsUnchecked() {
+  void aValueThatCannotBeReadBackIsUnchecked() {
     simulator::failCall("AT_USB_Get_SerialNum", 2, -9, 0);
     QCOMPARE(bench_.run("-y serial set A").code, 7);
     QCOMPARE(callsOf("AT_USB_Set_SerialNum"), 1);
   }
 
-  void whatNoOperationReadsIsReportedOnly_data() {
+  void valuesThatCannotBeReadAreReportedOnly_data() {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("writer");
     QTest::newRow("hpd") << "video hpd off"
@@ -110,7 +110,7 @@ class ChangesTest : public QObject {
     QTest::newRow("MCU") << "i2c set 0D 20 1 --confirm=raw"
                          << "AT_System_Send_ExternalMCU_cmd";
   }
-  void whatNoOperationReadsIsReportedOnly() {
+  void valuesThatCannotBeReadAreReportedOnly() {
     QFETCH(QString, line);
     QFETCH(QString, writer);
     simulator::failCall(writer.toStdString(), 2, -42);

@@ -41,8 +41,8 @@ class EdidJudgeTest : public QObject {
 
   void thereAreEnoughDisplays() { QVERIFY(displays_.size() >= 20); }
 
-  void whatTheJudgePassesIsWrittenAndReadBack_data() { addDisplays(); }
-  void whatTheJudgePassesIsWrittenAndReadBack() {
+  void tablesThatPassAreWrittenAndReadBack_data() { addDisplays(); }
+  void tablesThatPassAreWrittenAndReadBack() {
     QFETCH(QByteArray, table);
     QVERIFY(isPassedByEdidDecode(table));
     bench_.input = table;

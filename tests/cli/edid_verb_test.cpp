@@ -65,7 +65,7 @@ class EdidVerbTest : public QObject {
     QVERIFY(simulator::journal().empty());
   }
 
-  void aPersonIsToldWhatCounts_data() {
+  void theTextShowsWhatMatters_data() {
     QTest::addColumn<QString>("line");
     for (const char* line : {
              "Maker: +ORV",
@@ -94,7 +94,7 @@ class EdidVerbTest : public QObject {
       QTest::newRow(line) << line;
     }
   }
-  void aPersonIsToldWhatCounts() {
+  void theTextShowsWhatMatters() {
     QFETCH(QString, line);
     bench_.input = sampleTable("4K television at 120 Hz");
     const auto result = bench_.run("edid show -");
@@ -155,7 +155,7 @@ class EdidVerbTest : public QObject {
     }
   }
 
-  void aTableThatIsThereAlreadyIsNotWritten() {
+  void anIdenticalTableIsNotWritten() {
     const QString table = file(inSlot(3, 256));
     const int before = callsOf("AT_EDID_Flash_Set_table");
     const auto again = bench_.run(QStringList{"-j", "-y", "edid", "write", table, "--slot", "3"});
@@ -185,7 +185,7 @@ class EdidVerbTest : public QObject {
     QVERIFY(simulator::journal().empty());
   }
 
-  void whatCannotBeATableIsRefused_data() {
+  void impossibleTablesAreRefused_data() {
     QTest::addColumn<QByteArray>("table");
     QTest::addColumn<QString>("check");
     const QByteArray whole = sampleTable("4K television with HDR");
@@ -194,7 +194,7 @@ class EdidVerbTest : public QObject {
     QTest::newRow("cut short") << whole.left(255) << "length";
     QTest::newRow("one block of two") << whole.left(128) << "count";
   }
-  void whatCannotBeATableIsRefused() {
+  void impossibleTablesAreRefused() {
     QFETCH(QByteArray, table);
     QFETCH(QString, check);
     bench_.input = table;
@@ -270,7 +270,7 @@ class EdidVerbTest : public QObject {
     QCOMPARE(bench_.run(QStringList{"-y", "edid", "write", table, "--slot", "2"}).code, 1);
   }
 
-  void repairedBytesAreToldAlsoQuietly() {
+  void repairedBytesAreReportedEvenWhenQuiet() {
     bench_.input = withBitDamaged(sampleTable("4K television with HDR"), 127 * 8);
     const auto result = bench_.run("-q -y edid write - --slot 2 --fix-checksums");
     QCOMPARE(result.code, 0);

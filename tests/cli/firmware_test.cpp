@@ -43,7 +43,7 @@ class FirmwareVerbsTest : public QObject {
     QCOMPARE(callsOf("AT_System_Send_ExternalMCU_cmd"), 0);
   }
 
-  void anotherVersionThanExpectedIsAMismatch() {
+  void anUnexpectedVersionIsAMismatch() {
     QCOMPARE(bench_.run(QStringList{"-y", "mcu", "upgrade", image_, "--expect", "v1.9"}).code, 6);
     QCOMPARE(bench_.run(QStringList{"-y", "capture", "burn", capture_, "--expect", "V9"}).code, 6);
   }
@@ -83,7 +83,7 @@ class FirmwareVerbsTest : public QObject {
     QCOMPARE(result.code == 0, simulator::mcuRunsApplication());
   }
 
-  void anImageForTheOtherFamilyIsRefusedWhereItTells() {
+  void anImageMarkedForTheOtherFamilyIsRefused() {
     QByteArray image = mcuImage(600);
     // Stack at 0x20001000, entry at 0x08005101.
     image.replace(0, 8, QByteArray::fromHex("0010002001510008"));
@@ -179,7 +179,7 @@ class FirmwareVerbsTest : public QObject {
     QVERIFY(result.err.contains("100 %\n"));
   }
 
-  void progressIsWhatWasAskedFor_data() {
+  void progressHasTheRequestedForm_data() {
     QTest::addColumn<QString>("option");
     QTest::addColumn<bool>("terminal");
     QTest::addColumn<QString>("sign");
@@ -189,7 +189,7 @@ class FirmwareVerbsTest : public QObject {
     QTest::newRow("lines") << "--progress=lines" << true << "Burning: 50 %\n";
     QTest::newRow("json") << "--progress=json" << false << "{\"progress\": 100, \"step\": \"Burning\"}\n";
   }
-  void progressIsWhatWasAskedFor() {
+  void progressHasTheRequestedForm() {
     QFETCH(QString, option);
     QFETCH(bool, terminal);
     QFETCH(QString, sign);

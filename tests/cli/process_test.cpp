@@ -124,7 +124,7 @@ class ProcessTest : public QObject {
   }
 #endif
 
-  void aSecondProcessIsToldAboutTheFirstUntilThatIsGone() {
+  void aSecondProcessIsRefusedUntilTheFirstHasEnded() {
     QProcess first;
     first.start(PROGRAM, {"watch", "serial"});
     QVERIFY(first.waitForReadyRead(30'000));
@@ -140,14 +140,14 @@ class ProcessTest : public QObject {
     QCOMPARE(runProgram({"info"}).code, 0);
   }
 
-  void aDeviceThatCannotBeUsedIsToldInOneLine_data() {
+  void anUnusableDeviceIsReportedInOneLine_data() {
     QTest::addColumn<QByteArray>("variable");
     QTest::addColumn<QString>("line");
     QTest::newRow("damaged state") << QByteArray("RTICE_SIMULATOR_STATE")
                                    << ": is no state file, or a damaged one; delete it or name another one";
     QTest::newRow("bad scenario") << QByteArray("RTICE_SIMULATOR_SCENARIO") << ":1: not valid JSON: .*";
   }
-  void aDeviceThatCannotBeUsedIsToldInOneLine() {
+  void anUnusableDeviceIsReportedInOneLine() {
     QFETCH(QByteArray, variable);
     QFETCH(QString, line);
     const QTemporaryDir folder;

@@ -133,7 +133,7 @@ class ProgramTest : public QObject {
     QVERIFY(simulator::journal().empty());
   }
 
-  void globalOptionsStandBeforeOrBehindTheVerb() {
+  void globalOptionsMayPrecedeOrFollowTheVerb() {
     QVERIFY(!bench_.run("-j info").document().isNull());
     QVERIFY(!bench_.run("info -j").document().isNull());
     QVERIFY(!bench_.run("serial get -j").document().isNull());
@@ -163,14 +163,14 @@ class ProgramTest : public QObject {
     QVERIFY(result.err.contains("AT_SetHDMI_HDCP_OnOff"));
   }
 
-  void anotherModelThanThePluggedOneIsNoDevice() {
+  void aModelThatIsNotPluggedInIsNotFound() {
     const auto result = bench_.run("-d KVR-5B info");
     QCOMPARE(result.code, 3);
     QVERIFY(result.err.contains("5C19:6B02"));
     QCOMPARE(bench_.run("-d 5c19:6b03 info").code, 0);
   }
 
-  void itWaitsForTheDeviceAsLongAsTold() {
+  void itWaitsForTheDeviceAsLongAsRequested() {
     simulator::failCall("setDevice", 1, -3, 20);
     QCOMPARE(bench_.run("--wait=1 info").code, 3);
     const auto spent = simulator::now();
@@ -178,7 +178,7 @@ class ProgramTest : public QObject {
     QCOMPARE(bench_.run("--wait=5 info").code, 0);
   }
 
-  void aSecondInstanceIsToldWhoHoldsTheDevice() {
+  void aSecondInstanceLearnsWhoHoldsTheDevice() {
     auto lock = std::make_unique<cli::DeviceLock>(bench_.path("pellavox-5C19-6B03.lock"));
     QVERIFY(lock->tryLock() == cli::DeviceLock::Result::kLocked);
     const auto result = bench_.run("info");
@@ -220,7 +220,7 @@ class ProgramTest : public QObject {
     QVERIFY(json.document()["uvcName"].text().startsWith("A\x1b[31mB"));
   }
 
-  void verboseTellsEachCallOnStandardErrorOnly() {
+  void verbosePrintsEachCallToStandardErrorOnly() {
     const auto result = bench_.run("-v serial get");
     QVERIFY(result.err.contains("AT_USB_Get_SerialNum -> 0"));
     QVERIFY(!result.out.contains("AT_USB"));

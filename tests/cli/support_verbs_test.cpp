@@ -29,7 +29,7 @@ class SupportVerbsTest : public QObject {
     QCOMPARE(bench_.run(QStringList{"diff", before_}).out, QByteArray("audio.receiverGain: 0 -> 7\n"));
   }
 
-  void whatIsNotReadIsNoDifference_data() {
+  void unreadValuesAreNoDifference_data() {
     QTest::addColumn<QString>("operation");
     QTest::addColumn<QString>("unread");
     QTest::newRow("a value") << "AT_USB_Get_SerialNum"
@@ -39,7 +39,7 @@ class SupportVerbsTest : public QObject {
     QTest::newRow("a value of several numbers") << "AT_UVC_Get_Output_Timing"
                                                 << "video.outputTiming";
   }
-  void whatIsNotReadIsNoDifference() {
+  void unreadValuesAreNoDifference() {
     QFETCH(QString, operation);
     QFETCH(QString, unread);
     const std::string name = operation.toStdString();
@@ -73,7 +73,7 @@ class SupportVerbsTest : public QObject {
     }
   }
 
-  void aDoctorsFileThatLacksAValueIsNoSuccess() {
+  void aDoctorsFileThatLacksAValueIsAFailure() {
     const QString report = bench_.path("report.json");
     QCOMPARE(bench_.run(QStringList{"doctor", "-o", report}).code, 0);
     simulator::failCall("AT_USB_Get_SerialNum", nextCall("AT_USB_Get_SerialNum"), -5);
@@ -93,7 +93,7 @@ class SupportVerbsTest : public QObject {
     }
   }
 
-  void aWatchGoesOnWhenTheDeviceIsBack() {
+  void aWatchContinuesWhenTheDeviceIsBack() {
     int pauses = 0;
     bench_.onPause = [&pauses] {
       ++pauses;

@@ -38,7 +38,7 @@ class OperationsTest : public QObject {
     QCOMPARE(device::countOf(Kind::kChange), std::size_t{16});
   }
 
-  void aNameTellsWhetherItReadsOrChanges() {
+  void namesFitTheirKindOfOperation() {
     for (const device::OperationDescription& operation : device::kOperations) {
       const QString name = operation.name.data();
       if (name.contains("_Get")) {

@@ -28,7 +28,7 @@ class DiagCallsTest : public QObject {
         {"AT_GPIO_Set_Param(1, 0, 255)", [] { return device::statusOf(diag::writePin(GpioGroup::kMisc, 0, 255)); }});
   }
 
-  void asManyBytesAreReadAsAskedFor() {
+  void theRequestedNumberOfBytesIsRead() {
     for (const int count : {1, 2, 3, 4, 256}) {
       QCOMPARE(diag::readRegister(0x50, bytes("0000"), count)->size(), count);
     }
@@ -36,7 +36,7 @@ class DiagCallsTest : public QObject {
     QCOMPARE(*diag::readRegister(0x0D, bytes("02"), 2), bytes("12AB"));
   }
 
-  void whatIsTooMuchForTheBusIsNotSent() {
+  void writesTooLongForTheBusAreNotSent() {
     QCOMPARE(device::statusOf(diag::writeRegister(0x50, bytes("00"), QByteArray(65535, 'x'))), device::kNotCalled);
     QCOMPARE(device::statusOf(diag::writeRegister(0x50, QByteArray(), QByteArray())), device::kNotCalled);
     QCOMPARE(journalCalls(), QStringList());

@@ -8,7 +8,7 @@ class I2cBytesTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void aFieldIsHexadecimalAndElseZero_data() {
+  void aFieldIsHexadecimalOrCountsAsZero_data() {
     QTest::addColumn<QString>("text");
     QTest::addColumn<quint32>("value");
     QTest::newRow("digits") << "1a2B" << 0x1A2BU;
@@ -28,7 +28,7 @@ class I2cBytesTest : public QObject {
     QTest::newRow("blanks alone") << "  " << 0U;
   }
 
-  void aFieldIsHexadecimalAndElseZero() {
+  void aFieldIsHexadecimalOrCountsAsZero() {
     QFETCH(QString, text);
     QFETCH(quint32, value);
     QCOMPARE(device::hexOrZero(text), value);

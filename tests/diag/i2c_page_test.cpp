@@ -169,7 +169,7 @@ class I2cPageTest : public WindowTest {
                                           "AT_System_Send_ExternalMCU_cmd(3, 0x00, 2, [00 00])"}));
   }
 
-  void aTransferIsNotedInTheDebugOutput() {
+  void aTransferIsLoggedInTheDebugOutput() {
     QTest::ignoreMessage(QtDebugMsg, "Reg: 01 00");
     QTest::ignoreMessage(QtDebugMsg, "Val: 12 34");
     write("A0", "100", "1234");
@@ -253,7 +253,7 @@ class I2cPageTest : public WindowTest {
     QCOMPARE(write("90", "4", "1234"), "I2C Error");
   }
 
-  void theMcuOwnRegistersAreRead() {
+  void theMcusOwnRegistersAreRead() {
     QCOMPARE(read("1A", "2", 1), "12");
     QCOMPARE(read("1A", "0", 1), "32");
     QCOMPARE(read("86", "0", 1), "I2C Error");

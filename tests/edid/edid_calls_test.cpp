@@ -26,7 +26,7 @@ class EdidCallsTest : public QObject {
     checkCall({"AT_EDID_DDC_Get_RX_table(512)", [] { return statusOfCall(edid::readDdcTable(TableSize::k512)); }});
   }
 
-  void aTableIsAsLongAsAskedFor() {
+  void aTableHasTheRequestedLength() {
     for (const TableSize size : {TableSize::k256, TableSize::k384, TableSize::k512}) {
       const int bytes = static_cast<int>(size);
       QCOMPARE(edid::readFlashTable(0, size)->size(), bytes);

@@ -146,7 +146,7 @@ class EdidCheckTest : public QObject {
     }
   }
 
-  void whatErasedFlashLeavesBehindIsRefused() {
+  void erasedFlashBehindATableIsRefused() {
     for (const std::uint8_t rest : {std::uint8_t{0x00}, std::uint8_t{0xFF}}) {
       Table table = sample("5:4 monitor, DVI");
       table.resize(512, rest);
@@ -204,7 +204,7 @@ class EdidCheckTest : public QObject {
     QVERIFY(refusedFor(Table(table.begin(), table.end()), static_cast<Check>(check), static_cast<std::size_t>(offset)));
   }
 
-  void whatDisplaysLiveWithIsToldButNotRefused() {
+  void toleratedFaultsAreReportedButNotRefused() {
     const Table mapped = sample("block map and two CTA-861 extensions");
     Table table(mapped.begin(), mapped.begin() + 128);
     table.insert(table.end(), mapped.begin() + 256, mapped.end());

@@ -66,7 +66,7 @@ class EdidDescriptionTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void everyDisplayTellsNameSizeAndPreferredMode() {
+  void everyDisplayShowsNameSizeAndPreferredMode() {
     for (const SampleDisplay& display : edid_test::sampleDisplays()) {
       const auto description = edid::describe(display.table);
       QVERIFY(description);
@@ -104,7 +104,7 @@ class EdidDescriptionTest : public QObject {
     QCOMPARE(listOf(described("laptop panel 1366x768").texts), QStringList{"B140XTN"});
   }
 
-  void aModelYearIsNoYearOfMaking() {
+  void aModelYearIsNotTheYearOfManufacture() {
     const Description description =
         ofBase(edid_test::EdidBuilder("ZAA", 1, 4, 0xA5, 0x06).made(0xFF, 2023).timing(edid_test::k1080p60));
     QVERIFY(description.isModelYear);
@@ -113,7 +113,7 @@ class EdidDescriptionTest : public QObject {
     QCOMPARE(description.maker.c_str(), "ZAA");
   }
 
-  void structure14TellsInterfaceAndDepth_data() {
+  void structure14GivesInterfaceAndDepth_data() {
     QTest::addColumn<int>("input");
     QTest::addColumn<QByteArray>("videoInterface");
     QTest::addColumn<int>("bits");
@@ -126,7 +126,7 @@ class EdidDescriptionTest : public QObject {
     QTest::newRow("reserved") << 0xFF << QByteArray("") << 0;
   }
 
-  void structure14TellsInterfaceAndDepth() {
+  void structure14GivesInterfaceAndDepth() {
     QFETCH(int, input);
     QFETCH(QByteArray, videoInterface);
     QFETCH(int, bits);
@@ -145,7 +145,7 @@ class EdidDescriptionTest : public QObject {
     QCOMPARE(description.range->maxHorizontalKhz, 400U);
   }
 
-  void aRatioInATimingIsNoSize() {
+  void anAspectRatioInATimingIsNotASize() {
     edid_test::EdidBuilder builder("ORV", 1, 3, 0x80, 0x0E);
     builder.size(160, 90).timing(edid_test::k1080p60).size(1430, 800);
     const Description description = ofBase(builder);
@@ -178,7 +178,7 @@ class EdidDescriptionTest : public QObject {
              (QStringList{"1920x1080 50.00 Hz", "1280x720 50.00 Hz", "1920x1080i 60.00 Hz"}));
   }
 
-  void videoCodesTellNativeAnd420() {
+  void videoCodesGiveNativeAnd420() {
     const Description full = described("1080p television at 50 Hz, surround");
     QStringList natives;
     for (const Mode& mode : full.modes) {
@@ -279,7 +279,7 @@ class EdidDescriptionTest : public QObject {
     QVERIFY(wall.hasCta && wall.ycbcr444 && wall.ycbcr422 && wall.underscan);
   }
 
-  void whatLiesBehindThePromisedExtensionsIsNotRead() {
+  void bytesBehindTheDeclaredExtensionsAreNotRead() {
     Table table = edid_test::sampleTelevisions()[0].table;
     table[126] = 0;
     const auto description = edid::describe(table);
@@ -288,7 +288,7 @@ class EdidDescriptionTest : public QObject {
     QVERIFY(!description->blocks[0].checksumRight && description->blocks[1].checksumRight);
   }
 
-  void lessThanABlockIsNoDescription() {
+  void lessThanABlockIsNotDescribed() {
     const Table table = edid_test::sampleMonitors()[0].table;
     QVERIFY(!edid::describe({}));
     QVERIFY(!edid::describe(std::span(table).first(127)));

@@ -45,7 +45,7 @@ class EdidFileTest : public QObject {
     QVERIFY(file.remove());
   }
 
-  void whatIsNoReadableFileGivesNoTable() {
+  void onlyAReadableFileGivesATable() {
     QVERIFY(!edid::readTable(path("missing.bin")));
     QVERIFY(!edid::readTable(directory_.folder()));
     QVERIFY(!edid::readTable(QString()));

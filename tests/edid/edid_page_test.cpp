@@ -167,7 +167,7 @@ class EdidPageTest : public WindowTest {
     QCOMPARE(contentOf(path()), QByteArray());
   }
 
-  void aSinkThatIsNotThereIsAFailedRead() {
+  void aMissingSinkIsAFailedRead() {
     startConnected(R"({"sink": {"present": false}})");
     save("BN_Apply_ReadTxEDID", path());
     QCOMPARE(user.message(), "Read Tx EDID...[fail]");
@@ -193,7 +193,7 @@ class EdidPageTest : public WindowTest {
 
 #if defined(Q_OS_LINUX)
   // A file size limit simulates the full disk.
-  void aFullDiskIsNoSavedTable() {
+  void aFullDiskFailsTheSave() {
     rlimit before{};
     QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
     const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
@@ -330,7 +330,7 @@ class EdidPageTest : public WindowTest {
 #endif
 
 #if defined(Q_OS_UNIX)
-  void theWaitCursorStandsWhileTheDeviceWrites_data() {
+  void theWaitCursorIsShownWhileTheDeviceWrites_data() {
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("message");
     QTest::newRow("written") << 0 << "Write flash EDID table...[Done]";
@@ -338,7 +338,7 @@ class EdidPageTest : public WindowTest {
     QTest::newRow("failed otherwise") << 1 << "Write flash EDID table...[fail]";
   }
 
-  void theWaitCursorStandsWhileTheDeviceWrites() {
+  void theWaitCursorIsShownWhileTheDeviceWrites() {
     QFETCH(int, status);
     QFETCH(QString, message);
     simulator::answerCall("AT_EDID_Flash_Set_table", 1, status, {});

@@ -139,7 +139,7 @@ class CaptureImageTest : public QObject {
     QVERIFY(!image.contains(kText));
   }
 
-  void halvesOfTheTextOnBothSidesOfABoundaryAreNoText() {
+  void halvesOfTheTextAroundABoundaryDoNotMatch() {
     Image image(QByteArray(static_cast<int>(kMiB + 8 * kKiB), '\0'));
     for (qint64 boundary = 4 * kKiB; boundary <= kMiB; boundary += 4 * kKiB) {
       image.put(boundary - 4, "KVR-");
@@ -148,7 +148,7 @@ class CaptureImageTest : public QObject {
     QVERIFY(!image.contains(kText));
   }
 
-  void theAnswerIsThatOfASearchInMemory() {
+  void theResultEqualsASearchInMemory() {
     const QByteArray letters("KVR-75\0", 7);
     std::mt19937 random(20240611);
     std::uniform_int_distribution<int> letter(0, static_cast<int>(letters.size()) - 1);
@@ -228,7 +228,7 @@ class CaptureImageTest : public QObject {
     }
   }
 
-  void aFileThatFailsToBeReadDoesNotContainTheText() {
+  void anUnreadableFileDoesNotContainTheText() {
 #if defined(Q_OS_LINUX)
     // Can be opened, but nothing is mapped at its beginning.
     QFile image("/proc/self/mem");

@@ -128,7 +128,7 @@ class CapturePageTest : public CaptureFixture {
     expectBurn("BN_Apply_CapMCU", path);
   }
 
-  void aTypedPathAloneIsNoChosenFile() {
+  void aTypedPathDoesNotChooseAFile() {
     user.click("BN_Connect");
     user.widget<QLineEdit>("lineEdit_Cap_Path_QX").setText(write("firmware.img", imageFor("KVR-7")));
     expectNothingStarted("Unable to open file");
@@ -179,14 +179,14 @@ class CapturePageTest : public CaptureFixture {
   }
 
   // The file may be replaced after it has been chosen.
-  void whatIsNoRegularFileCannotBeOpened_data() {
+  void onlyRegularFilesCanBeOpened_data() {
     QTest::addColumn<QString>("kind");
     for (const char* kind : {"directory", "pipe", "endless device", "dangling link"}) {
       QTest::newRow(kind) << kind;
     }
   }
 
-  void whatIsNoRegularFileCannotBeOpened() {
+  void onlyRegularFilesCanBeOpened() {
     QFETCH(QString, kind);
 #if defined(Q_OS_UNIX)
     user.click("BN_Connect");

@@ -75,7 +75,7 @@ class CaptureSearchTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void aFileThatHoldsMoreThanItTellsIsSearchedToItsEnd_data() {
+  void aFileLargerThanItReportsIsSearchedToItsEnd_data() {
     QTest::addColumn<qint64>("told");
     QTest::addColumn<int>("place");
     const int size = 600 * kKiB;
@@ -86,7 +86,7 @@ class CaptureSearchTest : public QObject {
     }
   }
 
-  void aFileThatHoldsMoreThanItTellsIsSearchedToItsEnd() {
+  void aFileLargerThanItReportsIsSearchedToItsEnd() {
     QFETCH(qint64, told);
     QFETCH(int, place);
     QByteArray content(600 * int{kKiB}, 'x');
@@ -102,7 +102,7 @@ class CaptureSearchTest : public QObject {
     QVERIFY(image.bytesRead <= content.size());
   }
 
-  void aFileWithoutEndIsGivenUp() {
+  void anEndlessFileIsGivenUp() {
     QTemporaryFile file;
     WatchedFile image(madeFile(file, QByteArray()));
     image.toldSize = 0;
@@ -112,14 +112,14 @@ class CaptureSearchTest : public QObject {
     QVERIFY(image.bytesRead < 66 * kKiB * kKiB);
   }
 
-  void halvesOnBothSidesOfAHoleAreNoText_data() {
+  void halvesAroundAHoleDoNotMatch_data() {
     QTest::addColumn<int>("before");
     for (int before = 1; before < kText.size(); ++before) {
       QTest::addRow("%d letters before it", before) << before;
     }
   }
 
-  void halvesOnBothSidesOfAHoleAreNoText() {
+  void halvesAroundAHoleDoNotMatch() {
     QFETCH(int, before);
     constexpr qint64 kEdge = 64 * kKiB;
     QTemporaryFile file;

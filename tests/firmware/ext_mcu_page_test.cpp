@@ -25,7 +25,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
   void init() { startMcu(); }
   void cleanup() { finish(); }
 
-  void anUpgradeSendsTheImageAndTellsItsCourse_data() {
+  void anUpgradeSendsTheImageAndReportsItsProgress_data() {
     QTest::addColumn<int>("family");
     QTest::addColumn<int>("size");
     QTest::addColumn<bool>("inApplication");
@@ -40,7 +40,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     }
   }
 
-  void anUpgradeSendsTheImageAndTellsItsCourse() {
+  void anUpgradeSendsTheImageAndReportsItsProgress() {
     QFETCH(int, family);
     QFETCH(int, size);
     QFETCH(bool, inApplication);
@@ -91,7 +91,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     QCOMPARE(log.take(), QStringList());
   }
 
-  void anMcuThatIsNotKnownIsLeftAlone_data() {
+  void anUnknownMcuIsLeftAlone_data() {
     QTest::addColumn<QByteArray>("mcu");
     QTest::newRow("silence") << QByteArray(R"({"mode": "silent"})");
     QTest::newRow("other family in its application") << QByteArray(R"({"family": "0x41"})");
@@ -99,7 +99,7 @@ class ExtMcuPageTest : public ExtMcuFixture {
     QTest::newRow("family 0xFF") << QByteArray(R"({"family": "0xFF", "mode": "bootLoader"})");
   }
 
-  void anMcuThatIsNotKnownIsLeftAlone() {
+  void anUnknownMcuIsLeftAlone() {
     QFETCH(QByteArray, mcu);
     startMcu(mcu);
     logPauses();

@@ -29,7 +29,7 @@ class ImageFilesTest : public QObject, private TestFiles {
     QCOMPARE(firmware::readMcuImage(write("empty.bin", {}))->size(), 0);
   }
 
-  void whatIsNoFileGivesNoImage() {
+  void onlyAFileGivesAnImage() {
     QVERIFY(firmware::readMcuImage(path("missing.bin")).error() == ImageFailure::kCannotOpen);
     QVERIFY(firmware::readMcuImage(folder()).error() == ImageFailure::kCannotOpen);
     QVERIFY(firmware::checkCaptureImage(path("missing.img"), kKvr7).error() == ImageRefusal::kCannotOpen);
@@ -64,7 +64,7 @@ class ImageFilesTest : public QObject, private TestFiles {
     QVERIFY(!device::openRegularFile(nowhere, QIODevice::WriteOnly));
   }
 
-  void anImageIsRefusedForAnotherModel_data() {
+  void anImageForAnotherModelIsRefused_data() {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<bool>("fitsKvr7");
     QTest::addColumn<bool>("fitsKvr5");
@@ -75,7 +75,7 @@ class ImageFilesTest : public QObject, private TestFiles {
     QTest::newRow("empty") << QByteArray() << false << false;
   }
 
-  void anImageIsRefusedForAnotherModel() {
+  void anImageForAnotherModelIsRefused() {
     QFETCH(QByteArray, content);
     QFETCH(bool, fitsKvr7);
     QFETCH(bool, fitsKvr5);

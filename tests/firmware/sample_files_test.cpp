@@ -124,7 +124,7 @@ class SampleFilesTest : public QObject {
     QCOMPARE(here.entryList(QDir::AllEntries | QDir::Hidden), before);
   }
 
-  void whatCannotBeDoneIsSaid() {
+  void mistakesAreReported() {
     const ProgramRun usage = makeSamples({});
     QCOMPARE(usage.exitCode, 2);
     QVERIFY(usage.errors.startsWith("usage: "));

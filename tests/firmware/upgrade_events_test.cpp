@@ -76,7 +76,7 @@ class UpgradeEventsTest : public QObject {
   }
 #endif
 
-  void aGoodUpgradeTellsOfEveryStepAndBlock() {
+  void aGoodUpgradeReportsEveryStepAndBlock() {
     const UpgradeResult result = upgrade(Image(200, 0x78));
     QCOMPARE(result.outcome, UpgradeOutcome::kDone);
     QStringList expected{"begun", "found 76 0 2", "step 0", "step 1", "entered 2", "step 2"};
@@ -219,7 +219,7 @@ class UpgradeEventsTest : public QObject {
     QVERIFY(simulator::mcuRunsApplication());
   }
 
-  void theWindowsWords_data() {
+  void windowTextsOfTheEvents_data() {
     QTest::addColumn<QStringList>("shown");
     QTest::addColumn<QStringList>("expected");
     const auto row = [](const char* name, const UpgradeEvent& event, const QStringList& expected) {
@@ -254,7 +254,7 @@ class UpgradeEventsTest : public QObject {
     end("stopped", UpgradeOutcome::kStopped, {});
   }
 
-  void theWindowsWords() {
+  void windowTextsOfTheEvents() {
     QFETCH(QStringList, shown);
     QFETCH(QStringList, expected);
     QCOMPARE(shown, expected);

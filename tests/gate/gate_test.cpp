@@ -64,7 +64,7 @@ class GateTest : public QObject {
     QVERIFY(loaded.error().operation.empty());
   }
 
-  void aFileThatIsNoLibraryIsNamed() {
+  void aFileThatIsNotALibraryIsNamed() {
     const QTemporaryDir folder;
     QFile file(folder.filePath("notes.txt"));
     QVERIFY(file.open(QIODevice::WriteOnly));

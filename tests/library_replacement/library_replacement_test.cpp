@@ -136,7 +136,7 @@ class LibraryReplacementTest : public QObject {
     QCOMPARE(run.output, QByteArray());
   }
 
-  void aFileThatIsNoLibraryIsRefused() {
+  void aFileThatIsNotALibraryIsRefused() {
     const QTemporaryDir directory;
     const QString program = programWithoutLibrary(QDir(directory.path()));
     writeFile(directory.filePath(kLibraryName), QByteArray(4096, 'x'));

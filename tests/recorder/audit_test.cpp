@@ -108,7 +108,7 @@ class AuditTest : public QObject {
     QCOMPARE(operationIn(report, "AT_Get_Current_Input_Source")["calls"].toInt(), 1);
   }
 
-  void callbacksAreToldByTheirThreads() {
+  void callbacksAreDistinguishedByThread() {
     const QTemporaryDir folder;
     const QJsonObject report = audited(folder, "a.jsonl", [&](auto& target) {
       THROUGH(target, burnToFlash, "x", [](float) {});
@@ -120,7 +120,7 @@ class AuditTest : public QObject {
     QCOMPARE(callbacks["after_the_call"].toInt(), 1);
   }
 
-  void laterRunsAddToTheReportAndTellWhatIsNew() {
+  void laterRunsAddToTheReportAndShowWhatIsNew() {
     const QTemporaryDir folder;
     const auto openTwice = [](auto& target) {
       THROUGH(target, openPort);

@@ -159,7 +159,7 @@ class PlayerTest : public QObject {
                                  "  before it: calls.jsonl:3 AT_HdmiRX_Set_HPD(on=1) returned 0\n"));
   }
 
-  void whatDiffersIsTold_data() {
+  void differencesAreReported_data() {
     QTest::addColumn<int>("skipped");
     QTest::addColumn<int>("repeated");
     QTest::addColumn<int>("made");
@@ -177,7 +177,7 @@ class PlayerTest : public QObject {
                                      << "expected: nothing more from this thread";
   }
 
-  void whatDiffersIsTold() {
+  void differencesAreReported() {
     QFETCH(int, skipped);
     QFETCH(int, repeated);
     QFETCH(int, made);
@@ -212,7 +212,7 @@ class PlayerTest : public QObject {
     QVERIFY2(report.contains(part), qPrintable(report));
   }
 
-  void theFirstDifferingByteIsTold() {
+  void theFirstDifferingByteIsReported() {
     const auto program = [](std::uint8_t byte) {
       return [byte](auto& target) {
         Bytes table(256, 0x11);

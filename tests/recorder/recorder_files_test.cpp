@@ -74,7 +74,7 @@ class RecorderFilesTest : public QObject {
     QVERIFY(!recorder::readRecording(file, recorder::Parts::kRemaining));
   }
 
-  void aFolderThatIsNotThereIsToldOnceAndTheProgramWorksOn() {
+  void aMissingFolderIsReportedOnceAndTheProgramContinues() {
     const QTemporaryDir folder;
     QStringList told;
     Recorder::Options options = optionsFor(quiet_library::functions(), pathIn(folder, "no/such/folder.jsonl"));

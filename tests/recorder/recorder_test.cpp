@@ -184,7 +184,7 @@ class RecorderTest : public QObject {
     QVERIFY(recording.calls.at(3).image.inputs[1].kind == Input::Kind::kNull);
   }
 
-  void filesAreToldBySizeAndHashAlone() {
+  void filesAreRecordedBySizeAndHashOnly() {
     const QTemporaryDir folder;
     const auto firmware = fileWith(folder, "firmware-of-the-year.bin", "abc");
     const auto key = fileWith(folder, "secret.key", "abc");
@@ -252,7 +252,7 @@ class RecorderTest : public QObject {
     QCOMPARE(recording.calls[2].place.thread, 2U);
   }
 
-  void twoThreadsAreToldApartAndOrdered() {
+  void twoThreadsAreDistinguishedAndOrdered() {
     const QTemporaryDir folder;
     const auto file = pathIn(folder, "threads.jsonl");
     Recorder recorder(optionsFor(quiet_library::functions(), file));

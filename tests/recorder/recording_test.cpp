@@ -125,7 +125,7 @@ class RecordingTest : public QObject {
     }
   }
 
-  void damageIsToldWithItsLine_data() {
+  void damageIsReportedWithItsLine_data() {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QByteArray>("verdict");
     const std::vector<std::string> lines = linesOf(recordingOf(6));
@@ -160,7 +160,7 @@ class RecordingTest : public QObject {
         "text:" + std::to_string(lines.size() + 1) + ": there is something after the recording's last line");
   }
 
-  void damageIsToldWithItsLine() {
+  void damageIsReportedWithItsLine() {
     QFETCH(QByteArray, text);
     QFETCH(QByteArray, verdict);
     QCOMPARE(QByteArray::fromStdString(verdictOn(text.toStdString())), verdict);
@@ -239,7 +239,7 @@ class RecordingTest : public QObject {
     QVERIFY(otherSalt != serial);
   }
 
-  void aReadSerialNumberIsHiddenWithWhatStandsBehindIt() {
+  void aSerialNumberReadIsHiddenWithTheBytesBehindIt() {
     const recorder::Redaction redaction("salt");
     Bytes expected{'S', 'N', '4', '7'};
     redaction.makePseudonym(expected);

@@ -129,7 +129,7 @@ class SummaryTest : public QObject {
     QCOMPARE(recorder::differencesBetween(readBack(a), readBack(b)), std::string());
   }
 
-  void theFirstDifferenceOfEachThreadIsTold() {
+  void theFirstDifferenceOfEachThreadIsReported() {
     const QTemporaryDir folder;
     const auto a = recorded(folder, "a.jsonl", [](auto& target) { readEverything(target); });
     simulator::failCall("AT_EDID_Get_EDID_mode", 2, -9);

@@ -134,7 +134,7 @@ class RecordingVerbsTest : public QObject {
     QVERIFY2(contentOf(file).count("\"kind\":\"call\"") > 2, contentOf(file));
   }
 
-  void aFileThatIsNoRecordingIsNamedWhateverTheProgramDoes_data() {
+  void aFileThatIsNotARecordingIsNamedWhateverTheProgramDoes_data() {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QByteArray>("place");
     QTest::newRow("garbage") << QByteArray(
@@ -145,7 +145,7 @@ class RecordingVerbsTest : public QObject {
     QTest::newRow("empty") << QByteArray() << QByteArray("recording.jsonl");
   }
 
-  void aFileThatIsNoRecordingIsNamedWhateverTheProgramDoes() {
+  void aFileThatIsNotARecordingIsNamedWhateverTheProgramDoes() {
     QFETCH(QByteArray, content);
     QFETCH(QByteArray, place);
     const QTemporaryDir folder;

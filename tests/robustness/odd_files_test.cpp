@@ -68,7 +68,7 @@ class OddFilesTest : public WindowTest {
   }
 
 #if defined(Q_OS_LINUX)  // only Linux has endless files that claim to be empty
-  void aFileWithoutEndIsNoMcuImage() {
+  void anEndlessFileIsNotAnMcuImage() {
     connectDevice();
     choose("BN_Browse_ExtMCU_QX", files().write("good.bin", QByteArray(500, 'g')));
     choose("BN_Browse_ExtMCU_QX", "/proc/self/pagemap");
@@ -76,7 +76,7 @@ class OddFilesTest : public WindowTest {
     expectNoImage();
   }
 
-  void aFileWithoutEndIsNoCaptureImage() {
+  void anEndlessFileIsNotACaptureImage() {
     connectDevice();
     choose("BN_Browse_Cap_QX", "/proc/self/pagemap");
     DialogAnswers answers;

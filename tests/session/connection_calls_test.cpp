@@ -19,7 +19,7 @@ class ConnectionCallsTest : public QObject {
     simulator::useVirtualTime();
   }
 
-  void blankIdsAreNone_data() {
+  void blankIdsDoNotCount_data() {
     QTest::addColumn<QString>("vid");
     QTest::addColumn<QString>("pid");
     QTest::newRow("no vendor") << ""
@@ -32,13 +32,13 @@ class ConnectionCallsTest : public QObject {
                           << " ";
   }
 
-  void blankIdsAreNone() {
+  void blankIdsDoNotCount() {
     QFETCH(QString, vid);
     QFETCH(QString, pid);
     QVERIFY(!device::typedUsbIds(vid, pid));
   }
 
-  void idsAreHexadecimalAndElseZero() {
+  void idsAreHexadecimalOrCountAsZero() {
     QVERIFY(device::typedUsbIds("5C19", "6b03") == kDefaultDevice);
     QVERIFY(device::typedUsbIds(" 5C19 ", "\t6B03") == kDefaultDevice);
     QVERIFY(device::typedUsbIds("zz", "6B03") == (UsbIds{0, 0x6B03}));
@@ -52,7 +52,7 @@ class ConnectionCallsTest : public QObject {
     QVERIFY(!session::keepsSession(true, kDefaultDevice, {0x5C18, 0x6B03}));
   }
 
-  void eachStepOfAnOpeningIsToldOnceDone() {
+  void eachStepOfOpeningIsReportedOnceDone() {
     QStringList course;
     const auto opened = session::openSession(kDefaultDevice, [&course](OpenStep step) {
       course << journalOperations().last() + ' ' + QString::number(static_cast<int>(step));
@@ -62,7 +62,7 @@ class ConnectionCallsTest : public QObject {
     QCOMPARE(journalCalls(), (QStringList{"initialize()", "setDevice(0, 0, 0x5C19, 0x6B03)", "openPort()"}));
   }
 
-  void nobodyNeedsToListen() { QVERIFY(session::openSession(kDefaultDevice).has_value()); }
+  void listeningIsOptional() { QVERIFY(session::openSession(kDefaultDevice).has_value()); }
 
   void aFailedStepReleasesTheLibrary_data() {
     QTest::addColumn<QString>("operation");

@@ -252,7 +252,7 @@ class ConnectionPageTest : public WindowTest {
     QCOMPARE(selectedVid, 0U);
   }
 
-  void idsAreHexadecimalAndElseZero_data() {
+  void idsAreHexadecimalOrCountAsZero_data() {
     QTest::addColumn<QString>("vid");
     QTest::addColumn<QString>("pid");
     QTest::addColumn<QString>("call");
@@ -276,7 +276,7 @@ class ConnectionPageTest : public WindowTest {
                               << "setDevice(0, 0, 0x0000, 0x0000)";
   }
 
-  void idsAreHexadecimalAndElseZero() {
+  void idsAreHexadecimalOrCountAsZero() {
     QFETCH(QString, vid);
     QFETCH(QString, pid);
     QFETCH(QString, call);

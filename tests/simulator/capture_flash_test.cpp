@@ -60,7 +60,7 @@ class SimulatorCaptureFlashTest : public QObject {
     QCOMPARE(captureVersion(), "V2.10.03");
   }
 
-  void aBurnLetsOtherCallsIn() {
+  void otherCallsWorkDuringABurn() {
     open();
     static std::uint8_t source;
     static int status;
@@ -103,7 +103,7 @@ class SimulatorCaptureFlashTest : public QObject {
     QVERIFY(simulator::journal().empty());
   }
 
-  void filesThatAreNoImagesLeaveTheFirmware() {
+  void filesThatAreNotImagesLeaveTheFirmware() {
     open();
     for (const QByteArray& path :
          {fileWith(""), files_.folder().toUtf8(), files_.path("missing").toUtf8(), QByteArray("/dev/zero"),

@@ -328,7 +328,7 @@ class SimulatorDeviceTest : public QObject {
     QCOMPARE(serialNumber(), "kept");
   }
 
-  void theClockMovesOnlyWhenTold() {
+  void theClockMovesOnRequestOnly() {
     simulator::reset();
     simulator::useVirtualTime();
     const auto start = simulator::now();

@@ -91,7 +91,7 @@ class ExternalMcuTest : public QObject {
     QCOMPARE(read(0x0D, 0x02), 0x12);
   }
 
-  void itStaysBusyAsLongAsTheFlashWorks() {
+  void itStaysBusyWhileTheFlashIsWritten() {
     openBootLoader();
     QVERIFY(taken(packet(0xA1)));
     QVERIFY(write(0x43, addressPacket(kFirst)));

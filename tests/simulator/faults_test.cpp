@@ -89,7 +89,7 @@ class SimulatorFaultsTest : public QObject {
     QCOMPARE(openPort(), 0);
   }
 
-  void anAnswerIsWrittenAsItStands() {
+  void anAnswerIsWrittenUnchanged() {
     openDefaultDevice();
     simulator::answerCall("AT_Get_UVC_Name", 1, 0, std::vector<std::uint8_t>(300, 'y'));
     Scratch scratch;
@@ -165,7 +165,7 @@ class SimulatorFaultsTest : public QObject {
   }
 
   // Whatever a test can do to a call, a scenario can say.
-  void aScenarioSaysAllThatATestCan() {
+  void aScenarioCanInjectEveryFaultOfATest() {
     load(R"({"faults": [
       {"at": "AT_Get_UVC_Name", "status": 0, "answer": "79", "length": 4294967295},
       {"at": "AT_GPIO_Get_Param", "what": "delay", "delayMs": 2000},
@@ -183,7 +183,7 @@ class SimulatorFaultsTest : public QObject {
     QCOMPARE(readSource(2), (QVector<int>{0, 0}));
   }
 
-  void theSeedDecidesWhatIsDrawnByLot() {
+  void theSeedDecidesRandomFaults() {
     const auto statuses = [](const char* seed) {
       const std::string faults = R"("faults": [{"at": "AT_Get_Current_Input_Source", "perMille": 300, "status": -9}]})";
       load((std::string(R"({"seed": )") + seed + ", " + faults).c_str());

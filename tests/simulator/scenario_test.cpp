@@ -175,7 +175,7 @@ class SimulatorScenarioTest : public QObject {
     QVERIFY(simulator::loadScenario("{\"" + longKey + "\": 1}").size() < 2100);
   }
 
-  void whatWouldChangeTheLineIsNotQuoted_data() {
+  void charactersThatChangeTheLineAreReplaced_data() {
     QTest::addColumn<QByteArray>("key");
     QTest::addColumn<QString>("quoted");
     const auto row = [](const char* name, const QByteArray& key, const QString& quoted) {
@@ -208,7 +208,7 @@ class SimulatorScenarioTest : public QObject {
         QString::fromUtf8("Ger\xC3\xA4t \xE7\x89\xB9 \xF0\x9F\x98\x80"));
   }
 
-  void whatWouldChangeTheLineIsNotQuoted() {
+  void charactersThatChangeTheLineAreReplaced() {
     QFETCH(QByteArray, key);
     QFETCH(QString, quoted);
     const std::string text = simulator::loadScenario("{\"" + key.toStdString() + "\": 1}", key.toStdString());
@@ -216,7 +216,7 @@ class SimulatorScenarioTest : public QObject {
              text.c_str());
   }
 
-  void aNameThatIsNotUtf8IsShownAllTheSame() {
+  void aNameThatIsNotUtf8IsStillShown() {
     for (const char* name : {"a\xFF", "a\xC0", "a\xE2"}) {
       QVERIFY(simulator::loadScenario("[]", name).rfind("a?:1: ", 0) == 0);
     }

@@ -204,7 +204,7 @@ class StateFileTest : public QObject {
     QVERIFY(old > 10);
   }
 
-  void whatIsNoStateFileIsRefused_data() {
+  void filesThatAreNotStateFilesAreRefused_data() {
     QTest::addColumn<QByteArray>("file");
     QTest::newRow("text") << QByteArray("{}\n");
     QTest::newRow("other version") << QByteArray("Pellavox simulated device 2\n");
@@ -212,7 +212,7 @@ class StateFileTest : public QObject {
     QTest::newRow("zeros") << QByteArray(1000, '\0');
   }
 
-  void whatIsNoStateFileIsRefused() {
+  void filesThatAreNotStateFilesAreRefused() {
     QFETCH(QByteArray, file);
     write("device.state", file);
     const Run run = probe();
@@ -223,12 +223,12 @@ class StateFileTest : public QObject {
     QCOMPARE(content("device.state"), file);
   }
 
-  void anEmptyFileIsANewOne() {
+  void anEmptyStateFileIsANewOne() {
     write("device.state", "");
     QCOMPARE(probe().exitCode, 0);
   }
 
-  void aFolderOrAPathThatIsNotThereIsRefused() {
+  void aFolderOrAMissingPathIsRefused() {
     QVERIFY(QDir(folder_->path()).mkdir("device.state"));
     Run run = probe();
     QCOMPARE(run.output, QStringLiteral("initialize %1\n").arg(simulator::kBadState));
@@ -312,7 +312,7 @@ class StateFileTest : public QObject {
   }
 
   // Whenever the kill happens, the next process finds a device in a valid state.
-  void aKillAtAnyMomentLeavesADevice() {
+  void aKillAtAnyMomentLeavesAValidDevice() {
     SeededRandom random{seed};
     QByteArray image("firmware V2.00.01 for KVR-7");
     image.resize(40 * kSector);

@@ -44,7 +44,7 @@ class ExportTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void noCellIsAFormulaAndEachCanBeHadBack_data() {
+  void noCellIsAFormulaAndEachCanBeRestored_data() {
     QTest::addColumn<QString>("text");
     for (const char* text : {"Ann",
                              "",
@@ -69,7 +69,7 @@ class ExportTest : public QObject {
       QTest::newRow(text) << QString::fromUtf8(text);
     }
   }
-  void noCellIsAFormulaAndEachCanBeHadBack() {
+  void noCellIsAFormulaAndEachCanBeRestored() {
     QFETCH(QString, text);
     const auto lines = cellsOf(QString::fromUtf8(cli::csvOf({attemptBy(text)})));
     QCOMPARE(lines.size(), 2);

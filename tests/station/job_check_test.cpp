@@ -11,14 +11,14 @@ class JobCheckTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void whatIsThereIsNoMistake();
+  void aBareJobHasNoMistakes();
   void images_data();
   void images();
   void anEdidThatIsRefusedIsNamedByItsByte();
   void lists_data();
   void lists();
   void keys();
-  void whatTheLedgerHasIsUsed();
+  void keysAndNumbersInTheLedgerAreUsed();
   void aCounterCountsWhatIsLeft();
 };
 
@@ -45,7 +45,7 @@ Job bareJob(const StationBench& bench) {
 
 }  // namespace
 
-void JobCheckTest::whatIsThereIsNoMistake() {
+void JobCheckTest::aBareJobHasNoMistakes() {
   const StationBench bench;
   const JobCheck check = checkJob(bareJob(bench), nullptr);
   QCOMPARE(linesOf(check, bench), QStringList());
@@ -122,7 +122,7 @@ void JobCheckTest::keys() {
                         "keys/key0001: is the same key as keys/9; remove one"}));
 }
 
-void JobCheckTest::whatTheLedgerHasIsUsed() {
+void JobCheckTest::keysAndNumbersInTheLedgerAreUsed() {
   const StationBench bench;
   bench.makeKeys(2);
   bench.write("list", "A1\nA2\n");

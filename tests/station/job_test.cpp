@@ -14,15 +14,15 @@ class JobTest : public QObject {
   void aWholeJobIsRead();
   void mistakes_data();
   void mistakes();
-  void whatIsNoJson_data();
-  void whatIsNoJson();
-  void allMistakesAreTold();
-  void withoutCompareAllThatIsWrittenIsCompared();
+  void invalidJsonIsRefused_data();
+  void invalidJsonIsRefused();
+  void allMistakesAreReported();
+  void withoutCompareEverythingWrittenIsCompared();
   void theSchemaHasOnlyKeywordsThatAreChecked();
   void serialNumbers_data();
   void serialNumbers();
-  void theLedgerLiesBesideTheJob();
-  void filesThatAreNone();
+  void theLedgerIsNextToTheJob();
+  void missingOrLargeFilesAreRefused();
 };
 
 namespace {
@@ -134,7 +134,7 @@ void JobTest::mistakes() {
   QCOMPARE(job.error().front().line(), "line.json: " + line);
 }
 
-void JobTest::whatIsNoJson_data() {
+void JobTest::invalidJsonIsRefused_data() {
   QTest::addColumn<QByteArray>("bytes");
   QTest::addColumn<QString>("start");
   QTest::newRow("nothing") << QByteArray() << "line.json: line 1: is no JSON: ";
@@ -148,7 +148,7 @@ void JobTest::whatIsNoJson_data() {
   QTest::newRow("NUL bytes") << QByteArray(1000, '\0') << "line.json: line 1: is no JSON: ";
 }
 
-void JobTest::whatIsNoJson() {
+void JobTest::invalidJsonIsRefused() {
   QFETCH(QByteArray, bytes);
   QFETCH(QString, start);
   const auto job = readJob(bytes, "line.json");
@@ -159,13 +159,13 @@ void JobTest::whatIsNoJson() {
   QVERIFY2(!line.contains('\n') && line.size() < 300, qPrintable(line));
 }
 
-void JobTest::allMistakesAreTold() {
+void JobTest::allMistakesAreReported() {
   const auto job = readJob(
       whole().replace("KVR-5B", "KVR").replace("v1.3", "1").replace("\"slot\": 2}", "\"slot\": 8}"), "line.json");
   QCOMPARE(job.error().size(), std::size_t{3});
 }
 
-void JobTest::withoutCompareAllThatIsWrittenIsCompared() {
+void JobTest::withoutCompareEverythingWrittenIsCompared() {
   const StationBench bench;
   QCOMPARE(bench.job().compared, std::vector<Compared>{Compared::kSerialNumber});
   const auto job = readJob(whole()
@@ -217,12 +217,12 @@ void JobTest::serialNumbers() {
   QCOMPARE(mistakeInSerialNumber(serial, rule), mistake);
 }
 
-void JobTest::theLedgerLiesBesideTheJob() {
+void JobTest::theLedgerIsNextToTheJob() {
   QCOMPARE(defaultLedgerPath("/a/line.one.json"), QFileInfo("/a/line.one.ledger").absoluteFilePath());
   QCOMPARE(defaultLedgerPath("/a/line"), QFileInfo("/a/line.ledger").absoluteFilePath());
 }
 
-void JobTest::filesThatAreNone() {
+void JobTest::missingOrLargeFilesAreRefused() {
   const StationBench bench;
   QVERIFY(readJob(bench.path("missing.json")).error().front().text.startsWith("cannot be read"));
   QVERIFY(readJob(bench.path(".")).error().front().text.startsWith("cannot be read"));

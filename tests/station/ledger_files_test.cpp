@@ -22,8 +22,8 @@ class LedgerFilesTest : public QObject {
   void aReadOnlyLedgerCanBeReadAndIsNotWritten();
   void anOlderFormatIsMigratedWithACopyKept();
   void aNewerFormatIsRefused();
-  void whatIsNoLedgerIsRefused_data();
-  void whatIsNoLedgerIsRefused();
+  void filesThatAreNotLedgersAreRefused_data();
+  void filesThatAreNotLedgersAreRefused();
   void aCutLedgerIsNoticed();
   void aHugeFileIsRefusedAtOnce();
   void aLedgerThatVanishesTakesNoMoreRows();
@@ -175,7 +175,7 @@ void LedgerFilesTest::aNewerFormatIsRefused() {
   QCOMPARE(bytesOf(bench.ledgerPath()), before);
 }
 
-void LedgerFilesTest::whatIsNoLedgerIsRefused_data() {
+void LedgerFilesTest::filesThatAreNotLedgersAreRefused_data() {
   QTest::addColumn<QByteArray>("bytes");
   QTest::newRow("empty") << QByteArray();
   QTest::newRow("text") << QByteArray("serial,result\nLINE-1,PASS\n");
@@ -184,7 +184,7 @@ void LedgerFilesTest::whatIsNoLedgerIsRefused_data() {
   QTest::newRow("a database with garbage") << QByteArray("SQLite format 3\0", 16) + QByteArray(8192, '\xA5');
 }
 
-void LedgerFilesTest::whatIsNoLedgerIsRefused() {
+void LedgerFilesTest::filesThatAreNotLedgersAreRefused() {
   QFETCH(QByteArray, bytes);
   const StationBench bench;
   bench.write("line.ledger", bytes);

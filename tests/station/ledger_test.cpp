@@ -21,17 +21,17 @@ class LedgerTest : public QObject {
   void aUnitIsWorkedOnOnceAtATime();
   void aScrappedUnitIsOutForGood();
   void anEndedAttemptStaysAsItIs();
-  void serialsAreTakenInOrder_data();
-  void serialsAreTakenInOrder();
+  void serialNumbersAreTakenInOrder_data();
+  void serialNumbersAreTakenInOrder();
   void aNumberThatTheJobDoesNotGiveIsRefused();
   void aKeyIsTakenOnce();
   void aKeyThatIsReplacedIsLost();
   void rowsCanNeitherBeChangedNorRemoved();
-  void statusCountsAsSaid();
+  void statusCountsUnits();
   void failuresAreCountedByTheirKind();
   void aReasonsKindLeavesOutTheUnit_data();
   void aReasonsKindLeavesOutTheUnit();
-  void twoThatBeginALedgerAtOnceShareIt();
+  void twoProgramsThatBeginALedgerAtOnceShareIt();
 };
 
 namespace {
@@ -172,7 +172,7 @@ void LedgerTest::anEndedAttemptStaysAsItIs() {
   requireWhole(bench);
 }
 
-void LedgerTest::serialsAreTakenInOrder_data() {
+void LedgerTest::serialNumbersAreTakenInOrder_data() {
   QTest::addColumn<QByteArray>("rule");
   QTest::addColumn<QStringList>("serials");
   QTest::addColumn<QString>("end");
@@ -183,7 +183,7 @@ void LedgerTest::serialsAreTakenInOrder_data() {
                           << "every serial number of list is taken; add more";
 }
 
-void LedgerTest::serialsAreTakenInOrder() {
+void LedgerTest::serialNumbersAreTakenInOrder() {
   QFETCH(QByteArray, rule);
   QFETCH(QStringList, serials);
   QFETCH(QString, end);
@@ -267,7 +267,7 @@ void LedgerTest::rowsCanNeitherBeChangedNorRemoved() {
   requireWhole(bench);
 }
 
-void LedgerTest::statusCountsAsSaid() {
+void LedgerTest::statusCountsUnits() {
   const StationBench bench;
   Ledger ledger = bench.open();
   const Job job = bench.job();
@@ -346,7 +346,7 @@ void LedgerTest::aReasonsKindLeavesOutTheUnit() {
   QCOMPARE(kindOfReason(reason, serial), kind);
 }
 
-void LedgerTest::twoThatBeginALedgerAtOnceShareIt() {
+void LedgerTest::twoProgramsThatBeginALedgerAtOnceShareIt() {
   constexpr int kRounds = 60;
   for (int round = 0; round < kRounds; ++round) {
     const StationBench bench;

@@ -17,13 +17,13 @@ class ShiftTest : public QObject {
   void theSampleShiftEndsAsItShould();
   void nothingIsWrittenToAUnitThatWasSwappedIn();
   void aUnitThatFailedPassesLaterUnderItsNumber();
-  void whatIsRightAlreadyIsSkipped();
+  void completedStepsAreSkipped();
   void aUnitCutOffAnywhereIsResumed();
   void aUnitStoppedAnywhereIsRecordedAndRunsAgain();
   void anInterruptedUnitCanBeScrapped();
   void withoutAnAnswerNothingBegins();
   void anotherUnitIsNotTakenForTheInterruptedOne();
-  void scannedNumbersAreHeldAgainstThePattern();
+  void scannedNumbersMustMatchThePattern();
   void aTerminalShowsBigLettersAndRings();
   void anMcuThatIsStillStartingIsWaitedFor();
   void anMcuThatNeverAnswersFailsInTime();
@@ -169,7 +169,7 @@ void ShiftTest::aUnitThatFailedPassesLaterUnderItsNumber() {
   QVERIFY(again.err.contains("Nothing was written to the unit: unplug it."));
 }
 
-void ShiftTest::whatIsRightAlreadyIsSkipped() {
+void ShiftTest::completedStepsAreSkipped() {
   ShiftBench bench;
   bench.job["rework"] = "same-unit";
   bench.plugInUnits(1);
@@ -274,7 +274,7 @@ void ShiftTest::anotherUnitIsNotTakenForTheInterruptedOne() {
   QCOMPARE(ShiftBench::look().serial, QByteArray("FAB2"));
 }
 
-void ShiftTest::scannedNumbersAreHeldAgainstThePattern() {
+void ShiftTest::scannedNumbersMustMatchThePattern() {
   ShiftBench bench;
   bench.job["serial"] = QJsonObject{{"from", "scan"}, {"pattern", "SN[0-9]{4}"}};
   bench.plugInUnits(2);

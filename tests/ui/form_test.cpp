@@ -66,9 +66,9 @@ class FormTest : public QObject {
   void formHasExactlyItsWidgetsInOrderOfCreation();
   void widgetHasItsClassParentAndText_data();
   void widgetHasItsClassParentAndText();
-  void pagesStandInOrderAndTheSixthIsCurrent() const;
-  void widgetStandsAtItsGivenPlace_data();
-  void widgetStandsAtItsGivenPlace();
+  void pagesAreInOrderAndTheSixthIsCurrent() const;
+  void widgetIsAtItsRequiredPlace_data();
+  void widgetIsAtItsRequiredPlace();
   void nothingIsLaidOutByALayout();
   void lineEditTakesAtMostItsLength_data();
   void lineEditTakesAtMostItsLength();
@@ -171,7 +171,7 @@ void FormTest::widgetHasItsClassParentAndText() {
   }
 }
 
-void FormTest::pagesStandInOrderAndTheSixthIsCurrent() const {
+void FormTest::pagesAreInOrderAndTheSixthIsCurrent() const {
   const QTabWidget& tabs = *form.tabWidget;
   QCOMPARE(tabs.count(), static_cast<int>(std::size(kPages)));
   for (int index = 0; index < tabs.count(); ++index) {
@@ -181,14 +181,14 @@ void FormTest::pagesStandInOrderAndTheSixthIsCurrent() const {
   QCOMPARE(tabs.currentIndex(), 5);
 }
 
-void FormTest::widgetStandsAtItsGivenPlace_data() {
+void FormTest::widgetIsAtItsRequiredPlace_data() {
   QTest::addColumn<int>("index");
   for (std::size_t index = 0; index < std::size(kPlaces); ++index) {
     QTest::newRow(kPlaces[index].name) << static_cast<int>(index);
   }
 }
 
-void FormTest::widgetStandsAtItsGivenPlace() {
+void FormTest::widgetIsAtItsRequiredPlace() {
   QFETCH(int, index);
   const PlaceRow& place = kPlaces[static_cast<std::size_t>(index)];
   const QRect actual = widget(place.name).geometry();

@@ -50,7 +50,7 @@ class RxTimingTest : public QObject {
     }
   }
 
-  void onlyBitZeroOfTheFlagsTellsTheScan() {
+  void onlyBitZeroOfTheFlagsDecidesTheScan() {
     for (int flags = 0; flags < 256; ++flags) {
       QCOMPARE(video::scanText(static_cast<std::uint8_t>(flags)), flags % 2 == 1 ? "interlace" : "progressive");
     }

@@ -101,7 +101,7 @@ class VideoPageTest : public WindowTest {
     QVERIFY(user.widget<QRadioButton>("RB_Src_HDMI").isChecked());
   }
 
-  void withoutASessionTheDeviceIsAskedAllTheSame() {
+  void callsAreMadeEvenWithoutASession() {
     for (const char* button : {"RB_Src_DP", "BN_RX_HPD_ON", "BN_Video_Read"}) {
       user.click(button);
     }
@@ -224,7 +224,7 @@ class VideoPageTest : public WindowTest {
     QVERIFY(!journalOperations().contains("AT_SetHDMI_HDCP_OnOff"));
   }
 
-  void aRecordAsLargeAsItsBufferIsTaken() {
+  void aRecordAsLargeAsItsBufferIsAccepted() {
     user.click("BN_Connect");
     for (const char* operation : {"AT_UVC_Get_Output_Timing", "AT_Get_RX_TX_HDCP_Version"}) {
       simulator::answerCall(operation, 1, 0, Bytes(128, 0xFF));
