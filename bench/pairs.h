@@ -4,7 +4,7 @@
 #include <functional>
 #include <vector>
 
-/// Medians of something and of the least it could cost, measured in turn.
+/// Medians of a cost and of the least it could be, measured alternately.
 struct Pairs {
   double ours = 0;
   double least = 0;
@@ -22,7 +22,7 @@ inline Pairs measurePairs(int count, const std::function<double()>& ours, const 
   std::vector<double> other;
   std::vector<double> more;
   for (int i = 0; i < count; ++i) {
-    // Each goes first as often as the other.
+    // Each goes first equally often.
     const double first = i % 2 == 0 ? ours() : least();
     const double second = i % 2 == 0 ? least() : ours();
     our.push_back(i % 2 == 0 ? first : second);

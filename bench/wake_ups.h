@@ -5,7 +5,7 @@
 #include <string>
 #include <sys/types.h>
 
-/// A number of a file in /proc; lines are "NAME: NUMBER". 0 when it is not there.
+/// Reads a number from a file in /proc with lines "NAME: NUMBER"; 0 if it is missing.
 inline long procNumber(const std::filesystem::path& file, const std::string& name) {
   std::ifstream stream(file);
   for (std::string line; std::getline(stream, line);) {
@@ -16,7 +16,7 @@ inline long procNumber(const std::filesystem::path& file, const std::string& nam
   return 0;
 }
 
-/// How often the threads of a process have gone to sleep, and so woken up.
+/// How often the threads of a process have gone to sleep and thus woken up.
 inline long wakeUps(pid_t process) {
   long sum = 0;
   for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {

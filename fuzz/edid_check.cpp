@@ -11,7 +11,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span<const std::uint8_t> table(data, size);
   for (const edid::Finding& finding : edid::checkTable(table)) {
     fuzz::require(!finding.text.empty(), "every finding says what it is");
-    fuzz::require(finding.offset <= size && finding.block == finding.offset / 128, "a finding lies in the table");
+    fuzz::require(finding.offset <= size && finding.block == finding.offset / 128, "a finding is within the table");
   }
   const auto description = edid::describe(table);
   fuzz::require(description.has_value() == (size >= 128), "a whole block is described");
@@ -28,10 +28,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto changes = edid::fixChecksums(repaired);
   std::vector<std::uint8_t> replayed(table.begin(), table.end());
   for (const edid::ChangedByte& change : changes) {
-    fuzz::require(replayed.at(change.offset) == change.before, "the byte before a change is told");
+    fuzz::require(replayed.at(change.offset) == change.before, "a change reports the previous byte");
     replayed[change.offset] = change.after;
   }
-  fuzz::require(replayed == repaired, "every change is told");
+  fuzz::require(replayed == repaired, "every change is reported");
   for (const edid::Finding& finding : edid::checkTable(repaired)) {
     fuzz::require(finding.check != edid::Check::kChecksum, "no wrong checksum is left");
   }

@@ -39,7 +39,8 @@ void replay(const recorder::Recording& recording) {
     player.call(device::Operation::AT_USB_Get_SerialNum, arguments);
     player.finish();
   }
-  fuzz::require(report.rfind("complete", 0) == 0 || report.rfind("difference", 0) == 0, "the replay tells how it went");
+  fuzz::require(report.rfind("complete", 0) == 0 || report.rfind("difference", 0) == 0,
+                "the replay reports its result");
   fuzz::require(std::none_of(report.begin(), report.end(),
                              [](char letter) { return static_cast<unsigned char>(letter) < 0x20 && letter != '\n'; }),
                 "its report can be printed");

@@ -80,7 +80,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     return content(good);
   }();
   static const QString wholeText = told(folder.filePath(QStringLiteral("good.ledger")));
-  fuzz::require(!wholeText.isEmpty(), "the ledger tells what was recorded");
+  fuzz::require(!wholeText.isEmpty(), "the ledger shows what was recorded");
 
   fuzz::Input input({data, size});
   QByteArray bytes = whole;
@@ -101,7 +101,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
   const auto verified = station::verifyLedger(path);
   const bool isClean = verified.has_value() && verified->found.isEmpty();
-  fuzz::require(!isClean || told(path) == wholeText, "what is told of a ledger without a finding is what was recorded");
+  fuzz::require(!isClean || told(path) == wholeText, "a ledger without a finding shows what was recorded");
   fuzz::require(verified.has_value() || !verified.error().message.isEmpty(), "a refusal has a reason");
   if (!isClean) {
     static_cast<void>(told(path));

@@ -63,7 +63,7 @@ void readEverything() {
   }
   QCoreApplication::processEvents();  // paints the visible page
   for (const char* const name : kTexts) {
-    fuzz::require(isPaintedPlain(name), "a text of the device is painted as it stands");
+    fuzz::require(isPaintedPlain(name), "a text of the device is painted literally");
   }
 }
 

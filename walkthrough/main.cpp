@@ -42,7 +42,7 @@ void connectToDevice(Operator& user) {
   user.takePicture(QStringLiteral("connected"));
 }
 
-// A second press for the same device does nothing, so another comes between.
+// Connecting to the same device again does nothing, so select another in between.
 void connectAnew(Operator& user) {
   user.chooseRow(QStringLiteral("CB_DeviceType"), QStringLiteral("KVR-5B"));
   user.click(QStringLiteral("BN_Connect"));
@@ -69,11 +69,11 @@ void burnCaptureFirmware(Operator& user, const QDir& files) {
   user.click(QStringLiteral("BN_Apply_CapMCU_QX"));
   user.expectMatch(QStringLiteral("LB_Message"), QStringLiteral("[1-9][0-9]%"));
   user.takePicture(QStringLiteral("burning"));
-  // The progress's last tick may cover the outcome before it is seen; the
-  // version read after reconnecting shows it in any case.
+  // The last progress tick may overwrite the outcome before it is seen; the version
+  // read after reconnecting shows it in any case.
   user.expectMatch(QStringLiteral("LB_Message"), QStringLiteral("Burn CAP\\.\\.\\.\\[OK\\]|100%"));
   user.takePicture(QStringLiteral("burnt"));
-  user.waitMilliseconds(600);  // past that tick
+  user.waitMilliseconds(600);  // until after that tick
   connectAnew(user);
   user.expectText(QStringLiteral("lb_FW_VER_QX"), QStringLiteral("V1.04.00"));
 }
@@ -119,7 +119,7 @@ void provision(Operator& user, const QDir& files) {
   user.expectText(serialNumber, QStringLiteral("OV7A00005678"));
 }
 
-// The main job, stage by stage. Each stands on the one before.
+// The main job, stage by stage; each builds on the previous one.
 void walkThrough(Operator& user, const MainWindow& window, const QDir& files) {
   const std::function<void()> stages[] = {
       [&] { openWindow(user, window); },        [&] { connectToWrongModel(user); },
@@ -157,13 +157,12 @@ bool writeSamples(const QDir& folder) {
 }  // namespace
 
 /// Usage: pellavox-walkthrough [--look|--guide|--check-guide] [--files FOLDER]
-/// DIRECTORY. Operates the real window through the main job, leaves pictures in
-/// DIRECTORY and prints what it saw. Exit code 0 when everything expected appeared,
-/// else 1. With --look it only connects and reads, and prints what any device shows.
-/// With --guide it takes the pictures of the operator's guide in DIRECTORY; with
-/// --check-guide it looks whether those there still show what the window does. The
-/// pictures show the paths of the sample files: --files names a folder for them that
-/// is always the same.
+/// DIRECTORY. Takes the real window through the main job, saves pictures in DIRECTORY and
+/// prints what it saw. Exit code 0 if everything expected appeared, otherwise 1. With
+/// --look it only connects to any device, reads, and prints what the window shows. With
+/// --guide it takes the operator's guide's pictures in DIRECTORY; with --check-guide it
+/// checks that they still match the window. The pictures show paths of sample files:
+/// --files names a fixed folder for these.
 int main(int argc, char* argv[]) {
   enableHighDpi(argc, argv);
   // Only Qt's own file dialogs can be operated from here.

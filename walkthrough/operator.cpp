@@ -25,8 +25,8 @@ namespace {
 
 constexpr int kPatienceMs = 10'000;
 
-// Through the window system's event queue, so that the widget under the mouse
-// gets the click, as on a real screen: one that is covered does not.
+// Clicks through the window system's event queue, so that the widget under the mouse gets
+// the click, as on a real screen; a covered one does not.
 void clickAt(const QWidget& widget, const QPoint& position) {
   const QWidget& top = *widget.window();
   QTest::mouseClick(top.windowHandle(), Qt::LeftButton, {}, widget.mapTo(&top, position));
@@ -49,7 +49,7 @@ void Operator::chooseRow(const QString& comboBox, const QString& row) {
     record(comboBox, QStringLiteral("list stayed closed"), QStringLiteral("list open"), false);
     return;
   }
-  // By keyboard: where the list lies on the screen does not matter then.
+  // By keyboard, so that the list's position on the screen does not matter.
   const int wanted = box.findText(row);
   for (int steps = 0; steps < box.count() && list.currentIndex().row() != wanted; ++steps) {
     QTest::keyClick(list.window()->windowHandle(), list.currentIndex().row() < wanted ? Qt::Key_Down : Qt::Key_Up);
@@ -86,7 +86,7 @@ void Operator::pressAndChooseFile(const QString& button, const QString& path) {
 
 void Operator::enter(const QString& field, const QString& text) { dynamic_cast<QLineEdit&>(find(field)).setText(text); }
 
-// Arranged beforehand: the dialog's own event loop runs inside the click that
+// Prepares the answer beforehand, as the dialog's event loop runs inside the click that
 // opens it.
 void Operator::answerFileDialog(const QString& path) {
   QTimer::singleShot(50, &window_, [this, path] {
@@ -140,7 +140,7 @@ void Operator::note(const QString& widget) const {
 }
 
 void Operator::takePicture(const QString& name) {
-  // Let what was clicked be painted first.
+  // Let the window paint the result of the click first.
   QTest::qWait(50);
   QPixmap picture = window_.windowHandle()->screen()->grabWindow(window_.winId());
   if (picture.isNull()) {

@@ -56,7 +56,7 @@ QString PictureBook::description(QWidget& shown) const {
       continue;
     }
     QString line = widget->objectName() + QStringLiteral(": ") + text;
-    // Only the form's own places are fixed; those of a dialog follow its fonts.
+    // Only the form has fixed places; a dialog's depend on fonts.
     if (shown.objectName() == QLatin1String("MainWindow")) {
       line.prepend(QStringLiteral("%1,%2 ").arg(widget->x()).arg(widget->y()));
     }

@@ -1,6 +1,6 @@
 /// @file
-/// How often a watch wakes up while it has nothing to do. Ends with 1 when it does not
-/// run, never because of a number.
+/// How often a watch wakes up while it has nothing to do. Exit code 1 if it does not run,
+/// never because of a figure.
 /// Usage: idle_watch_bench [SECONDS]
 #include "bench/wake_ups.h"
 
@@ -24,7 +24,7 @@ void measure(const char* interval, int seconds, int readings) {
     std::fprintf(stderr, "idle_watch_bench: pellavox-cli watch does not run\n");
     std::exit(1);
   }
-  QThread::msleep(500);  // asleep by now, and half-way between two readings
+  QThread::msleep(500);  // asleep by now, half-way between two readings
   const long before = wakeUps(static_cast<pid_t>(process.processId()));
   QThread::sleep(static_cast<unsigned long>(seconds));
   const long after = wakeUps(static_cast<pid_t>(process.processId()));

@@ -1,7 +1,7 @@
 /// @file
-/// How long the command line takes to start: whole processes, in turn with one
-/// that does the least that is needed. Prints medians and their ratios; ends with
-/// 1 when a program fails, never because of a time.
+/// How long the command line takes to start: whole processes, alternating with minimal
+/// ones. Prints medians and their ratios. Exit code 1 if a program fails, never because of
+/// a time.
 /// Usage: cli_start_bench [PAIRS]
 #include "bench/pairs.h"
 
@@ -37,7 +37,7 @@ double millisecondsOf(const Program& program) {
 }
 
 Pairs measure(const Program& ours, const Program& least, int count) {
-  millisecondsOf(ours);  // what is read from the disk once
+  millisecondsOf(ours);  // warms the disk cache
   millisecondsOf(least);
   return measurePairs(
       count, [&ours] { return millisecondsOf(ours); }, [&least] { return millisecondsOf(least); });

@@ -1,6 +1,6 @@
 /// @file
-/// What the work over bytes costs: a receiver record, a boot loader's packet, an
-/// EDID table, the search for a model's name in an image.
+/// What processing bytes costs: a receiver record, a boot loader packet, an EDID table,
+/// the search for a model's name in an image.
 #include "device/boot_packet.h"
 #include "edid/edid_check.h"
 #include "firmware/capture_image.h"
@@ -56,7 +56,7 @@ void checkEdid(benchmark::State& state) {
 BENCHMARK(checkEdid);
 
 void searchImage(benchmark::State& state) {
-  // Written, not only made long: holes are skipped.
+  // Written, not just resized, because the search skips holes.
   QTemporaryFile file;
   const QByteArray block(1 << 20, 'x');
   if (!file.open()) {

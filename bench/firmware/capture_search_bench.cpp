@@ -43,7 +43,7 @@ bool foundInMapping(const QTemporaryFile& file) {
                                     static_cast<std::size_t>(kText.size())) != nullptr;
 }
 
-/// A peer that is a program of its own; both take the same arguments.
+/// A peer that is a separate program; both take the same arguments.
 void search(const char* program, const QTemporaryFile& file) {
   QProcess process;
   process.start(QString::fromLatin1(program),
@@ -97,8 +97,8 @@ void putAtEnd(QTemporaryFile& file) {
 
 }  // namespace
 
-/// The search for the model's name in a capture image, beside others' on the same file
-/// (the time of a program includes its start), the shortest of five runs each.
+/// The search for the model's name in a capture image, compared with other searches of the
+/// same file (a program's time includes its start). The shortest of five runs each.
 /// Usage: capture_search_bench [MIB...]: sizes, 64 and 2048 without
 int main(int argc, char** argv) {
   std::vector<qint64> sizes;

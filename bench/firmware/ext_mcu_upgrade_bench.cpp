@@ -86,8 +86,7 @@ void compare(const Family& family, int runs) {
               median(late), median(calls));
 }
 
-/// By how much a short pause ends late with nothing before and behind it: what no
-/// upgrade can be better than.
+/// By how much a single short pause ends late. No upgrade can do better.
 double lateAlone(int sleeps) {
   std::vector<double> late;
   for (int i = 0; i < sleeps; ++i) {
@@ -100,9 +99,9 @@ double lateAlone(int sleeps) {
 
 }  // namespace
 
-/// Upgrades in real time, and what the time went into; medians. The boot loader's work
-/// that a fixed pause covers costs nothing; the work that is polled for is a page's
-/// programming, once a block, and the set-boot.
+/// Upgrades in real time and where the time goes; medians. Boot loader work that a fixed
+/// pause covers costs nothing. The program polls for the set-boot and, once per block,
+/// for a page's programming.
 /// Usage: ext_mcu_upgrade_bench [RUNS [BLOCKS]]: BLOCKS of family 2 only
 int main(int argc, char** argv) {
   const int runs = std::max(1, argc > 1 ? std::atoi(argv[1]) : 3);

@@ -1,6 +1,6 @@
 /// @file
-/// What recording costs: the same call with and without the recorder, and the
-/// size of recording and memory over a million calls.
+/// What recording costs: the same call with and without the recorder, and the growth of
+/// the recording and of memory over a million calls.
 #include "recorder/line_text.h"
 #include "recorder/recorder.h"
 #include "tests/recorder/through.h"
@@ -26,7 +26,7 @@ recorder::FunctionTable functions() {
   return table;
 }
 
-/// Calls the library at once.
+/// Calls the library directly.
 struct Direct {
   recorder::FunctionTable table = functions();
   std::int32_t call(Operation operation, std::span<const recorder::RawArgument> arguments, recorder::Invoke invoke) {

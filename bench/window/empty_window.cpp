@@ -1,6 +1,6 @@
 /// @file
-/// The least that a program with a window does; and, to tell what is in that, the
-/// same with one text, and with one text but without OpenGL.
+/// The least that a program with a window does; and, to break that down, the same with one
+/// text, and with one text but without OpenGL.
 #include <QApplication>
 #include <QLabel>
 #include <QMainWindow>

@@ -1,7 +1,7 @@
 /// @file
-/// How long programs take from their start to the first pixels in their window, and
-/// what they need at rest: whole processes, in turn, on the X server that DISPLAY
-/// names. Prints medians, and ratios to the first program.
+/// How long programs take from their start to the first pixels in their window, and what
+/// they need at rest: whole processes, alternating, on the X server named in DISPLAY.
+/// Prints medians, and ratios to the first program.
 /// Usage: first_paint ROUNDS IDLE_SECONDS PROGRAM...; 0 seconds to leave out the rest
 #include "bench/pairs.h"
 #include "bench/wake_ups.h"
@@ -44,7 +44,7 @@ struct Figures {
   std::exit(1);
 }
 
-/// The X server, as far as windows of others go.
+/// Observes other programs' windows on the X server.
 class Display {
  public:
   Display() : connection_(xcb_connect(nullptr, nullptr)) {
@@ -66,7 +66,7 @@ class Display {
   Display& operator=(const Display&) = delete;
   ~Display() { xcb_disconnect(connection_); }
 
-  /// Waits for the first pixels of a window of a usual size; false after 30 s.
+  /// Waits for the first pixels of a window of normal size; false after 30 s.
   bool waitForPaint() {
     std::set<xcb_window_t> mapped;
     const Clock::time_point end = Clock::now() + 30s;
@@ -98,7 +98,7 @@ class Display {
   }
 
  private:
-  // From the beginning: what is painted before we watch would never be told.
+  // Watches from the window's creation on, as earlier painting would not be reported.
   void watch(const xcb_create_notify_event_t& created) {
     xcb_damage_create(connection_, xcb_generate_id(connection_), created.window,
                       XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
@@ -156,7 +156,7 @@ int main(int argc, char** argv) {
   }
   for (int round = 0; round < std::atoi(argv[1]); ++round) {
     for (std::size_t i = 0; i < programs.size(); ++i) {
-      // Each goes first as often as the others.
+      // Each goes first equally often.
       const std::size_t turn = (i + static_cast<std::size_t>(round)) % programs.size();
       measure(display, programs[turn], figures[turn]);
     }

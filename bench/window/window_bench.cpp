@@ -1,7 +1,7 @@
 /// @file
-/// What the window adds to the device library's calls, one after the other in turn:
-/// a click on Read, on Connect, and a burn of the capture firmware. The simulated
-/// device's own time does not pass, but for the burn.
+/// What the window adds to the device library's calls, measured alternately: a click on
+/// Read, on Connect, and a burn of the capture firmware. The simulated device takes no
+/// time except for the burn.
 /// Usage: window_bench [PAIRS [BURNS [SPEED]]]: SPEED makes the device burn faster
 #include "app/main_window.h"
 #include "bench/pairs.h"
@@ -41,7 +41,7 @@ double millisecondsOf(const std::function<void()>& work) {
   return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
-/// @param before what `ours` needs, not measured
+/// @param before preparation for `ours`, not measured
 void compare(
     const char* what, int pairs, const char* limit, const std::function<void()>& ours,
     const std::function<void()>& calls, const std::function<void()>& before = [] {}) {
@@ -75,7 +75,7 @@ void press(const MainWindow& window, const char* button) {
 
 QString message(const MainWindow& window) { return window.findChild<QLabel*>(QStringLiteral("LB_Message"))->text(); }
 
-/// The window forgets the session when another type is connected, which fails here.
+/// Ends the window's session by connecting to another type, which fails.
 void forgetSession(const MainWindow& window) {
   auto& types = *window.findChild<QComboBox*>(QStringLiteral("CB_DeviceType"));
   types.setCurrentIndex(1);
@@ -105,7 +105,7 @@ void compareConnect(const MainWindow& window, int pairs) {
 void compareRead(const MainWindow& window, int pairs) {
   press(window, "BN_Connect");
   const auto fields = window.findChild<QWidget*>(QStringLiteral("tab"))->findChildren<QLabel*>();
-  // A label that shows the text already has nothing to do.
+  // A label that already shows the text would have nothing to do.
   const auto clear = [&fields] {
     for (QLabel* const field : fields) {
       if (!field->accessibleName().isEmpty()) {
@@ -139,8 +139,8 @@ void chooseImage(const MainWindow& window, const QString& path) {
   press(window, "BN_Browse_Cap_QX");
 }
 
-/// Burns in real time, by the window and by the library alone; also the longest time
-/// for which the GUI thread served nothing else.
+/// Burns in real time, with the window and with the library only; also measures the
+/// longest time for which the GUI thread did not respond.
 void compareBurn(const MainWindow& window, const QString& path, int pairs) {
   chooseImage(window, path);
   double longestGap = 0;
@@ -163,7 +163,7 @@ void compareBurn(const MainWindow& window, const QString& path, int pairs) {
     QObject::connect(worker, &QThread::finished, &loop, &QEventLoop::quit);
     loop.exec();
     ticks.stop();
-    // Else the next burn would find this worker and wait for it.
+    // Otherwise the next burn would find this worker and wait for it.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   };
   const auto burnAlone = [&path] {
@@ -199,7 +199,7 @@ int main(int argc, char** argv) {
       samples::write(sample, folder.path().toStdU16String());
     }
   }
-  // And with it, real time.
+  // Loading a scenario also returns to real time.
   const std::string error =
       simulator::loadScenario(R"({"speedFactor": )" + std::string(argc > 3 ? argv[3] : "1") + "}");
   if (!error.empty()) {

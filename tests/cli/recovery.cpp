@@ -173,7 +173,7 @@ void burnOnce(CliBench& bench, SeededRandom& random, unsigned number, Counts& co
 
 void print(const char* name, const Counts& counts) {
   std::printf(
-      "%-8s %8u done, %8u not begun, %8u recovered by the printed command (%u of them plugged anew, %u "
+      "%-8s %8u done, %8u not begun, %8u recovered by the printed command (%u of them after replugging, %u "
       "interrupted again), %u false successes, %u breaches\n",
       name, counts.done, counts.untouched, counts.recovered, counts.afterReplug, counts.again, counts.falseSuccess,
       counts.breach);

@@ -93,7 +93,7 @@ class Disks {
     if (ended.err.isEmpty()) {
       ++whole;
       const EndedProcess checked = runToEnd(COMMAND_LINE, {"recording", "check", recording()});
-      return require(checked.code == 0, what + ": nothing was told, but the recording is not whole", checked);
+      return require(checked.code == 0, what + ": no loss was reported, but the recording is incomplete", checked);
     }
     ++told;
     require(ended.err.startsWith("pellavox recorder: cannot ") && ended.err.count('\n') == 1,
@@ -119,7 +119,7 @@ int main(int argc, char** argv) {
   const QCoreApplication application(argc, argv);
   Disks disks;
   disks.tryAll();
-  std::printf("%s: %d losses told once, %d recordings whole, %d problems\n", disks.problems == 0 ? "good" : "BAD",
+  std::printf("%s: %d losses reported once, %d recordings whole, %d problems\n", disks.problems == 0 ? "good" : "BAD",
               disks.told, disks.whole, disks.problems);
   return disks.problems == 0 && disks.told > 0 && disks.whole > 0 ? 0 : 1;
 }

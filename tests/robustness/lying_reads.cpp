@@ -64,7 +64,7 @@ Verdict LyingJobs::JobWindow::readAll(SeededRandom& random) {
   }
   const QStringList repeated = readEverything();
   if (!failuresAreTold_) {
-    return {Outcome::kBreach, "a failed read was not told, or one that succeeded was told as failed"};
+    return {Outcome::kBreach, "a failed read was not reported, or a successful one was reported as failed"};
   }
   if (repeated != told) {
     return {Outcome::kBreach, "what is shown is not what the library returned"};

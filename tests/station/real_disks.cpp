@@ -127,7 +127,7 @@ class Campaign {
       const bool isBegun = !ended.out.isEmpty();
       counts.fullAtStart += isBegun ? 0 : 1;
       if (ended.code != 12 || ended.err.contains("PASS  ") || !ended.err.contains("the ledger")) {
-        breach("a full disk was not told as such", ended);
+        breach("a full disk was not reported as such", ended);
       }
       if (!isBegun && QFile::exists(state_)) {
         breach("a unit was touched without a ledger", ended);

@@ -21,7 +21,7 @@ inline QString enterOwnMounts() {
   const uid_t user = geteuid();
   const gid_t group = getegid();
   if (unshare(CLONE_NEWNS | (user == 0 ? 0 : CLONE_NEWUSER)) != 0) {
-    return reason("cannot have mounts of its own");
+    return reason("cannot have its own mounts");
   }
   if (user != 0) {
     const auto write = [](const char* name, const QByteArray& text) {
