@@ -55,7 +55,7 @@ constexpr std::size_t kAtOnce = 5;
 /// image full of beginnings of the text takes no longer than any other.
 template <std::size_t Letters>
 void compare(const char* first, const char* text, std::span<char> differences) {
-  std::array<char, Letters> letters;
+  std::array<char, Letters> letters{};
   std::copy_n(text, Letters, letters.begin());
   for (std::size_t i = 0; i < differences.size(); ++i) {
     char difference = 0;
