@@ -178,6 +178,21 @@ class EdidDescriptionTest : public QObject {
              (QStringList{"1920x1080 50.00 Hz", "1280x720 50.00 Hz", "1920x1080i 60.00 Hz"}));
   }
 
+  void aPixelClockWithAByteOfZeroIsOne() {
+    // 163.84 MHz and 2.55 MHz in units of 10 kHz: 0x4000 and 0x00FF, low byte first.
+    for (const unsigned clockKhz : {163'840U, 2'550U}) {
+      edid_test::Timing timing = edid_test::k720p60;
+      timing.clockKhz = clockKhz;
+      edid_test::EdidBuilder builder("ORV", 1, 3, 0x80, 0x0A);
+      builder.timing(edid_test::k1080p60)
+          .extension(
+              edid_test::CtaBuilder(0x01).timing(edid_test::k720p50, 1600, 900).timing(timing, 1600, 900).block());
+      const Description description = ofBase(builder);
+      QCOMPARE(modesOf(description, ModeSource::kDetailed).size(), 3);
+      QCOMPARE(description.modes.back().pixelClockKhz, clockKhz);
+    }
+  }
+
   void videoCodesGiveNativeAnd420() {
     const Description full = described("1080p television at 50 Hz, surround");
     QStringList natives;

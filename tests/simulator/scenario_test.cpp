@@ -5,6 +5,8 @@
 
 #include <QElapsedTimer>
 
+#include <cstring>
+
 namespace {
 
 const QString kIdentityKeys = "captureVersion, uvcName, manufacturer, product, serialNumber";
@@ -206,6 +208,10 @@ class SimulatorScenarioTest : public QObject {
     row("tag", "\xF3\xA0\x81\x81", "?");
     row("letters of other scripts", QByteArray("Ger\xC3\xA4t \xE7\x89\xB9 \xF0\x9F\x98\x80"),
         QString::fromUtf8("Ger\xC3\xA4t \xE7\x89\xB9 \xF0\x9F\x98\x80"));
+    row("first of three bytes", "\xE0\xA4\x84", QString(QChar(0x0904)));
+    row("last before the surrogates", "\xED\x9F\xBB", QString(QChar(0xD7FB)));
+    row("first behind them", "\xEE\x80\x80", QString(QChar(0xE000)));
+    row("last of all for private use", "\xF4\x8F\xBF\xBD", QString::fromUtf8("\xF4\x8F\xBF\xBD"));
   }
 
   void charactersThatChangeTheLineAreReplaced() {
@@ -220,8 +226,12 @@ class SimulatorScenarioTest : public QObject {
     for (const char* name : {"a\xFF", "a\xC0", "a\xE2"}) {
       QVERIFY(simulator::loadScenario("[]", name).rfind("a?:1: ", 0) == 0);
     }
-    QVERIFY(simulator::loadScenario("[]", "\xED\xA0\x80").rfind("???:1: ", 0) == 0);
-    QVERIFY(simulator::loadScenario("[]", "\xF0\x80\x80\xAF").rfind("????:1: ", 0) == 0);
+    // Two bytes for an ASCII letter, surrogates, more bytes than needed, beyond the last character.
+    for (const char* name : {"\xC1\x81", "\xED\xA0\x80", "\xED\xBF\xBF", "\xE0\x9F\xBF", "\xF0\x80\x80\xAF",
+                             "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
+      const std::string marks(std::strlen(name), '?');
+      QCOMPARE(simulator::loadScenario("[]", name).substr(0, marks.size() + 4), marks + ":1: ");
+    }
   }
 
   // A truncated character would be invalid UTF-8.
