@@ -155,7 +155,7 @@ class DataBlocks {
   std::size_t end_ = kHeader;
 };
 
-void addAudio(DataBlocks& blocks, const DisplayCapcapabilities& capabilities) {
+void addAudio(DataBlocks& blocks, const DisplayCapabilities& capabilities) {
   blocks.begin(DataBlocks::kAudio);
   for (const ShortAudio& format : capabilities.audio) {
     blocks.add({static_cast<std::uint8_t>(format.code << 3 | (format.channels - 1)), format.rates, format.detail});
@@ -164,7 +164,7 @@ void addAudio(DataBlocks& blocks, const DisplayCapcapabilities& capabilities) {
   blocks.add({capabilities.speakers, 0, 0});
 }
 
-void addHdmi(DataBlocks& blocks, const DisplayCapcapabilities& capabilities) {
+void addHdmi(DataBlocks& blocks, const DisplayCapabilities& capabilities) {
   if (capabilities.tmdsClock != 0) {
     // OUI 00-0C-03, physical address 1.0.0.0, no deep colour.
     blocks.begin(DataBlocks::kVendor);
@@ -181,7 +181,7 @@ void addHdmi(DataBlocks& blocks, const DisplayCapcapabilities& capabilities) {
   }
 }
 
-Block capcapabilitiesBlock(const DisplayCapcapabilities& capabilities) {
+Block capabilitiesBlock(const DisplayCapabilities& capabilities) {
   DataBlocks blocks;
   blocks.begin(DataBlocks::kVideo);
   blocks.add(capabilities.formats);
@@ -204,7 +204,7 @@ Block capcapabilitiesBlock(const DisplayCapcapabilities& capabilities) {
   return blocks.block();
 }
 
-Block moreFormatsBlock(const DisplayCapcapabilities& capabilities) {
+Block moreFormatsBlock(const DisplayCapabilities& capabilities) {
   DataBlocks blocks;
   blocks.begin(DataBlocks::kVideo);
   blocks.add(capabilities.moreFormats);
@@ -280,7 +280,7 @@ std::vector<std::uint8_t> edidTable(const Display& display, std::size_t size) {
   if (blocks > 2) {
     append(table, blockMap(blocks - 2));
   }
-  append(table, capcapabilitiesBlock(display.capabilities));
+  append(table, capabilitiesBlock(display.capabilities));
   if (blocks > 3) {
     append(table, moreFormatsBlock(display.capabilities));
   }
@@ -295,8 +295,8 @@ std::vector<std::uint8_t> mixedEdidTable(const Display& display, const Display& 
   mixed.base.maxLineRate = std::max(mixed.base.maxLineRate, other.base.maxLineRate);
   mixed.base.maxClock = std::max(mixed.base.maxClock, other.base.maxClock);
 
-  const DisplayCapcapabilities& theirs = other.capabilities;
-  DisplayCapcapabilities& merged = mixed.capabilities;
+  const DisplayCapabilities& theirs = other.capabilities;
+  DisplayCapabilities& merged = mixed.capabilities;
   const std::vector<std::uint8_t> formats = unionOf(merged.formats, theirs.formats);
   const std::vector<std::uint8_t> moreFormats = unionOf(merged.moreFormats, theirs.moreFormats);
   merged.formats = formats;

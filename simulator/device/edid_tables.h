@@ -37,7 +37,7 @@ struct DisplayBase {
 
 /// What a display can do: the CTA-861 blocks. Numbers of 0 and empty lists
 /// leave their data block out.
-struct DisplayCapcapabilities {
+struct DisplayCapabilities {
   std::span<const std::uint8_t> formats;      ///< VICs
   std::span<const std::uint8_t> moreFormats;  ///< VICs of a second CTA-861 block
   std::span<const std::uint8_t> formats420;   ///< VICs that come as YCbCr 4:2:0 only
@@ -51,7 +51,7 @@ struct DisplayCapcapabilities {
 
 struct Display {
   DisplayBase base;
-  DisplayCapcapabilities capabilities;
+  DisplayCapabilities capabilities;
 };
 
 /// The display as a table of exactly `size` bytes, every block of it in use:
