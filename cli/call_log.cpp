@@ -2,6 +2,7 @@
 
 #include "cli/failure.h"
 #include "cli/run.h"
+#include "device/regular_file.h"
 #include "gate/gate.h"
 
 #include <QDateTime>
@@ -26,6 +27,10 @@ void observeCalls(const Run& run) {
   const Globals& options = run.options();
   std::shared_ptr<QFile> file;
   if (!options.logFile.isEmpty()) {
+    // Opening a pipe would wait for somebody who reads.
+    if (device::isOtherThanFile(options.logFile)) {
+      throw Failure(ExitCode::kUsage, QStringLiteral("cannot write the log %1: it is no file").arg(options.logFile));
+    }
     file = std::make_shared<QFile>(options.logFile);
     if (!file->open(QIODevice::WriteOnly | QIODevice::Append)) {
       throw Failure(ExitCode::kUsage,

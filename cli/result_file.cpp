@@ -9,6 +9,10 @@
 namespace cli {
 
 void writeResultFile(const QString& path, const QByteArray& content) {
+  // It would be replaced by a file, a device of the system included.
+  if (device::isOtherThanFile(path)) {
+    throw Failure(ExitCode::kFailed, QStringLiteral("cannot write %1: it is no file").arg(path));
+  }
   QSaveFile file(path);
   if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
     throw Failure(ExitCode::kFailed, QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));

@@ -6,7 +6,7 @@
 namespace cli {
 
 /// Writes a whole file, or leaves what was there.
-/// @throws Failure (failed)
+/// @throws Failure (failed), also where something other than a file is
 void writeResultFile(const QString& path, const QByteArray& content);
 
 /// Reads a whole file that an argument names.

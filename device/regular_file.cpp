@@ -5,10 +5,13 @@
 
 namespace device {
 
+bool isOtherThanFile(const QString& path) {
+  const QFileInfo info(path);
+  return info.exists() && !info.isFile();
+}
+
 bool openRegularFile(QFile& file, QIODevice::OpenMode mode) {
-  const QFileInfo info(file);
-  const bool isNew = mode.testFlag(QIODevice::WriteOnly) && !info.exists();
-  return (isNew || info.isFile()) && file.open(mode);
+  return !isOtherThanFile(file.fileName()) && file.open(mode);
 }
 
 }  // namespace device

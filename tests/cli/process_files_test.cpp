@@ -1,9 +1,14 @@
 #include "tests/cli/cli_process.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#if defined(Q_OS_UNIX)
+#include <sys/stat.h>
+#endif
 
 namespace {
 
@@ -108,6 +113,34 @@ class ProcessFilesTest : public QObject {
     QVERIFY2(QRegularExpression(out).match(ended.out).hasMatch(), ended.out.constData());
     QVERIFY2(QRegularExpression(err).match(ended.err).hasMatch(), ended.err.constData());
   }
+
+#if defined(Q_OS_UNIX)
+  void whatIsNoFileIsNeitherReplacedNorWaitedFor_data() {
+    QTest::addColumn<QStringList>("before");
+    QTest::addColumn<QStringList>("after");
+    QTest::addColumn<int>("code");
+    QTest::newRow("table") << QStringList{"edid", "read", "--slot", "1", "-o"} << QStringList() << 1;
+    QTest::newRow("snapshot") << QStringList{"snapshot"} << QStringList() << 1;
+    QTest::newRow("report") << QStringList{"doctor", "-o"} << QStringList() << 1;
+    QTest::newRow("log") << QStringList{"--log"} << QStringList{"info"} << 2;
+  }
+
+  // Opening a pipe for writing waits for somebody who reads.
+  void whatIsNoFileIsNeitherReplacedNorWaitedFor() {
+    QFETCH(QStringList, before);
+    QFETCH(QStringList, after);
+    QFETCH(int, code);
+    const QString pipe = folder_.filePath("PIPE");
+    QFile::remove(pipe);
+    QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+    for (const QString& path : {pipe, folder_.path()}) {
+      const EndedProcess ended = runProgram(before + QStringList{path} + after);
+      QVERIFY2(ended.code == code, (QByteArray::number(ended.code) + ' ' + ended.out + ended.err).constData());
+      QVERIFY2(ended.err.contains(path.toUtf8() + ": it is no file\n"), ended.err.constData());
+      QVERIFY(QFileInfo::exists(path) && !QFileInfo(path).isFile());
+    }
+  }
+#endif
 
   void aTableGoesThroughPipes() {
     const QByteArray table = runProgram({"edid", "read", "--slot", "3", "-o", "-"}).out;
