@@ -4,6 +4,7 @@
 #include "tests/support/faults.h"
 
 #include <bit>
+#include <climits>
 #include <set>
 #include <stdexcept>
 
@@ -169,6 +170,16 @@ class SimulatorTransferFaultsTest : public QObject {
       QVERIFY(std::equal(buffer.begin(), buffer.begin() + told, truth.begin()));
       QCOMPARE(std::count(buffer.begin(), buffer.end(), 0xA5), static_cast<std::ptrdiff_t>(64 - told));
     }
+  }
+
+  // Only what the answer fills is looked at, however large a buffer the caller promises.
+  void aPromisedCapacityIsNotRead() {
+    simulator::setTransferFaults({faults::misread(1000)});
+    Bytes buffer(64, 0xA5);
+    const std::int32_t length = AT_USB_Get_iProduct(buffer.data(), UINT_MAX);
+    QVERIFY(length > 0 && length < 64);
+    QCOMPARE(simulator::transfers().back().bytes.size(), static_cast<std::size_t>(length));
+    QCOMPARE(std::count(buffer.begin() + length, buffer.end(), 0xA5), static_cast<std::ptrdiff_t>(64 - length));
   }
 
   void ignoredWritesSucceedAndDoNothing() {
