@@ -107,12 +107,26 @@ std::vector<StateRecord> recordsOf(std::span<const std::uint8_t> bytes) {
 
 std::filesystem::path withEnding(std::filesystem::path path, const char* ending) { return path += ending; }
 
+/// A link's file is used and locked; a new snapshot would replace the link itself.
+std::filesystem::path linkFollowed(const std::filesystem::path& path) {
+  constexpr int kMostLinks = 40;  // as the kernel
+  std::error_code error;
+  std::filesystem::path target = path;
+  for (int links = 0; std::filesystem::is_symlink(target, error); ++links) {
+    if (links == kMostLinks) {
+      throw StateFileError(path, "is a link that leads nowhere; name a file", kBadState);
+    }
+    target = target.parent_path() / std::filesystem::read_symlink(target, error);
+  }
+  return target;
+}
+
 }  // namespace
 
 StateFileError::StateFileError(const std::filesystem::path& path, const std::string& text, std::int32_t status)
     : std::runtime_error(errorLine(path, text)), status_(status) {}
 
-StateFile::StateFile(std::filesystem::path path) : path_(std::move(path)) {
+StateFile::StateFile(const std::filesystem::path& path) : path_(linkFollowed(path)) {
   switch (lock_.lock(withEnding(path_, ".lock"))) {
     case FileLock::Result::kLocked:
       return;
@@ -128,7 +142,7 @@ StateFile::StateFile(std::filesystem::path path) : path_(std::move(path)) {
 std::vector<StateRecord> StateFile::read() const {
   std::error_code error;
   const auto status = std::filesystem::status(path_, error);
-  if (!std::filesystem::exists(status)) {
+  if (status.type() == std::filesystem::file_type::not_found) {
     return {};
   }
   const std::uintmax_t size =

@@ -27,13 +27,13 @@ class StateFileError : public std::runtime_error {
 /// record with a checksum. A snapshot replaces the file at once; a change is
 /// appended, and one that a killed process left incomplete does not count.
 ///
-/// Locked against other processes by a second file, with ".lock" at the end of
+/// A link to it is followed. Locked against other processes by a second file, with ".lock" at the end of
 /// its name.
 class StateFile {
  public:
   /// Locks the file, which need not exist.
   /// @throws StateFileError
-  explicit StateFile(std::filesystem::path path);
+  explicit StateFile(const std::filesystem::path& path);
 
   /// The records since the last snapshot's beginning; empty for a new file.
   /// @throws StateFileError when the file is damaged

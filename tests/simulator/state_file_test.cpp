@@ -237,6 +237,28 @@ class StateFileTest : public QObject {
     QCOMPARE(initialize(), simulator::kBadState);
   }
 
+#ifndef Q_OS_WIN  // a link needs a privilege there
+  void aLinkedFileIsUsedAndTheLinkStays() {
+    QVERIFY(QFile::link(path("elsewhere"), path("device.state")));
+    QCOMPARE(probe().exitCode, 0);
+    QVERIFY(QFileInfo(path("device.state")).isSymLink());
+    const QByteArray state = content("elsewhere");
+    QVERIFY(!state.isEmpty());
+    write("key.bin", "the key");
+    QCOMPARE(probe({"change", folder_->path()}).exitCode, 0);
+    QVERIFY(QFileInfo(path("device.state")).isSymLink());
+    QVERIFY(content("elsewhere") != state);
+  }
+
+  void aLinkToItselfIsRefusedAndStays() {
+    QVERIFY(QFile::link("device.state", path("device.state")));
+    const Run run = probe();
+    QCOMPARE(run.output, QStringLiteral("initialize %1\n").arg(simulator::kBadState));
+    QCOMPARE(run.errors, path("device.state") + ": is a link that leads nowhere; name a file\n");
+    QVERIFY(QFileInfo(path("device.state")).isSymLink());
+  }
+#endif
+
   void theStateOfAnotherModelIsRefused() {
     QCOMPARE(probe().exitCode, 0);
     for (const char* other : {", \"model\": \"KVR-5B\"", ", \"externalMcu\": {\"family\": \"v\"}"}) {
