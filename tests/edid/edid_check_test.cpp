@@ -22,6 +22,15 @@ bool refusedFor(const Table& table, Check check, std::size_t offset) {
   });
 }
 
+QByteArray textOf(const Table& table, Check check, std::size_t offset) {
+  for (const edid::Finding& finding : edid::checkTable(table)) {
+    if (finding.check == check && finding.offset == offset) {
+      return QByteArray::fromStdString(finding.text);
+    }
+  }
+  return {};
+}
+
 bool accepted(const Table& table) { return edid::isAccepted(edid::checkTable(table)); }
 
 Table withByte(Table table, std::size_t offset, unsigned value) {
@@ -158,49 +167,73 @@ class EdidCheckTest : public QObject {
     QTest::addColumn<int>("check");
     QTest::addColumn<int>("offset");
     QTest::addColumn<QByteArray>("table");
-    const auto row = [](const char* name, Check check, std::size_t offset, const Table& table) {
+    QTest::addColumn<QByteArray>("text");
+    const auto row = [](const char* name, Check check, std::size_t offset, const Table& table, const char* text) {
       QTest::newRow(name) << static_cast<int>(check) << static_cast<int>(offset)
-                          << QByteArray(reinterpret_cast<const char*>(table.data()), static_cast<int>(table.size()));
+                          << QByteArray(reinterpret_cast<const char*>(table.data()), static_cast<int>(table.size()))
+                          << QByteArray(text);
     };
     const Table hdmi = sample("1080p monitor, HDMI");
     const Table mapped = sample("block map and two CTA-861 extensions");
     const Table displayId = sample("4K monitor, DisplayPort, with DisplayID");
-    row("structure version 2", Check::kVersion, 18, withByte(hdmi, 18, 2));
-    row("CTA-861 revision 0", Check::kVersion, 129, withByte(hdmi, 129, 0));
-    row("more native timings than timings", Check::kCount, 131, withByte(hdmi, 131, 0xF3));
-    row("extension tag 0", Check::kTag, 128, withByte(hdmi, 128, 0));
-    row("extension tag 3", Check::kTag, 128, withByte(hdmi, 128, 3));
-    row("timings in the CTA-861 header", Check::kOffset, 130, withByte(hdmi, 130, 3));
-    row("timings outside the CTA-861 block", Check::kOffset, 130, withByte(hdmi, 130, 128));
-    row("data block across the timings' offset", Check::kOffset, 128 + 12, withByte(hdmi, 130, 15));
-    row("data block beyond the data's end", Check::kOffset, 128 + 4, withByte(hdmi, 132, 0x5F));
-    row("map with a wrong tag", Check::kMap, 129, withByte(mapped, 129, 0x70));
-    row("map with a block too many", Check::kMap, 131, withByte(mapped, 131, 0x02));
-    row("map with a block too few", Check::kMap, 130, withByte(mapped, 130, 0x00));
-    row("map as the last block", Check::kMap, 384, withByte(mapped, 384, 0xF0));
-    row("DisplayID section longer than the block", Check::kOffset, 130, withByte(displayId, 130, 122));
-    row("DisplayID data block longer than the section", Check::kOffset, 133, withByte(displayId, 135, 121));
+    row("structure version 2", Check::kVersion, 18, withByte(hdmi, 18, 2), "structure version 2 instead of 1");
+    row("CTA-861 revision 0", Check::kVersion, 129, withByte(hdmi, 129, 0), "CTA-861 revision 0");
+    row("more native timings than timings", Check::kCount, 131, withByte(hdmi, 131, 0xF3),
+        "3 native timings promised, 2 there");
+    row("extension tag 0", Check::kTag, 128, withByte(hdmi, 128, 0), "unknown extension tag 0x00");
+    row("extension tag 3", Check::kTag, 128, withByte(hdmi, 128, 3), "unknown extension tag 0x03");
+    row("timings in the CTA-861 header", Check::kOffset, 130, withByte(hdmi, 130, 3),
+        "the timings' offset 3 lies in the header");
+    row("timings outside the CTA-861 block", Check::kOffset, 130, withByte(hdmi, 130, 128),
+        "the timings' offset 128 lies outside the block");
+    row("data block across the timings' offset", Check::kOffset, 128 + 12, withByte(hdmi, 130, 15),
+        "the data block runs beyond the data's end");
+    row("data block beyond the data's end", Check::kOffset, 128 + 4, withByte(hdmi, 132, 0x5F),
+        "the data block runs beyond the data's end");
+    row("map with a wrong tag", Check::kMap, 129, withByte(mapped, 129, 0x70),
+        "the map has tag 0x70 for block 2, which has 0x02");
+    row("map with a block too many", Check::kMap, 131, withByte(mapped, 131, 0x02),
+        "the map has tag 0x02 for block 4, which does not exist");
+    row("map with a block too few", Check::kMap, 130, withByte(mapped, 130, 0x00),
+        "the map has tag 0x00 for block 3, which has 0x02");
+    row("map as the last block", Check::kMap, 384, withByte(mapped, 384, 0xF0),
+        "block map elsewhere than in block 1 or 128");
+    row("DisplayID section longer than the block", Check::kOffset, 130, withByte(displayId, 130, 122),
+        "the DisplayID section of 122 bytes leaves the block");
+    row("DisplayID data block longer than the section", Check::kOffset, 133, withByte(displayId, 135, 121),
+        "the data block runs beyond the section's end");
     // 1080p60: 280 pixels blanking, 45 lines.
-    row("clock below 10 MHz", Check::kTiming, 54, withByte(withByte(hdmi, 54, 0xE7), 55, 0x03));
-    row("no pixels", Check::kTiming, 54, withByte(withByte(hdmi, 56, 0), 58, 0x01));
-    row("no lines", Check::kTiming, 54, withByte(withByte(hdmi, 59, 0), 61, 0x00));
-    row("no horizontal blanking", Check::kTiming, 54, withByte(withByte(hdmi, 57, 0), 58, 0x70));
-    row("no vertical blanking", Check::kTiming, 54, withByte(hdmi, 60, 0));
-    row("no horizontal sync", Check::kTiming, 54, withByte(hdmi, 63, 0));
-    row("no vertical sync", Check::kTiming, 54, withByte(hdmi, 64, 0x40));
-    row("no horizontal front porch", Check::kTiming, 54, withByte(hdmi, 62, 0));
-    row("no vertical front porch", Check::kTiming, 54, withByte(hdmi, 64, 0x05));
-    row("no horizontal back porch", Check::kTiming, 54, withByte(hdmi, 63, 280 - 88));
-    row("no vertical back porch", Check::kTiming, 54, withByte(hdmi, 60, 9));
-    row("first descriptor without timing", Check::kTiming, 54, withByte(withByte(hdmi, 54, 0), 55, 0));
+    row("clock below 10 MHz", Check::kTiming, 54, withByte(withByte(hdmi, 54, 0xE7), 55, 0x03),
+        "detailed timing: pixel clock below 10 MHz");
+    row("no pixels", Check::kTiming, 54, withByte(withByte(hdmi, 56, 0), 58, 0x01),
+        "detailed timing: no visible pixels");
+    row("no lines", Check::kTiming, 54, withByte(withByte(hdmi, 59, 0), 61, 0x00),
+        "detailed timing: no visible pixels");
+    row("no horizontal blanking", Check::kTiming, 54, withByte(withByte(hdmi, 57, 0), 58, 0x70),
+        "detailed timing: no blanking");
+    row("no vertical blanking", Check::kTiming, 54, withByte(hdmi, 60, 0), "detailed timing: no blanking");
+    row("no horizontal sync", Check::kTiming, 54, withByte(hdmi, 63, 0), "detailed timing: no sync pulse");
+    row("no vertical sync", Check::kTiming, 54, withByte(hdmi, 64, 0x40), "detailed timing: no sync pulse");
+    row("no horizontal front porch", Check::kTiming, 54, withByte(hdmi, 62, 0), "detailed timing: no front porch");
+    row("no vertical front porch", Check::kTiming, 54, withByte(hdmi, 64, 0x05), "detailed timing: no front porch");
+    row("no horizontal back porch", Check::kTiming, 54, withByte(hdmi, 63, 280 - 88),
+        "detailed timing: horizontal front porch and sync fill the blanking");
+    row("no vertical back porch", Check::kTiming, 54, withByte(hdmi, 60, 9),
+        "detailed timing: vertical front porch and sync fill the blanking");
+    row("first descriptor without timing", Check::kTiming, 54, withByte(withByte(hdmi, 54, 0), 55, 0),
+        "the first descriptor is no detailed timing");
     row("a CTA-861 timing without lines", Check::kTiming, 128U + hdmi[130],
-        withByte(withByte(hdmi, 128U + hdmi[130] + 5U, 0), 128U + hdmi[130] + 7U, 0));
+        withByte(withByte(hdmi, 128U + hdmi[130] + 5U, 0), 128U + hdmi[130] + 7U, 0),
+        "detailed timing: no visible pixels");
   }
 
   void aFaultIsRefusedAtItsPlace() {
     QFETCH(int, check);
     QFETCH(int, offset);
     QFETCH(QByteArray, table);
+    QFETCH(QByteArray, text);
+    QCOMPARE(textOf(Table(table.begin(), table.end()), static_cast<Check>(check), static_cast<std::size_t>(offset)),
+             text);
     QVERIFY(refusedFor(Table(table.begin(), table.end()), static_cast<Check>(check), static_cast<std::size_t>(offset)));
   }
 
