@@ -75,17 +75,18 @@ void addStandard(std::uint8_t first, std::uint8_t second, Description& descripti
   mode.refreshMilliHz = ((second & 0x3FU) + 60U) * 1000;
   // Before structure 1.3 the first ratio was 1:1.
   const bool firstIsSquare = description.version == 1 && description.revision < 3;
-  const std::array<std::uint32_t, 4> heights{firstIsSquare ? mode.width : mode.width * 10 / 16, mode.width * 3 / 4,
-                                             mode.width * 4 / 5, mode.width * 9 / 16};
+  const auto heights = std::to_array<std::uint32_t>(
+      {firstIsSquare ? mode.width : mode.width * 10 / 16, mode.width * 3 / 4, mode.width * 4 / 5, mode.width * 9 / 16});
   mode.height = heights[second >> 6U];
   description.modes.push_back(mode);
 }
 
 /// Adds a three-byte CVT code: one mode for each of its refresh rates.
 void addCvt(Bytes code, Description& description) {
-  constexpr std::array<std::uint32_t, 5> kRates{60, 85, 75, 60, 50};  // bits 0 to 4; bit 0 with reduced blanking
+  constexpr auto kRates =
+      std::to_array<std::uint32_t>({60, 85, 75, 60, 50});  // bits 0 to 4; bit 0 with reduced blanking
   const std::uint32_t lines = ((code[0] | (code[1] & 0xF0U) << 4) + 1U) * 2;
-  const std::array<std::uint32_t, 4> widths{lines * 4 / 3, lines * 16 / 9, lines * 16 / 10, lines * 15 / 9};
+  const auto widths = std::to_array<std::uint32_t>({lines * 4 / 3, lines * 16 / 9, lines * 16 / 10, lines * 15 / 9});
   if (code[0] == 0 && code[1] == 0 && code[2] == 0) {
     return;
   }
@@ -148,8 +149,8 @@ void describeDisplayDescriptor(Bytes descriptor, Description& description) {
 }
 
 void describeInput(Bytes block, Description& description) {
-  constexpr std::array<std::uint32_t, 8> kDepths{0, 6, 8, 10, 12, 14, 16, 0};
-  constexpr std::array<const char*, 6> kInterfaces{"", "DVI", "HDMI-a", "HDMI-b", "MDDI", "DisplayPort"};
+  constexpr auto kDepths = std::to_array<std::uint32_t>({0, 6, 8, 10, 12, 14, 16, 0});
+  constexpr auto kInterfaces = std::to_array<const char*>({"", "DVI", "HDMI-a", "HDMI-b", "MDDI", "DisplayPort"});
   const std::uint8_t input = block[20];
   description.digital = (input & 0x80U) != 0;
   if (description.digital && description.revision >= 4) {

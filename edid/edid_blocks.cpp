@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace edid {
 namespace {
@@ -47,26 +48,41 @@ std::string_view extensionName(std::uint8_t tag) {
 
 std::uint8_t blockChecksum(Bytes block) { return complement(block.first(kLastByte)); }
 
+CtaDataBlocks readCtaDataBlocks(Bytes bytes) {
+  CtaDataBlocks blocks;
+  for (std::size_t at = 0; at < bytes.size();) {
+    const std::size_t length = bytes[at] & 0x1FU;
+    if (at + 1 + length > bytes.size()) {
+      blocks.overrunningAt = at;
+      break;
+    }
+    CtaDataBlock data{static_cast<std::uint8_t>(bytes[at] >> 5), 0, bytes.subspan(at + 1, length)};
+    at += 1 + length;
+    if (data.tag == kExtended) {
+      if (length == 0) {
+        continue;
+      }
+      data.extendedTag = data.payload[0];
+      data.payload = data.payload.subspan(1);
+    }
+    blocks.whole.push_back(data);
+  }
+  return blocks;
+}
+
 CtaExtension readCtaExtension(Bytes block) {
   CtaExtension cta{block[1], block[2], block[3], {}, {}, {}};
   if (cta.timingsAt < kCtaHeader) {
     return cta;
   }
-  const std::size_t end = std::min<std::size_t>(cta.timingsAt, kLastByte);
   // Revisions 1 and 2 have no data blocks; what lies there is reserved.
-  for (std::size_t at = kCtaHeader; cta.revision >= 3 && at < end;) {
-    const std::size_t length = block[at] & 0x1FU;
-    if (at + 1 + length > end) {
-      cta.overrunningAt = at;
-      break;
+  if (cta.revision >= 3) {
+    const std::size_t end = std::min<std::size_t>(cta.timingsAt, kLastByte);
+    CtaDataBlocks data = readCtaDataBlocks(block.first(end).subspan(kCtaHeader));
+    cta.dataBlocks = std::move(data.whole);
+    if (data.overrunningAt) {
+      cta.overrunningAt = kCtaHeader + *data.overrunningAt;
     }
-    CtaDataBlock data{static_cast<std::uint8_t>(block[at] >> 5), 0, at, block.subspan(at + 1, length)};
-    if (data.tag == kExtended && length != 0) {
-      data.extendedTag = data.payload[0];
-      data.payload = data.payload.subspan(1);
-    }
-    cta.dataBlocks.push_back(data);
-    at += 1 + length;
   }
   for (std::size_t at = cta.timingsAt; at + kDescriptorSize <= kLastByte; at += kDescriptorSize) {
     // Without a pixel clock it is a display descriptor, or padding.
@@ -100,7 +116,7 @@ DisplayIdSection readDisplayIdSection(Bytes block) {
       section.overrunningAt = at;
       break;
     }
-    section.dataBlocks.push_back({block[at], block[at + 1], at, block.subspan(at + kDataHeader, length)});
+    section.dataBlocks.push_back({block[at], block[at + 1], block.subspan(at + kDataHeader, length)});
     at += kDataHeader + length;
   }
   return section;

@@ -34,13 +34,22 @@ std::string_view extensionName(std::uint8_t tag);
 /// `block` holds at least one block.
 std::uint8_t blockChecksum(Bytes block);
 
-/// One data block of a CTA-861 extension.
+/// One data block of CTA-861.
 struct CtaDataBlock {
   std::uint8_t tag = 0;          ///< 1 to 7; 7 means that `extendedTag` counts
   std::uint8_t extendedTag = 0;  ///< 0 unless `tag` is 7
-  std::size_t offset = 0;        ///< of its header byte
   Bytes payload;                 ///< what follows the header and the extended tag
 };
+
+/// The data blocks of a CTA-861 extension, or of a DisplayID data block that holds such.
+struct CtaDataBlocks {
+  std::vector<CtaDataBlock> whole;
+  std::optional<std::size_t> overrunningAt;  ///< where the one begins that runs beyond the end
+};
+
+/// Divides `bytes`, which begin with a data block. Leaves out a block of tag 7 that
+/// ends before its extended tag.
+CtaDataBlocks readCtaDataBlocks(Bytes bytes);
 
 /// A CTA-861 extension, divided.
 struct CtaExtension {
@@ -59,7 +68,6 @@ CtaExtension readCtaExtension(Bytes block);
 struct DisplayIdDataBlock {
   std::uint8_t tag = 0;
   std::uint8_t revision = 0;  ///< with flags in its upper bits
-  std::size_t offset = 0;
   Bytes payload;
 };
 

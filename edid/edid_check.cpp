@@ -9,7 +9,7 @@
 namespace edid {
 namespace {
 
-constexpr std::array<std::uint8_t, 8> kHeader{0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
+constexpr auto kHeader = std::to_array<std::uint8_t>({0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00});
 constexpr std::size_t kVersionAt = 18;
 constexpr std::size_t kRevisionAt = 19;
 
@@ -18,7 +18,7 @@ struct NamedCheck {
   std::string_view name;
 };
 
-constexpr std::array<NamedCheck, 9> kNames{{
+constexpr auto kNames = std::to_array<NamedCheck>({
     {Check::kLength, "length"},
     {Check::kHeader, "header"},
     {Check::kVersion, "version"},
@@ -28,7 +28,7 @@ constexpr std::array<NamedCheck, 9> kNames{{
     {Check::kMap, "map"},
     {Check::kOffset, "offset"},
     {Check::kTiming, "timing"},
-}};
+});
 
 std::string hex(std::uint8_t value) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";

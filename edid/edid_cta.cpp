@@ -33,52 +33,39 @@ struct VendorName {
 constexpr VendorName kVendorNames[] = {{0x00D046, "Dolby"}, {0x90848B, "HDR10+"}, {0x00001A, "AMD"}};
 
 // CTA-861-H, table 37.
-constexpr std::array<const char*, 16> kAudioNames{
-    "",      "LPCM",          "AC-3",          "MPEG-1", "MP3", "MPEG-2", "AAC LC",  "DTS",
-    "ATRAC", "One Bit Audio", "Enhanced AC-3", "DTS-HD", "MAT", "DST",    "WMA Pro", ""};
+constexpr auto kAudioNames =
+    std::to_array<const char*>({"", "LPCM", "AC-3", "MPEG-1", "MP3", "MPEG-2", "AAC LC", "DTS", "ATRAC",
+                                "One Bit Audio", "Enhanced AC-3", "DTS-HD", "MAT", "DST", "WMA Pro", ""});
 // CTA-861-H, table 39, by the extension code.
-constexpr std::array<const char*, 14> kMoreAudioNames{"",
-                                                      "",
-                                                      "",
-                                                      "",
-                                                      "MPEG-4 HE AAC",
-                                                      "MPEG-4 HE AAC v2",
-                                                      "MPEG-4 AAC LC",
-                                                      "DRA",
-                                                      "MPEG-4 HE AAC + MPEG Surround",
-                                                      "",
-                                                      "MPEG-4 AAC LC + MPEG Surround",
-                                                      "MPEG-H 3D Audio",
-                                                      "AC-4",
-                                                      "LPCM 3D"};
-constexpr std::array<std::uint32_t, 7> kSamplingRates{32'000, 44'100, 48'000, 88'200, 96'000, 176'400, 192'000};
-constexpr std::array<std::uint32_t, 3> kBitDepths{16, 20, 24};
+constexpr auto kMoreAudioNames = std::to_array<const char*>(
+    {"", "", "", "", "MPEG-4 HE AAC", "MPEG-4 HE AAC v2", "MPEG-4 AAC LC", "DRA", "MPEG-4 HE AAC + MPEG Surround", "",
+     "MPEG-4 AAC LC + MPEG Surround", "MPEG-H 3D Audio", "AC-4", "LPCM 3D"});
+constexpr auto kSamplingRates =
+    std::to_array<std::uint32_t>({32'000, 44'100, 48'000, 88'200, 96'000, 176'400, 192'000});
+constexpr auto kBitDepths = std::to_array<std::uint32_t>({16, 20, 24});
 
 // CTA-861-H, table 42, from bit 0 of each byte.
-constexpr std::array<const char*, 8> kSpeakers1{"FL/FR", "LFE1", "FC", "BL/BR", "BC", "FLc/FRc", "RLC/RRC", "FLw/FRw"};
-constexpr std::array<const char*, 8> kSpeakers2{"TpFL/TpFR", "TpC",  "TpFC",    "LS/RS",
-                                                "LFE2",      "TpBC", "SiL/SiR", "TpSiL/TpSiR"};
-constexpr std::array<const char*, 8> kSpeakers3{"TpBL/TpBR", "BtFC", "BtFL/BtFR", "TpLS/TpRS", "", "", "", ""};
+constexpr auto kSpeakers1 =
+    std::to_array<const char*>({"FL/FR", "LFE1", "FC", "BL/BR", "BC", "FLc/FRc", "RLC/RRC", "FLw/FRw"});
+constexpr auto kSpeakers2 =
+    std::to_array<const char*>({"TpFL/TpFR", "TpC", "TpFC", "LS/RS", "LFE2", "TpBC", "SiL/SiR", "TpSiL/TpSiR"});
+constexpr auto kSpeakers3 = std::to_array<const char*>({"TpBL/TpBR", "BtFC", "BtFL/BtFR", "TpLS/TpRS", "", "", "", ""});
 
 // CTA-861-H, table 70, from bit 0 of each byte.
-constexpr std::array<const char*, 8> kColorimetry1{"xvYCC601", "xvYCC709",     "sYCC601",     "opYCC601",
-                                                   "opRGB",    "BT.2020 cYCC", "BT.2020 YCC", "BT.2020 RGB"};
-constexpr std::array<const char*, 8> kColorimetry2{"", "", "", "", "default RGB", "sRGB", "ICtCp", "DCI-P3"};
+constexpr auto kColorimetry1 = std::to_array<const char*>(
+    {"xvYCC601", "xvYCC709", "sYCC601", "opYCC601", "opRGB", "BT.2020 cYCC", "BT.2020 YCC", "BT.2020 RGB"});
+constexpr auto kColorimetry2 = std::to_array<const char*>({"", "", "", "", "default RGB", "sRGB", "ICtCp", "DCI-P3"});
 
 // CTA-861.3, table 3.
-constexpr std::array<const char*, 8> kTransferFunctions{"SDR gamma", "HDR gamma", "PQ (ST 2084)", "HLG", "", "",
-                                                        "",          ""};
+constexpr auto kTransferFunctions =
+    std::to_array<const char*>({"SDR gamma", "HDR gamma", "PQ (ST 2084)", "HLG", "", "", "", ""});
 
 // HDMI 1.4b, table 8-16, and HDMI 2.0, table 10-6: from the first bit on.
-constexpr std::array<const char*, 3> kDeepColor{"30 bit", "36 bit", "48 bit"};
+constexpr auto kDeepColor = std::to_array<const char*>({"30 bit", "36 bit", "48 bit"});
 // HDMI 2.1, table 10-6.
-constexpr std::array<const char*, 7> kFixedRateLinks{"",
-                                                     "3 Gbps, 3 lanes",
-                                                     "6 Gbps, 3 lanes",
-                                                     "6 Gbps, 4 lanes",
-                                                     "8 Gbps, 4 lanes",
-                                                     "10 Gbps, 4 lanes",
-                                                     "12 Gbps, 4 lanes"};
+constexpr auto kFixedRateLinks =
+    std::to_array<const char*>({"", "3 Gbps, 3 lanes", "6 Gbps, 3 lanes", "6 Gbps, 4 lanes", "8 Gbps, 4 lanes",
+                                "10 Gbps, 4 lanes", "12 Gbps, 4 lanes"});
 
 constexpr std::uint32_t kTmdsUnitMhz = 5;
 

@@ -23,22 +23,6 @@ void addTimings(const DisplayIdDataBlock& data, std::uint32_t clockUnitKhz, Desc
   }
 }
 
-void addCtaDataBlocks(Bytes bytes, Description& description) {
-  for (std::size_t at = 0; at < bytes.size();) {
-    const std::size_t length = bytes[at] & 0x1FU;
-    if (at + 1 + length > bytes.size()) {
-      return;
-    }
-    CtaDataBlock data{static_cast<std::uint8_t>(bytes[at] >> 5), 0, at, bytes.subspan(at + 1, length)};
-    if (data.tag == 7 && length != 0) {
-      data.extendedTag = data.payload[0];
-      data.payload = data.payload.subspan(1);
-    }
-    describeCtaDataBlock(data, description);
-    at += 1 + length;
-  }
-}
-
 }  // namespace
 
 void addDetailed(const DetailedTiming& timing, ModeSource source, bool preferred, Description& description) {
@@ -62,7 +46,10 @@ void describeDisplayId(Bytes block, Description& description) {
     } else if (data.tag == kTimingType7) {
       addTimings(data, 1, description);
     } else if (data.tag == kCtaDataBlocks) {
-      addCtaDataBlocks(data.payload, description);
+      const CtaDataBlocks cta = readCtaDataBlocks(data.payload);
+      for (const CtaDataBlock& ctaBlock : cta.whole) {
+        describeCtaDataBlock(ctaBlock, description);
+      }
     }
   }
 }

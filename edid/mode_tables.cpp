@@ -10,7 +10,7 @@ namespace {
 
 // VESA E-EDID release A2, table 3.18; timings from VESA DMT, and from the
 // makers of the old formats that are none of VESA's.
-constexpr std::array<TableMode, 17> kEstablished{{
+constexpr auto kEstablished = std::to_array<TableMode>({
     { 720,  400, false,  70082,  28320},
     { 720,  400, false,  87850,  35500},
     { 640,  480, false,  59940,  25175},
@@ -28,10 +28,10 @@ constexpr std::array<TableMode, 17> kEstablished{{
     {1024,  768, false,  75029,  78750},
     {1280, 1024, false,  75025, 135000},
     {1152,  870, false,  75062, 100000},
-}};
+});
 
 // VESA E-EDID release A2, table 3.40; timings from VESA DMT.
-constexpr std::array<TableMode, 44> kMoreEstablished{{
+constexpr auto kMoreEstablished = std::to_array<TableMode>({
     { 640,  350, false,  85080,  31500},
     { 640,  400, false,  85080,  31500},
     { 720,  400, false,  85039,  35500},
@@ -76,19 +76,19 @@ constexpr std::array<TableMode, 44> kMoreEstablished{{
     {1920, 1200, false,  84932, 281250},
     {1920, 1440, false,  60000, 234000},
     {1920, 1440, false,  75000, 297000},
-}};
+});
 
 // HDMI 1.4b, table 8-13.
-constexpr std::array<TableMode, 4> kHdmi{{
+constexpr auto kHdmi = std::to_array<TableMode>({
     {3840, 2160, false,  30000, 297000},
     {3840, 2160, false,  25000, 297000},
     {3840, 2160, false,  24000, 297000},
     {4096, 2160, false,  24000, 297000},
-}};
+});
 
 // CTA-861-H, table 3, by code. Of the two refresh rates of a code (60 and
 // 59.94 Hz, 24 and 23.98 Hz) the one that the table lists first.
-constexpr std::array<TableMode, 127> kCtaFrom1{{
+constexpr auto kCtaFrom1 = std::to_array<TableMode>({
     {  640,  480, false,  59940,   25175},  // 1
     {  720,  480, false,  59940,   27000},  // 2
     {  720,  480, false,  59940,   27000},  // 3
@@ -216,8 +216,8 @@ constexpr std::array<TableMode, 127> kCtaFrom1{{
     { 5120, 2160, false,  50000,  742500},  // 125
     { 5120, 2160, false,  60000,  742500},  // 126
     { 5120, 2160, false, 100000, 1485000},  // 127
-}};
-constexpr std::array<TableMode, 27> kCtaFrom193{{
+});
+constexpr auto kCtaFrom193 = std::to_array<TableMode>({
     { 5120, 2160, false, 120000, 1485000},  // 193
     { 7680, 4320, false,  24000, 1188000},  // 194
     { 7680, 4320, false,  25000, 1188000},  // 195
@@ -245,7 +245,7 @@ constexpr std::array<TableMode, 27> kCtaFrom193{{
     {10240, 4320, false, 120000, 5940000},  // 217
     { 4096, 2160, false, 100000, 1188000},  // 218
     { 4096, 2160, false, 120000, 1188000},  // 219
-}};
+});
 // clang-format on
 
 }  // namespace

@@ -24,7 +24,7 @@ struct Model {
   const char* text = nullptr;
 };
 
-constexpr std::array<Model, 2> kModels{{{{0x5C19, 0x6B03}, "KVR-7"}, {{0x5C19, 0x6B02}, "KVR-5"}}};
+constexpr auto kModels = std::to_array<Model>({{{0x5C19, 0x6B03}, "KVR-7"}, {{0x5C19, 0x6B02}, "KVR-5"}});
 
 // The most that is searched of what a file holds beyond its size: some files of
 // the system report no size and never end.

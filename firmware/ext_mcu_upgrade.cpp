@@ -23,10 +23,10 @@ struct Family {
   constexpr std::size_t blockSize() const { return packetsPerBlock * device::kBootPayloadSize; }
 };
 
-constexpr std::array<Family, 2> kFamilies{{
+constexpr auto kFamilies = std::to_array<Family>({
     {0x32, 16, 0x0800'5000},
     {0x76, 2, 0x0000'0000},
-}};
+});
 
 constexpr int kAttempts = 10;
 constexpr auto kResetPause = 1000ms;

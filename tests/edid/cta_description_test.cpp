@@ -350,6 +350,12 @@ class CtaDescriptionTest : public QObject {
     QCOMPARE(*least.hdr->minLuminance, 1.0);
   }
 
+  void anExtendedBlockWithoutItsTagSaysNothing() {
+    const Description description = describedCta(CtaBuilder(0).data(7, {}).data(kSpeakers, {1, 0, 0}));
+    QVERIFY(!description.videoCapability);
+    QCOMPARE(joined(description.speakers), QString("FL/FR"));
+  }
+
   void rangesCanBeSelected() {
     for (unsigned bits = 0; bits < 4; ++bits) {
       const Description description = withExtended(0x00, {bits << 6 | 0x3F});

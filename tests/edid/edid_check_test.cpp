@@ -237,6 +237,82 @@ class EdidCheckTest : public QObject {
     QVERIFY(refusedFor(Table(table.begin(), table.end()), static_cast<Check>(check), static_cast<std::size_t>(offset)));
   }
 
+  void aWrongByteIsToldWithTheRightOne() {
+    const Table right = sample("1080p monitor, HDMI");
+    Table table = withByte(withByte(right, 3, 0xA5), 126, 0);
+    QCOMPARE(textOf(table, Check::kHeader, 3), QByteArray("header byte is 0xA5 instead of 0xFF"));
+    QCOMPARE(textOf(table, Check::kCount, 126), QByteArray("0 extensions promised, 1 there"));
+    table = right;
+    table[126] = 1;
+    table.resize(128);
+    QCOMPARE(textOf(table, Check::kCount, 126), QByteArray("1 extension promised, 0 there"));
+    table = withByte(right, 255, 0);
+    const QByteArray checksum = QByteArray::number(+table[255], 16).toUpper().rightJustified(2, '0');
+    table[255] = static_cast<std::uint8_t>(table[255] ^ 0xFFU);
+    const QByteArray wrong = QByteArray::number(+table[255], 16).toUpper().rightJustified(2, '0');
+    QCOMPARE(textOf(table, Check::kChecksum, 255), "checksum is 0x" + wrong + " instead of 0x" + checksum);
+  }
+
+  void aLengthIsToldInBytes() {
+    const Table right = sample("1080p monitor, HDMI");
+    QCOMPARE(textOf({}, Check::kLength, 0), QByteArray("the table is empty"));
+    QCOMPARE(textOf(Table(right.begin(), right.begin() + 1), Check::kLength, 0),
+             QByteArray("1 byte, which is no multiple of 128"));
+    QCOMPARE(textOf(Table(right.begin(), right.begin() + 255), Check::kLength, 128),
+             QByteArray("255 bytes, which is no multiple of 128"));
+  }
+
+  void theChecksumOfASectionIsToldWithTheRightOne() {
+    const Table right = sample("4K monitor, DisplayPort, with DisplayID");
+    const std::size_t at = 128U + 5U + right[130];
+    const Table wrong = withByte(right, at, 0);
+    QCOMPARE(textOf(wrong, Check::kChecksum, at),
+             "DisplayID checksum is 0x00 instead of 0x" +
+                 QByteArray::number(+right[at], 16).toUpper().rightJustified(2, '0'));
+  }
+
+  void whatIsAtTheEdgeIsAccepted() {
+    const auto withCta = [](const Table& cta) {
+      edid_test::EdidBuilder builder("ORV", 1, 3, 0x80, 0x0A);
+      return builder.timing(edid_test::k1080p60).extension(cta).table();
+    };
+    const auto data = [](unsigned offset) {
+      Table block = edid_test::CtaBuilder(0).block();
+      block[2] = static_cast<std::uint8_t>(offset);
+      return block;
+    };
+    for (const unsigned offset : {0U, 4U, 127U}) {
+      QVERIFY2(accepted(withCta(data(offset))), QByteArray::number(offset));
+    }
+    for (const unsigned offset : {1U, 3U, 128U}) {
+      QVERIFY2(refusedFor(withCta(data(offset)), Check::kOffset, 130), QByteArray::number(offset));
+    }
+    // The base block's timing is the one that is native; revision 1 tells no number.
+    QVERIFY(accepted(withCta(edid_test::CtaBuilder(1).block())));
+    QVERIFY(!accepted(withCta(edid_test::CtaBuilder(2).block())));
+    QVERIFY(!accepted(withCta(edid_test::CtaBuilder(2, 2).block())));
+    QVERIFY(accepted(withCta(edid_test::CtaBuilder(2, 1).block())));
+    QVERIFY(accepted(withCta(edid_test::CtaBuilder(2).timing(edid_test::k720p60, 1600, 900).block())));
+  }
+
+  void theFirstTimingIsRequiredFrom13On() {
+    for (const unsigned revision : {2U, 3U, 4U}) {
+      const Table table = edid_test::EdidBuilder("ORV", 1, revision, 0x80, 0x0A).name("none").table();
+      QCOMPARE(refusedFor(table, Check::kTiming, 54), revision >= 3);
+    }
+  }
+
+  void aMapIsMissedUpTo13Only() {
+    for (const unsigned revision : {3U, 4U}) {
+      const Table cta = edid_test::CtaBuilder(0).block();
+      edid_test::EdidBuilder builder("ORV", 1, revision, 0x80, 0x0A);
+      const auto findings = edid::checkTable(builder.timing(edid_test::k1080p60).extension(cta).extension(cta).table());
+      QCOMPARE(findings.size(), revision == 3 ? std::size_t{1} : std::size_t{0});
+      QVERIFY(findings.empty() || (findings[0].offset == 128 && findings[0].check == Check::kMap &&
+                                   findings[0].text == "no block map, although there is more than one extension"));
+    }
+  }
+
   void toleratedFaultsAreReportedButNotRefused() {
     const Table mapped = sample("block map and two CTA-861 extensions");
     Table table(mapped.begin(), mapped.begin() + 128);
