@@ -206,8 +206,12 @@ class Copy:
 
 
 def main() -> int:
-    files = [f for f in subprocess.check_output(["git", "ls-files", *FOLDERS], text=True).split()
-             if f.endswith((".cpp", ".h", ".ui")) and f not in NOT_TESTED_HERE]
+    wanted = sys.argv[3:] or FOLDERS
+    files = [f for f in subprocess.check_output(["git", "ls-files", *wanted], text=True).split()
+             if f.endswith((".cpp", ".h", ".ui")) and f.split("/")[0] in FOLDERS and f not in NOT_TESTED_HERE]
+    if not files:
+        print("no such files in", " ".join(FOLDERS))
+        return 2
     everything = [m for f in files for m in
                   (mutants_of_form if f.endswith(".ui") else mutants_of)(f, pathlib.Path(f).read_text())]
     seed = int(sys.argv[2])
