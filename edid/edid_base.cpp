@@ -87,9 +87,6 @@ void addCvt(Bytes code, Description& description) {
       std::to_array<std::uint32_t>({60, 85, 75, 60, 50});  // bits 0 to 4; bit 0 with reduced blanking
   const std::uint32_t lines = ((code[0] | (code[1] & 0xF0U) << 4) + 1U) * 2;
   const auto widths = std::to_array<std::uint32_t>({lines * 4 / 3, lines * 16 / 9, lines * 16 / 10, lines * 15 / 9});
-  if (code[0] == 0 && code[1] == 0 && code[2] == 0) {
-    return;
-  }
   for (std::size_t bit = kRates.size(); bit-- > 0;) {
     if ((code[2] >> bit & 1U) != 0) {
       Mode mode;

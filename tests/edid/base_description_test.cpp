@@ -50,6 +50,13 @@ class BaseDescriptionTest : public QObject {
   Q_OBJECT
 
  private slots:
+  void theFirstBlockIsTheBaseBlockWhateverItsFirstByte() {
+    const Description description = withBytes(4, 0, {0x02});
+    QCOMPARE(+description.blocks[0].tag, 0);
+    QCOMPARE(description.blocks[0].name.c_str(), "EDID base");
+    QVERIFY(!description.hasCta && !description.modes.empty());
+  }
+
   void everyLetterOfTheMakerIsRead_data() {
     QTest::addColumn<unsigned>("code");
     QTest::addColumn<QString>("maker");
