@@ -6,8 +6,8 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<std::string_view, 5> kAudioKeys{"format", "samplingRate", "receiverGain", "headphoneGain",
-                                                     "muted"};
+constexpr auto kAudioKeys =
+    std::to_array<std::string_view>({"format", "samplingRate", "receiverGain", "headphoneGain", "muted"});
 
 }  // namespace
 

@@ -16,7 +16,7 @@ class StateWriter;
 /// The audio path: codes of the incoming audio, two gains and the headphone mute.
 class Audio {
  public:
-  static constexpr std::array<std::string_view, 1> kKeys{"audio"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"audio"});
   void configure(const Section& scenario);
   void restoreDefaults() { settings_ = Settings(); }
 

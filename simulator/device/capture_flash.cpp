@@ -46,29 +46,13 @@ void CaptureFlash::restore(StateReader& reader) {
   content_.resize(reader.number<std::uint32_t>(kCapacity), kErased);
 }
 
-CaptureFlash::Range CaptureFlash::takeChanged() {
-  const std::size_t first = std::min(changed_.first, content_.size());
-  const Range changed{first, std::min(changed_.size, content_.size() - first)};
-  changed_ = {0, 0};
-  return changed;
-}
-
-void CaptureFlash::noteChange(std::size_t first, std::size_t size) {
-  if (changed_.size == 0) {
-    changed_ = {first, size};
-    return;
-  }
-  const std::size_t end = std::max(changed_.first + changed_.size, first + size);
-  changed_.first = std::min(changed_.first, first);
-  changed_.size = end - changed_.first;
-}
-
 std::optional<unsigned> CaptureFlash::beginBurn(std::vector<std::uint8_t> image) {
   if (running_) {
     return std::nullopt;
   }
   hasFirmware_ = false;
   image_ = std::move(image);
+  changed_ = {};
   content_.resize(countOf(image_.size(), kSectorSize) * kSectorSize, kErased);
   erased_ = 0;
   written_ = 0;
@@ -88,14 +72,14 @@ std::int32_t CaptureFlash::step(unsigned burn, FaultPlan& faults, Transfers& tra
   }
   if (isErasing()) {
     std::fill_n(content_.begin() + static_cast<std::ptrdiff_t>(erased_), kSectorSize, kErased);
-    noteChange(erased_, kSectorSize);
+    changed_ = {erased_, kSectorSize};
     erased_ += kSectorSize;
   } else if (!isDone()) {
     const std::size_t size = std::min(kPieceSize, image_.size() - written_);
     if (!transfers.ignoresWrite()) {
       const auto piece = transfers.arriving(std::span(image_).subspan(written_, size));
       std::copy(piece.begin(), piece.end(), content_.begin() + static_cast<std::ptrdiff_t>(written_));
-      noteChange(written_, size);
+      changed_ = {written_, size};
     }
     written_ += size;
   }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace simulator {
@@ -41,11 +42,11 @@ class CaptureFlash {
   void restore(StateReader& reader);
   std::span<std::uint8_t> memory() { return content_; }
   struct Range {
-    std::size_t first;
-    std::size_t size;
+    std::size_t first{};
+    std::size_t size{};
   };
-  /// What of the content has been written since the last call, and perhaps more.
-  Range takeChanged();
+  /// What the burn's last step has written; nothing when that was taken before.
+  Range takeChanged() { return std::exchange(changed_, {}); }
 
   /// Makes the chip ready for an image of 1 to kCapacity bytes.
   /// @return the burn's number; nothing while another burn is running
@@ -70,11 +71,10 @@ class CaptureFlash {
   void powerCycle() { running_.reset(); }
 
  private:
-  void noteChange(std::size_t first, std::size_t size);
   bool isErasing() const { return erased_ < content_.size(); }
 
   std::vector<std::uint8_t> content_;
-  Range changed_{0, 0};
+  Range changed_;
   std::string version_ = "V1.03.07";
   bool hasFirmware_ = true;
 

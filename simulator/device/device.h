@@ -41,7 +41,7 @@ class Device {
 
   /// Takes from a scenario what each part knows of it.
   /// @throws ScenarioError
-  static constexpr std::array<std::string_view, 2> kKeys{"unplugAfterMs", "unplugAfterIdleMs"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"unplugAfterMs", "unplugAfterIdleMs"});
   void configure(const Section& scenario);
 
   /// Whether the device is on the USB bus now.

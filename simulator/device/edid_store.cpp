@@ -9,14 +9,14 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<std::string_view, EdidStore::kSlots> kSlotKeys{"slot0", "slot1", "slot2", "slot3",
-                                                                    "slot4", "slot5", "slot6"};
-constexpr std::array<std::string_view, 10> kEdidKeys{"mode",  "defaultSlot", "slot0", "slot1", "slot2",
-                                                     "slot3", "slot4",       "slot5", "slot6", "sink"};
-constexpr std::array<Choice<EdidStore::Mode>, EdidStore::kModes> kModeChoices{{{"fromFlash", EdidStore::kFromFlash},
-                                                                               {"followTx", EdidStore::kFollowTx},
-                                                                               {"followUsb", EdidStore::kFollowUsb},
-                                                                               {"mixed", EdidStore::kMixed}}};
+constexpr auto kSlotKeys =
+    std::to_array<std::string_view>({"slot0", "slot1", "slot2", "slot3", "slot4", "slot5", "slot6"});
+constexpr auto kEdidKeys = std::to_array<std::string_view>(
+    {"mode", "defaultSlot", "slot0", "slot1", "slot2", "slot3", "slot4", "slot5", "slot6", "sink"});
+constexpr auto kModeChoices = std::to_array<Choice<EdidStore::Mode>>({{"fromFlash", EdidStore::kFromFlash},
+                                                                      {"followTx", EdidStore::kFollowTx},
+                                                                      {"followUsb", EdidStore::kFollowUsb},
+                                                                      {"mixed", EdidStore::kMixed}});
 
 }  // namespace
 

@@ -27,7 +27,7 @@ class EdidStore {
 
   enum Mode : std::uint8_t { kFromFlash, kFollowTx, kFollowUsb, kMixed, kModes };
 
-  static constexpr std::array<std::string_view, 1> kKeys{"edid"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"edid"});
   void configure(const Section& scenario);
   /// The settings; the slots keep what was written to them.
   void restoreDefaults();

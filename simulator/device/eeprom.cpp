@@ -31,9 +31,6 @@ std::span<const std::uint8_t> Eeprom::takeAddress(std::span<const std::uint8_t> 
 void Eeprom::stepInPage() { pointer_ = (pointer_ & ~(kind_.page - 1)) | ((pointer_ + 1) & (kind_.page - 1)); }
 
 bool Eeprom::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
-  if (bytes.empty()) {
-    return false;
-  }
   const auto data = takeAddress(bytes);
   for (const std::uint8_t byte : data) {
     memory_[pointer_] = byte;
@@ -46,9 +43,6 @@ bool Eeprom::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
 }
 
 bool Eeprom::read(std::uint8_t, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) {
-  if (index.empty()) {
-    return false;
-  }
   // Bytes behind the address move the pointer, but are programmed at a stop
   // condition only, and a read has none there.
   for (std::size_t extra = takeAddress(index).size(); extra > 0; --extra) {

@@ -13,10 +13,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::array<std::string_view, 3> kMcuKeys{"family", "version", "mode"};
+constexpr auto kMcuKeys = std::to_array<std::string_view>({"family", "version", "mode"});
 enum class Mode { kApplication, kBootLoader, kSilent };
-constexpr std::array<Choice<Mode>, 3> kModes{
-    {{"application", Mode::kApplication}, {"bootLoader", Mode::kBootLoader}, {"silent", Mode::kSilent}}};
+constexpr auto kModes = std::to_array<Choice<Mode>>(
+    {{"application", Mode::kApplication}, {"bootLoader", Mode::kBootLoader}, {"silent", Mode::kSilent}});
 constexpr std::size_t kMaxText = 100;
 
 constexpr std::uint8_t kFamilyRegister = 0x00;
@@ -185,7 +185,7 @@ const Fault* ExternalMcu::faultAt(FaultPoint at) {
 bool ExternalMcu::write(std::uint8_t address, std::span<const std::uint8_t> bytes) {
   settle(address);
   const Fault* const fault = faultAt(FaultPoint::kMcuTransfer);
-  if (bytes.empty() || (fault && fault->what == FaultEffect::kNotAcknowledged)) {
+  if (fault && fault->what == FaultEffect::kNotAcknowledged) {
     return false;
   }
   const bool acknowledged = inBootLoader_ ? writeToBootLoader(bytes) : writeToApplication(bytes);
@@ -199,14 +199,12 @@ bool ExternalMcu::read(std::uint8_t address, std::span<const std::uint8_t> index
     return false;
   }
   std::fill(result.begin(), result.end(), kUnusedRegister);
-  if (!result.empty()) {
-    if (index[0] == kFamilyRegister) {
-      result[0] = familyCode_;
-    } else if (inBootLoader_) {
-      result[0] = bootLoaderRegister(index[0]);
-    } else if (index[0] == kVersionRegister) {
-      result[0] = flash_[kVersionOffset];
-    }
+  if (index[0] == kFamilyRegister) {
+    result[0] = familyCode_;
+  } else if (inBootLoader_) {
+    result[0] = bootLoaderRegister(index[0]);
+  } else if (index[0] == kVersionRegister) {
+    result[0] = flash_[kVersionOffset];
   }
   return !fault;
 }
@@ -219,7 +217,7 @@ std::uint8_t ExternalMcu::bootLoaderRegister(std::uint8_t index) {
     return kUnusedRegister;
   }
   const bool busy = isBusy();
-  if (busyPolls_ && *busyPolls_ > 0 && --*busyPolls_ == 0) {
+  if (busyPolls_ && *busyPolls_ != 0 && --*busyPolls_ == 0) {
     busyPolls_.reset();
   }
   return busy ? kNotReady : kReady;

@@ -48,7 +48,7 @@ class ExternalMcu : public I2cTarget {
   /// @param clock  must outlive the MCU, as must `faults`
   ExternalMcu(const Clock& clock, FaultPlan& faults);
 
-  static constexpr std::array<std::string_view, 1> kKeys{"externalMcu"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"externalMcu"});
   void configure(const Section& scenario);
 
   void store(StateWriter& writer) const;

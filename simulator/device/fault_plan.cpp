@@ -5,8 +5,9 @@
 #include "simulator/scenario/scenario_tree.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <array>
 #include <limits>
+#include <span>
 
 namespace simulator {
 namespace {
@@ -15,14 +16,14 @@ constexpr unsigned kCertain = 1000;
 constexpr std::int64_t kMaxCounted = 1'000'000'000;
 constexpr std::size_t kMaxAnswer = 1365;
 
-constexpr std::array<std::string_view, 11> kFaultKeys{"at",     "first",  "count",  "perMille", "fromPercent", "what",
-                                                      "status", "answer", "length", "delayMs",  "polls"};
+constexpr auto kFaultKeys = std::to_array<std::string_view>(
+    {"at", "first", "count", "perMille", "fromPercent", "what", "status", "answer", "length", "delayMs", "polls"});
 
 struct Effect {
   std::string_view name;
   FaultEffect what;
 };
-constexpr std::array<Effect, 10> kEffects{{
+constexpr auto kEffects = std::to_array<Effect>({
     {"answer", FaultEffect::kAnswer},
     {"delay", FaultEffect::kDelay},
     {"unplug", FaultEffect::kUnplug},
@@ -33,43 +34,43 @@ constexpr std::array<Effect, 10> kEffects{{
     {"misread", FaultEffect::kMisread},
     {"short", FaultEffect::kShort},
     {"busy", FaultEffect::kBusy},
-}};
+});
 
 /// A point, and what can happen there.
 struct Point {
   std::string_view name;
   FaultPoint at;
-  std::array<FaultEffect, 6> effects;
-  std::size_t effectCount;
-  std::int32_t status;  ///< when the fault names none
+  std::span<const FaultEffect> effects;
+  std::int32_t status = kInjected;  ///< when the fault names none
 };
 
-constexpr Point point(std::string_view name, FaultPoint at, std::initializer_list<FaultEffect> effects,
-                      std::int32_t status = kInjected) {
-  Point result{name, at, {}, effects.size(), status};
-  std::copy(effects.begin(), effects.end(), result.effects.begin());
-  return result;
-}
-
 using What = FaultEffect;
-constexpr Point kOperationPoint = point("", FaultPoint::kOperation, {What::kAnswer, What::kDelay, What::kUnplug});
-constexpr std::initializer_list<FaultEffect> kOfPackets{What::kNotAcknowledged, What::kLost, What::kDamage,
-                                                        What::kMisread,         What::kBusy, What::kUnplug};
-constexpr std::array<Point, 13> kPoints{{
-    point("call", FaultPoint::kCall, {What::kAnswer, What::kDelay, What::kUnplug}),
-    point("transfer", FaultPoint::kTransfer, {What::kNotAcknowledged, What::kUnplug}),
-    point("read", FaultPoint::kRead, {What::kMisread, What::kShort}),
-    point("write", FaultPoint::kWrite, {What::kDamage, What::kIgnored}),
-    point("captureFlash", FaultPoint::kCaptureFlash, {What::kAnswer, What::kUnplug}, kFlashFault),
-    point("mcu.transfer", FaultPoint::kMcuTransfer, {What::kNotAcknowledged, What::kLost, What::kUnplug}),
-    point("mcu.reset", FaultPoint::kMcuReset, {What::kNotAcknowledged, What::kLost, What::kUnplug}),
-    point("mcu.setBoot", FaultPoint::kMcuSetBoot, {What::kNotAcknowledged, What::kLost, What::kBusy, What::kUnplug}),
-    point("mcu.packet", FaultPoint::kMcuPacket, kOfPackets),
-    point("mcu.start", FaultPoint::kMcuStart, kOfPackets),
-    point("mcu.address", FaultPoint::kMcuAddress, kOfPackets),
-    point("mcu.data", FaultPoint::kMcuData, kOfPackets),
-    point("mcu.finish", FaultPoint::kMcuFinish, kOfPackets),
-}};
+constexpr auto kOfCalls = std::to_array({What::kAnswer, What::kDelay, What::kUnplug});
+constexpr auto kOfTransfers = std::to_array({What::kNotAcknowledged, What::kUnplug});
+constexpr auto kOfReads = std::to_array({What::kMisread, What::kShort});
+constexpr auto kOfWrites = std::to_array({What::kDamage, What::kIgnored});
+constexpr auto kOfBurns = std::to_array({What::kAnswer, What::kUnplug});
+constexpr auto kOfMcuTransfers = std::to_array({What::kNotAcknowledged, What::kLost, What::kUnplug});
+constexpr auto kOfSetBoot = std::to_array({What::kNotAcknowledged, What::kLost, What::kBusy, What::kUnplug});
+constexpr auto kOfPackets =
+    std::to_array({What::kNotAcknowledged, What::kLost, What::kDamage, What::kMisread, What::kBusy, What::kUnplug});
+
+constexpr Point kOperationPoint{"", FaultPoint::kOperation, kOfCalls};
+constexpr auto kPoints = std::to_array<Point>({
+    {"call", FaultPoint::kCall, kOfCalls},
+    {"transfer", FaultPoint::kTransfer, kOfTransfers},
+    {"read", FaultPoint::kRead, kOfReads},
+    {"write", FaultPoint::kWrite, kOfWrites},
+    {"captureFlash", FaultPoint::kCaptureFlash, kOfBurns, kFlashFault},
+    {"mcu.transfer", FaultPoint::kMcuTransfer, kOfMcuTransfers},
+    {"mcu.reset", FaultPoint::kMcuReset, kOfMcuTransfers},
+    {"mcu.setBoot", FaultPoint::kMcuSetBoot, kOfSetBoot},
+    {"mcu.packet", FaultPoint::kMcuPacket, kOfPackets},
+    {"mcu.start", FaultPoint::kMcuStart, kOfPackets},
+    {"mcu.address", FaultPoint::kMcuAddress, kOfPackets},
+    {"mcu.data", FaultPoint::kMcuData, kOfPackets},
+    {"mcu.finish", FaultPoint::kMcuFinish, kOfPackets},
+});
 
 constexpr std::size_t kPlaces = kPoints.size() + device::kOperationNames.size();
 /// The points inside the device, then the operations.
@@ -88,8 +89,8 @@ std::string_view nameOf(FaultEffect what) {
 
 FaultEffect readEffect(const Section& section, const Point& where) {
   std::vector<std::string_view> names;
-  for (std::size_t i = 0; i < where.effectCount; ++i) {
-    names.push_back(nameOf(where.effects[i]));
+  for (const FaultEffect effect : where.effects) {
+    names.push_back(nameOf(effect));
   }
   if (const auto index = section.choice("what", names)) {
     return where.effects[*index];
@@ -162,11 +163,6 @@ void FaultPlan::removeAt(FaultPoint first, FaultPoint last) {
   std::erase_if(faults_, [&](const Planned& planned) { return planned.fault.at >= first && planned.fault.at <= last; });
 }
 
-bool FaultPlan::hasAt(FaultPoint first, FaultPoint last) const {
-  return std::any_of(faults_.begin(), faults_.end(),
-                     [&](const Planned& planned) { return planned.fault.at >= first && planned.fault.at <= last; });
-}
-
 const Fault* FaultPlan::next(FaultPoint at, std::string_view operation, double percent) {
   const std::uint64_t number = ++counts_[{at, std::string(operation)}];
   for (Planned& planned : faults_) {
@@ -189,10 +185,7 @@ const Fault* FaultPlan::nextWith(FaultPoint at, FaultEffect what) {
   return nullptr;
 }
 
-std::uint64_t FaultPlan::count(FaultPoint at) const {
-  const auto found = counts_.find({at, {}});
-  return found == counts_.end() ? 0 : found->second;
-}
+std::uint64_t FaultPlan::count(FaultPoint at) const { return counts_.at({at, {}}); }
 
 void FaultPlan::resetCount(FaultPoint at) {
   std::erase_if(counts_, [at](const auto& count) { return count.first.at == at; });

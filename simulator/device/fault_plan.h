@@ -21,13 +21,12 @@ class Section;
 /// and drawn by lot.
 class FaultPlan {
  public:
-  static constexpr std::array<std::string_view, 3> kKeys{"seed", "faults", "unplugAfterCalls"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"seed", "faults", "unplugAfterCalls"});
   void configure(const Section& scenario);
 
   void add(Fault fault) { faults_.push_back({std::move(fault)}); }
   /// Removes the faults at a range of points. Counting continues.
   void removeAt(FaultPoint first, FaultPoint last);
-  bool hasAt(FaultPoint first, FaultPoint last) const;
 
   /// Counts something at a point and gives the first fault added that concerns
   /// it, or null.
@@ -36,6 +35,7 @@ class FaultPlan {
   const Fault* next(FaultPoint at, std::string_view operation = {}, double percent = 0);
   /// As `next`, for a point where each effect is asked for, and counted, alone.
   const Fault* nextWith(FaultPoint at, FaultEffect what);
+  /// How often something has happened at a point; at least once.
   std::uint64_t count(FaultPoint at) const;
   void resetCount(FaultPoint at);
 

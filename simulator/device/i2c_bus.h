@@ -13,9 +13,12 @@ class I2cTarget {
 
   /// Whether the chip acknowledges a 7-bit address now.
   virtual bool answersAt(std::uint8_t address) const = 0;
+  /// @param bytes at least one
   /// @return false when the chip does not acknowledge the bytes
   virtual bool write(std::uint8_t address, std::span<const std::uint8_t> bytes) = 0;
   /// Takes the register index bytes, then fills `result`.
+  /// @param index  at least one byte
+  /// @param result at least one byte
   /// @return false when the chip does not acknowledge the index
   virtual bool read(std::uint8_t address, std::span<const std::uint8_t> index, std::span<std::uint8_t> result) = 0;
 };

@@ -10,8 +10,8 @@ struct Model {
   std::uint32_t productId;
 };
 
-constexpr std::array<Model, 2> kModels{{{"KVR-7", 0x6B03}, {"KVR-5B", 0x6B02}}};
-constexpr std::array<std::string_view, 2> kModelNames{kModels[0].name, kModels[1].name};
+constexpr auto kModels = std::to_array<Model>({{"KVR-7", 0x6B03}, {"KVR-5B", 0x6B02}});
+constexpr auto kModelNames = std::to_array<std::string_view>({kModels[0].name, kModels[1].name});
 
 // A USB string descriptor holds at most 126 UTF-16 units.
 constexpr std::size_t kMaxUsbString = 126;

@@ -12,11 +12,11 @@ class Section;
 /// Which model is plugged in and what it calls itself.
 class Identity {
  public:
-  static constexpr std::array<std::string_view, 2> kKeys{"model", "identity"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"model", "identity"});
   /// Of the section "identity", which the capture flash and the provisioning
   /// read as well.
-  static constexpr std::array<std::string_view, 5> kIdentityKeys{"captureVersion", "uvcName", "manufacturer", "product",
-                                                                 "serialNumber"};
+  static constexpr auto kIdentityKeys =
+      std::to_array<std::string_view>({"captureVersion", "uvcName", "manufacturer", "product", "serialNumber"});
   void configure(const Section& scenario);
 
   std::uint32_t vendorId() const { return 0x5C19; }

@@ -7,8 +7,8 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<std::string_view, 3> kInputsKeys{"source", "hdmi", "dp"};
-constexpr std::array<Choice<Receiver::Source>, 2> kSources{{{"hdmi", Receiver::kHdmi}, {"dp", Receiver::kDp}}};
+constexpr auto kInputsKeys = std::to_array<std::string_view>({"source", "hdmi", "dp"});
+constexpr auto kSources = std::to_array<Choice<Receiver::Source>>({{"hdmi", Receiver::kHdmi}, {"dp", Receiver::kDp}});
 
 /// HDMI mode codes of the record.
 std::uint8_t modeCode(Link link) {
@@ -108,8 +108,8 @@ std::array<std::uint8_t, 48> Receiver::timingRecord() const {
   record[0x1B] = now.colorimetry;
   record[0x1C] = now.extColorimetry;
   record[0x1D] = static_cast<std::uint8_t>(now.hdcp);
-  writeU16le(record, 0x1E, (now.tmdsClockHz() + 5'000) / 10'000);
-  writeU32le(record, 0x20, (std::uint64_t{now.pixelClockHz} * 1024 + 500'000) / 1'000'000);
+  writeU16le(record, 0x1E, now.tmdsClockX100());
+  writeU32le(record, 0x20, now.pixelClockX1024());
   return record;
 }
 

@@ -16,7 +16,7 @@ class StateWriter;
 /// whether hot-plug is asserted to the HDMI source.
 class Receiver {
  public:
-  static constexpr std::array<std::string_view, 2> kKeys{"signal", "inputs"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"signal", "inputs"});
   void configure(const Section& scenario);
   void restoreDefaults();
   /// Back to the state after power-on; the chosen input is kept.
@@ -40,7 +40,6 @@ class Receiver {
 
   /// What the receiver is locked to; the signal "none" when there is nothing.
   const Signal& signal() const;
-  bool hasSignal() const { return signal().link != Link::kNone; }
 
   /// The record of AT_HdmiRX_GetRawTimingInfo. Bytes 0 to 35 are defined, the
   /// rest is zero; without a signal all is zero. Units of this simulator:

@@ -22,7 +22,17 @@ constexpr auto kAnyRange = ColorRange::kDefault;
 constexpr auto kLimited = ColorRange::kLimited;
 constexpr auto kFull = ColorRange::kFull;
 
-// Rates of 59.94 Hz are those of 60 Hz times 1000/1001.
+constexpr std::uint64_t rounded(std::uint64_t dividend, std::uint64_t divisor) {
+  return divisor == 0 ? 0 : (dividend + divisor / 2) / divisor;
+}
+
+constexpr std::uint32_t kilohertz(std::uint32_t value) { return value * 1000; }
+
+/// The clock of a 59.94 Hz format, from that of 60 Hz.
+constexpr std::uint32_t pulledDown(std::uint64_t hertz) {
+  return static_cast<std::uint32_t>(rounded(hertz * 1000, 1001));
+}
+
 constexpr std::array kSignals{
     Signal{.name = "none",
            .link = Link::kNone,
@@ -40,7 +50,7 @@ constexpr std::array kSignals{
            .horizontal = {640, 16, 96, 48},
            .vertical = {480, 10, 2, 33},
            .vTotal = 525,
-           .pixelClockHz = 25'175'000,
+           .pixelClockHz = kilohertz(25'175),
            .colorSpace = kRgb,
            .colorDepth = k8bit,
            .audioFormat = AudioFormat::kDvi,
@@ -51,7 +61,7 @@ constexpr std::array kSignals{
            .horizontal = {720, 16, 62, 60},
            .vertical = {480, 9, 6, 30},
            .vTotal = 525,
-           .pixelClockHz = 27'000'000,
+           .pixelClockHz = kilohertz(27'000),
            .colorSpace = kYuv444,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -62,7 +72,7 @@ constexpr std::array kSignals{
            .horizontal = {720, 12, 64, 68},
            .vertical = {576, 5, 5, 39},
            .vTotal = 625,
-           .pixelClockHz = 27'000'000,
+           .pixelClockHz = kilohertz(27'000),
            .colorSpace = kYuv444,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -75,7 +85,7 @@ constexpr std::array kSignals{
            .horizontal = {1280, 110, 40, 220},
            .vertical = {720, 5, 5, 20},
            .vTotal = 750,
-           .pixelClockHz = 74'250'000,
+           .pixelClockHz = kilohertz(74'250),
            .colorSpace = kYuv444,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -87,7 +97,7 @@ constexpr std::array kSignals{
            .vertical = {1080, 2, 5, 15},
            .vTotal = 1125,
            .interlaced = true,
-           .pixelClockHz = 74'250'000,
+           .pixelClockHz = kilohertz(74'250),
            .colorSpace = kYuv422,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -99,7 +109,7 @@ constexpr std::array kSignals{
            .horizontal = k1920At24,
            .vertical = k1080Lines,
            .vTotal = 1125,
-           .pixelClockHz = 74'250'000,
+           .pixelClockHz = kilohertz(74'250),
            .colorSpace = kYuv444,
            .colorDepth = k12bit,
            .colorRange = kLimited,
@@ -111,7 +121,7 @@ constexpr std::array kSignals{
            .horizontal = k1920At50,
            .vertical = k1080Lines,
            .vTotal = 1125,
-           .pixelClockHz = 148'500'000,
+           .pixelClockHz = kilohertz(148'500),
            .colorSpace = kYuv444,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -122,7 +132,7 @@ constexpr std::array kSignals{
            .horizontal = k1920At60,
            .vertical = k1080Lines,
            .vTotal = 1125,
-           .pixelClockHz = 148'500'000,
+           .pixelClockHz = kilohertz(148'500),
            .colorSpace = kRgb,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -132,7 +142,7 @@ constexpr std::array kSignals{
            .horizontal = k1920At60,
            .vertical = k1080Lines,
            .vTotal = 1125,
-           .pixelClockHz = 297'000'000,
+           .pixelClockHz = kilohertz(297'000),
            .colorSpace = kRgb,
            .colorDepth = k8bit,
            .colorRange = kFull,
@@ -143,7 +153,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At24,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 297'000'000,
+           .pixelClockHz = kilohertz(297'000),
            .colorSpace = kRgb,
            .colorDepth = k8bit,
            .colorRange = kFull,
@@ -155,7 +165,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At60,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 594'000'000,
+           .pixelClockHz = kilohertz(594'000),
            .colorSpace = kYuv422,
            .colorDepth = k12bit,
            .colorRange = kLimited,
@@ -169,7 +179,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At60,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 297'000'000,
+           .pixelClockHz = kilohertz(297'000),
            .colorSpace = kRgb,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -179,7 +189,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At60,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 593'406'593,
+           .pixelClockHz = pulledDown(kilohertz(594'000)),
            .colorSpace = kYuv422,
            .colorDepth = k10bit,
            .colorRange = kLimited,
@@ -193,7 +203,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At60,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 594'000'000,
+           .pixelClockHz = kilohertz(594'000),
            .colorSpace = kYuv420,
            .colorDepth = k8bit,
            .colorRange = kLimited,
@@ -204,7 +214,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At60,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 594'000'000,
+           .pixelClockHz = kilohertz(594'000),
            .colorSpace = kYuv420,
            .colorDepth = k10bit,
            .colorRange = kLimited,
@@ -217,7 +227,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At60,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 594'000'000,
+           .pixelClockHz = kilohertz(594'000),
            .colorSpace = kYuv422,
            .colorDepth = k10bit,
            .colorRange = kLimited,
@@ -231,7 +241,7 @@ constexpr std::array kSignals{
            .horizontal = k3840At60,
            .vertical = k2160Lines,
            .vTotal = 2250,
-           .pixelClockHz = 1'188'000'000,
+           .pixelClockHz = kilohertz(1'188'000),
            .colorSpace = kRgb,
            .colorDepth = k10bit,
            .colorRange = kFull,
@@ -247,7 +257,7 @@ constexpr std::array kSignals{
            .horizontal = {1920, 48, 32, 80},
            .vertical = {1200, 3, 6, 26},
            .vTotal = 1235,
-           .pixelClockHz = 154'000'000,
+           .pixelClockHz = kilohertz(154'000),
            .colorSpace = kRgb,
            .colorDepth = k8bit,
            .colorRange = kFull},
@@ -257,7 +267,7 @@ constexpr std::array kSignals{
            .horizontal = {2560, 48, 32, 80},
            .vertical = {1440, 3, 5, 95},
            .vTotal = 1543,
-           .pixelClockHz = 604'250'000,
+           .pixelClockHz = kilohertz(604'250),
            .colorSpace = kRgb,
            .colorDepth = k8bit,
            .colorRange = kFull,
@@ -273,10 +283,6 @@ constexpr auto kNames = [] {
   return names;
 }();
 
-constexpr std::uint64_t rounded(std::uint64_t dividend, std::uint64_t divisor) {
-  return divisor == 0 ? 0 : (dividend + divisor / 2) / divisor;
-}
-
 }  // namespace
 
 std::uint32_t Signal::rateX100() const {
@@ -289,17 +295,24 @@ std::uint32_t Signal::lineRateX100() const {
   return static_cast<std::uint32_t>(rounded(pixelClockHz, std::uint64_t{hTotal()} * 10));
 }
 
-std::uint64_t Signal::tmdsClockHz() const {
+std::uint32_t Signal::tmdsClockX100() const {
   if (link != Link::kTmds && link != Link::kDvi) {
     return 0;
   }
+  constexpr auto kBits = std::to_array<std::uint64_t>({8, 10, 12});
+  std::uint64_t hertz = pixelClockHz;
   // 4:2:2 always fills the 24 bits of a pixel; 4:2:0 sends two pixels in one.
-  if (colorSpace == ColorSpace::kYuv422) {
-    return pixelClockHz;
+  if (colorSpace != ColorSpace::kYuv422) {
+    hertz = hertz * kBits[static_cast<std::size_t>(colorDepth)] / 8;
   }
-  constexpr std::array<std::uint64_t, 4> kBits{8, 10, 12, 16};
-  const std::uint64_t deep = std::uint64_t{pixelClockHz} * kBits[static_cast<std::size_t>(colorDepth)] / 8;
-  return colorSpace == ColorSpace::kYuv420 ? deep / 2 : deep;
+  if (colorSpace == ColorSpace::kYuv420) {
+    hertz /= 2;
+  }
+  return static_cast<std::uint32_t>(rounded(hertz, 10'000));
+}
+
+std::uint32_t Signal::pixelClockX1024() const {
+  return static_cast<std::uint32_t>(rounded(std::uint64_t{pixelClockHz} * 1024, 1'000'000));
 }
 
 std::span<const Signal> signalTable() { return kSignals; }

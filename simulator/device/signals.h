@@ -21,7 +21,7 @@ enum class Link : std::uint8_t {
 
 /// Codes as the receiver's record has them.
 enum class ColorSpace : std::uint8_t { kRgb = 0, kYuv422 = 1, kYuv444 = 2, kYuv420 = 3 };
-enum class ColorDepth : std::uint8_t { k8bit = 0, k10bit = 1, k12bit = 2, k16bit = 3 };
+enum class ColorDepth : std::uint8_t { k8bit = 0, k10bit = 1, k12bit = 2 };
 enum class ColorRange : std::uint8_t { kDefault = 0, kLimited = 1, kFull = 2 };
 enum class Hdcp : std::uint8_t { kNone = 0, k1x = 1, k2x = 2, kOff = 3 };
 enum class Hdr : std::uint8_t {
@@ -31,7 +31,6 @@ enum class Hdr : std::uint8_t {
   kHdr10Plus = 0x20,
   kDolbyVision = 0x30,
   kDolbyVisionLowLatency = 0x31,
-  kDolbyVisionVsem = 0x32,
 };
 
 /// Codes of the audio that comes with a signal.
@@ -83,8 +82,10 @@ struct Signal {
   std::uint32_t rateX100() const;
   /// Lines per second, in units of 10 Hz.
   std::uint32_t lineRateX100() const;
-  /// Rate of one TMDS character; 0 on a link without TMDS clock.
-  std::uint64_t tmdsClockHz() const;
+  /// Rate of one TMDS character in units of 0.01 MHz; 0 on a link without TMDS clock.
+  std::uint32_t tmdsClockX100() const;
+  /// The pixel clock in MHz times 1024.
+  std::uint32_t pixelClockX1024() const;
 };
 
 /// All named signals; the first is "none".

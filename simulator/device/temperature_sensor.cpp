@@ -17,7 +17,7 @@ void TemperatureSensor::restore(StateReader& reader) {
 }
 
 bool TemperatureSensor::write(std::uint8_t, std::span<const std::uint8_t> bytes) {
-  if (bytes.empty() || bytes[0] >= registers_.size()) {
+  if (bytes[0] >= registers_.size()) {
     return false;
   }
   if (bytes.size() >= 3 && bytes[0] != 0) {

@@ -18,7 +18,7 @@ void Transfers::start(const std::vector<Fault>& faults, std::uint64_t seed) {
     if (fault.at < FaultPoint::kTransfer || fault.at > FaultPoint::kWrite || fault.first == 0) {
       throw std::invalid_argument("not a fault of transfers, or of none of them");
     }
-    if (fault.perMille.value_or(0) > kAlways) {
+    if (fault.perMille > kAlways) {
       throw std::invalid_argument("a rate is one of 0 to 1000 transfers of a thousand");
     }
   }
@@ -57,9 +57,6 @@ std::int32_t Transfers::read(std::size_t call, std::span<std::uint8_t> output, c
 }
 
 bool Transfers::begin(std::size_t call) {
-  if (!isWatched()) {
-    return true;
-  }
   const Fault* const fault = faults_.next(FaultPoint::kTransfer);
   const bool isAcknowledged = !fault || fault->what != FaultEffect::kNotAcknowledged;
   if (fault && fault->what == FaultEffect::kUnplug) {
@@ -81,9 +78,6 @@ bool Transfers::ignoresWrite() {
 
 std::vector<std::uint8_t> Transfers::arriving(std::span<const std::uint8_t> bytes) {
   std::vector<std::uint8_t> arrived(bytes.begin(), bytes.end());
-  if (!isWatched()) {
-    return arrived;
-  }
   if (!arrived.empty() && happens(FaultPoint::kWrite, FaultEffect::kDamage)) {
     flip(arrived);
     note(FaultEffect::kDamage);
@@ -107,11 +101,7 @@ void Transfers::spoil(Answer& answer) {
   }
 }
 
-bool Transfers::happens(FaultPoint at, FaultEffect what) {
-  return isWatched() && faults_.nextWith(at, what) != nullptr;
-}
-
-bool Transfers::isWatched() const { return records_ || faults_.hasAt(FaultPoint::kTransfer, FaultPoint::kWrite); }
+bool Transfers::happens(FaultPoint at, FaultEffect what) { return faults_.nextWith(at, what) != nullptr; }
 
 void Transfers::note(FaultEffect fault) {
   if (records_) {

@@ -49,8 +49,6 @@ class Transfers {
 
  private:
   bool happens(FaultPoint at, FaultEffect what);
-  /// Whether each transfer is looked at: for a fault, or for the record.
-  bool isWatched() const;
   void note(FaultEffect fault);
   void note(std::span<const std::uint8_t> bytes);
   void flip(std::span<std::uint8_t> bytes);

@@ -6,7 +6,7 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<std::string_view, 1> kSinkKeys{"present"};
+constexpr auto kSinkKeys = std::to_array<std::string_view>({"present"});
 
 }  // namespace
 

@@ -14,7 +14,7 @@ class StateWriter;
 /// The HDMI transmitter (loop-through) and the sink attached to it.
 class Transmitter {
  public:
-  static constexpr std::array<std::string_view, 1> kKeys{"sink"};
+  static constexpr auto kKeys = std::to_array<std::string_view>({"sink"});
   void configure(const Section& scenario);
   void restoreDefaults() { hdcpOn_ = true; }
 

@@ -69,13 +69,12 @@ FileLock::Result FileLock::lock(const std::filesystem::path& path) {
   if (file < 0) {
     return Result::kFailed;
   }
-  handle_ = std::make_unique<Handle>(Handle{file});
   if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+    handle_ = std::make_unique<Handle>(Handle{file});
     return Result::kLocked;
   }
   const bool inUse = errno == EWOULDBLOCK;
   close(file);
-  handle_.reset();
   return inUse ? Result::kInUse : Result::kFailed;
 }
 

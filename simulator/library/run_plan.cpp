@@ -5,7 +5,7 @@
 namespace simulator {
 namespace {
 
-constexpr std::array<Choice<bool>, 2> kClocks{{{"real", false}, {"virtual", true}}};  // whether it skips waiting
+constexpr auto kClocks = std::to_array<Choice<bool>>({{"real", false}, {"virtual", true}});  // whether it skips waiting
 constexpr std::size_t kMaxDescription = 200;
 constexpr std::size_t kMaxPath = 4096;
 

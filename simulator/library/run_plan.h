@@ -13,8 +13,8 @@ class Section;
 
 /// What a scenario says of the run rather than of the device.
 struct RunPlan {
-  static constexpr std::array<std::string_view, 7> kKeys{"description", "clock", "speedFactor",    "latencyMs",
-                                                         "stateFile",   "units", "nextUnitAfterMs"};
+  static constexpr auto kKeys = std::to_array<std::string_view>(
+      {"description", "clock", "speedFactor", "latencyMs", "stateFile", "units", "nextUnitAfterMs"});
   void configure(const Section& scenario);
 
   bool skipsWaiting = false;  ///< nothing takes real time

@@ -105,6 +105,10 @@ std::vector<StateRecord> recordsOf(std::span<const std::uint8_t> bytes) {
   return records;
 }
 
+StateFileError notWritten(const std::filesystem::path& path) {
+  return {path, "cannot be written; make room, or name another state file", kBadState};
+}
+
 std::filesystem::path withEnding(std::filesystem::path path, const char* ending) { return path += ending; }
 
 /// A link's file is used and locked; a new snapshot would replace the link itself.
@@ -174,7 +178,7 @@ void StateFile::write(std::ofstream& file, const std::vector<std::uint8_t>& byte
   file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   file.flush();
   if (!file) {
-    throw StateFileError(path_, "cannot be written; make room, or name another state file", kBadState);
+    throw notWritten(path_);
   }
 }
 
@@ -193,7 +197,7 @@ void StateFile::replace(const std::vector<StateRecord>& snapshot) {
   std::filesystem::rename(draft, path_, error);
   file_ = std::ofstream(path_, std::ios::binary | std::ios::app);
   if (!flushed || error || !file_) {
-    throw StateFileError(path_, "cannot be replaced; check its permissions", kBadState);
+    throw notWritten(path_);
   }
   snapshotSize_ = bytes.size();
   appended_ = 0;

@@ -16,7 +16,7 @@ struct CodeRange {
 };
 
 // Controls, separators and characters that only change how others are shown.
-constexpr std::array<CodeRange, 14> kNotPrintable{{
+constexpr auto kNotPrintable = std::to_array<CodeRange>({
     {0x00, 0x1F},
     {0x7F, 0x9F},
     {0xAD, 0xAD},
@@ -31,7 +31,7 @@ constexpr std::array<CodeRange, 14> kNotPrintable{{
     {0xFEFF, 0xFEFF},
     {0xFFF0, 0xFFFB},
     {0xE0000, 0xE0FFF},
-}};
+});
 
 struct Character {
   char32_t code;
@@ -47,7 +47,7 @@ std::optional<Character> firstCharacter(std::string_view text) {
     return Character{first, 1};
   }
   const std::size_t bytes = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-  if (first < 0xC2 || first > 0xF4 || text.size() < bytes) {
+  if (first < 0xC2 || first >= 0xF8 || text.size() < bytes) {
     return std::nullopt;
   }
   char32_t code = first & (0xFFU >> (bytes + 1));
@@ -57,10 +57,9 @@ std::optional<Character> firstCharacter(std::string_view text) {
     }
     code = code << 6 | (byteAt(i) & 0x3FU);
   }
-  constexpr std::array<char32_t, 5> kSmallest{0, 0, 0x80, 0x800, 0x10000};
+  const char32_t smallest = bytes == 4 ? 0x10000 : bytes == 3 ? 0x800 : 0x80;
   const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code < kSmallest[bytes] || code > 0x10FFFF || isSurrogate ? std::nullopt
-                                                                   : std::optional(Character{code, bytes});
+  return code < smallest || code > 0x10FFFF || isSurrogate ? std::nullopt : std::optional(Character{code, bytes});
 }
 
 bool isPrintable(char32_t code) {

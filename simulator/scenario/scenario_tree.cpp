@@ -38,13 +38,7 @@ class LineCountingIterator {
     ++position_;
     return *this;
   }
-  LineCountingIterator operator++(int) {
-    LineCountingIterator old = *this;
-    ++*this;
-    return old;
-  }
   bool operator==(const LineCountingIterator& other) const { return position_ == other.position_; }
-  bool operator!=(const LineCountingIterator& other) const { return !(*this == other); }
 
  private:
   const char* position_;

@@ -95,7 +95,6 @@ class Section {
   /// The objects of an array.
   std::vector<Section> sections(std::string_view key, std::span<const std::string_view> keys) const;
 
-  bool has(std::string_view key) const { return find(key) != nullptr; }
   /// Reports the value of `key` (or the object itself when it is absent) as wrong.
   [[noreturn]] void fail(std::string_view key, const std::string& remedy) const;
 
