@@ -198,8 +198,14 @@ std::size_t FaultPlan::below(std::size_t limit) { return static_cast<std::size_t
 bool FaultPlan::concerns(Planned& planned, std::uint64_t number, double percent) {
   const Fault& fault = planned.fault;
   if (fault.fromPercent) {
-    // Counts the burns that get so far, each of which it ends.
-    number = percent >= *fault.fromPercent ? ++planned.burns : 0;
+    // Counts the burns that get so far, each at its first step from there on.
+    planned.isBurnCounted = planned.isBurnCounted && percent > 0;
+    if (percent < *fault.fromPercent) {
+      return false;
+    }
+    planned.burns += planned.isBurnCounted ? 0 : 1;
+    planned.isBurnCounted = true;
+    number = planned.burns;
   }
   if (number < fault.first) {
     return false;

@@ -57,7 +57,9 @@ class FaultPlan {
 
   struct Planned {
     Fault fault;
-    std::uint64_t burns = 0;  // that it has ended
+    // Of fromPercent: how many burns have got so far, and whether the last one is among them.
+    std::uint64_t burns = 0;
+    bool isBurnCounted = false;
   };
 
   bool concerns(Planned& planned, std::uint64_t number, double percent);
