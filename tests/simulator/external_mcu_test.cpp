@@ -3,6 +3,8 @@
 #include "tests/simulator/operation_table.h"
 #include "tests/support/upgrade_reference.h"
 
+#include <numeric>
+
 using upgrade_reference::addressPacket;
 using upgrade_reference::packet;
 using namespace std::chrono_literals;
@@ -89,6 +91,14 @@ class ExternalMcuTest : public QObject {
     simulator::unplug();
     simulator::replug();
     QCOMPARE(read(0x0D, 0x02), 0x12);
+  }
+
+  void aSilentMcuAnswersNowhere() {
+    open(R"({"mode": "silent"})");
+    QCOMPARE(read(0x0D, 0x00), -1);
+    QCOMPARE(read(0x43, 0x00), -1);
+    open(R"({"mode": "application"})");
+    QCOMPARE(read(0x0D, 0x00), 0x32);
   }
 
   void itStaysBusyWhileTheFlashIsWritten() {
@@ -206,6 +216,8 @@ class ExternalMcuTest : public QObject {
         bytes[place] = static_cast<char>(bytes[place] ^ 1 << bit);
         write(0x43, bytes);
         QVERIFY(read(0x43, 0x02) != static_cast<unsigned char>(checksum));
+        const int sum = std::accumulate(bytes.begin() + 1, bytes.end() - 1, 0);
+        QVERIFY(read(0x43, 0x02) != (sum & 0xFF));
       }
     }
   }

@@ -111,6 +111,11 @@ class SimulatorScenarioStartTest : public QObject {
     QTest::newRow("endless") << "/dev/zero"
                              << "/dev/zero" + noFile;
 #endif
+#if defined(__linux__)
+    // Opens, but its first byte cannot be read.
+    QTest::newRow("unreadable") << "/proc/self/mem"
+                                << "/proc/self/mem: cannot be read; check its permissions";
+#endif
     const QString large = fileWith(QByteArray(1024 * 1024 + 1, ' '), "large.json");
     QTest::newRow("too large") << large << large + ": is larger than 1 MiB; no scenario needs that";
     const QString largest = fileWith(QByteArray(1024 * 1024, ' '), "largest.json");

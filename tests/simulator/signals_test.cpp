@@ -29,7 +29,8 @@ constexpr Published kPublished[] = {
     {"1080p120", 2200, 1920, 192, 44, 1125, 1080, 41, 5, false, 297.0, 135.0, 120.0, 297.0},
     {"2160p24-dolby-vision", 5500, 3840, 384, 88, 2250, 2160, 82, 10, false, 297.0, 54.0, 24.0, 297.0},
     {"2160p30", 4400, 3840, 384, 88, 2250, 2160, 82, 10, false, 297.0, 67.5, 30.0, 297.0},
-    {"2160p59.94-hlg", 4400, 3840, 384, 88, 2250, 2160, 82, 10, false, 593.407, 134.865, 59.940, 593.407},
+    {"2160p59.94-hlg", 4400, 3840, 384, 88, 2250, 2160, 82, 10, false, 594 / 1.001, 135 / 1.001, 60 / 1.001,
+     594 / 1.001},
     {"2160p60-420", 4400, 3840, 384, 88, 2250, 2160, 82, 10, false, 594.0, 135.0, 60.0, 297.0},
     {"2160p60-hdr10", 4400, 3840, 384, 88, 2250, 2160, 82, 10, false, 594.0, 135.0, 60.0, 371.25},
     {"2160p60-hdr10plus", 4400, 3840, 384, 88, 2250, 2160, 82, 10, false, 594.0, 135.0, 60.0, 594.0},
@@ -40,33 +41,36 @@ constexpr Published kPublished[] = {
 };
 
 // The receiver's codes for each signal: mode, depth, space, range, colorimetry,
-// extended colorimetry, HDCP, HDR; then the UVC format.
+// extended colorimetry, HDCP, HDR; then the UVC format, and the audio's format and
+// sampling rate.
 struct Codes {
   const char* name;
   std::array<int, 8> codes;
   int uvcFormat;
+  int audioFormat;
+  int samplingRate;
 };
 
 constexpr Codes kCodes[] = {
-    {"480p60-dvi", {0, 0, 0, 0, 0, 0, 0, 0x00}, 4},
-    {"480p59.94", {1, 0, 2, 1, 1, 0, 1, 0x00}, 4},
-    {"576p50", {1, 0, 2, 1, 1, 0, 1, 0x00}, 4},
-    {"720p60", {1, 0, 2, 1, 2, 0, 1, 0x00}, 4},
-    {"1080i50", {1, 0, 1, 1, 2, 0, 1, 0x00}, 4},
-    {"1080p24", {1, 2, 2, 1, 2, 0, 1, 0x00}, 4},
-    {"1080p50", {1, 0, 2, 1, 2, 0, 1, 0x00}, 4},
-    {"1080p60", {1, 0, 0, 1, 0, 0, 1, 0x00}, 4},
-    {"1080p120", {1, 0, 0, 2, 0, 0, 0, 0x00}, 4},
-    {"2160p24-dolby-vision", {1, 0, 0, 2, 0, 0, 2, 0x30}, 7},
-    {"2160p30", {1, 0, 0, 1, 0, 0, 1, 0x00}, 1},
-    {"2160p59.94-hlg", {1, 1, 1, 1, 3, 6, 2, 0x11}, 7},
-    {"2160p60-420", {1, 0, 3, 1, 2, 0, 2, 0x00}, 1},
-    {"2160p60-hdr10", {1, 1, 3, 1, 3, 6, 2, 0x01}, 7},
-    {"2160p60-hdr10plus", {1, 1, 1, 1, 3, 6, 2, 0x20}, 7},
-    {"2160p60-dolby-vision-ll", {1, 2, 1, 1, 3, 6, 2, 0x31}, 7},
-    {"2160p120", {2, 1, 0, 2, 3, 6, 2, 0x01}, 7},
-    {"1200p60", {3, 0, 0, 2, 0, 0, 0, 0x00}, 1},
-    {"1440p144", {3, 0, 0, 2, 0, 0, 0, 0x00}, 1},
+    {"480p60-dvi", {0, 0, 0, 0, 0, 0, 0, 0x00}, 4, 0, 0},
+    {"480p59.94", {1, 0, 2, 1, 1, 0, 1, 0x00}, 4, 2, 7},
+    {"576p50", {1, 0, 2, 1, 1, 0, 1, 0x00}, 4, 3, 7},
+    {"720p60", {1, 0, 2, 1, 2, 0, 1, 0x00}, 4, 2, 7},
+    {"1080i50", {1, 0, 1, 1, 2, 0, 1, 0x00}, 4, 3, 7},
+    {"1080p24", {1, 2, 2, 1, 2, 0, 1, 0x00}, 4, 11, 7},
+    {"1080p50", {1, 0, 2, 1, 2, 0, 1, 0x00}, 4, 2, 7},
+    {"1080p60", {1, 0, 0, 1, 0, 0, 1, 0x00}, 4, 2, 7},
+    {"1080p120", {1, 0, 0, 2, 0, 0, 0, 0x00}, 4, 2, 4},
+    {"2160p24-dolby-vision", {1, 0, 0, 2, 0, 0, 2, 0x30}, 7, 19, 7},
+    {"2160p30", {1, 0, 0, 1, 0, 0, 1, 0x00}, 1, 2, 7},
+    {"2160p59.94-hlg", {1, 1, 1, 1, 3, 6, 2, 0x11}, 7, 14, 7},
+    {"2160p60-420", {1, 0, 3, 1, 2, 0, 2, 0x00}, 1, 2, 7},
+    {"2160p60-hdr10", {1, 1, 3, 1, 3, 6, 2, 0x01}, 7, 2, 7},
+    {"2160p60-hdr10plus", {1, 1, 1, 1, 3, 6, 2, 0x20}, 7, 2, 7},
+    {"2160p60-dolby-vision-ll", {1, 2, 1, 1, 3, 6, 2, 0x31}, 7, 15, 7},
+    {"2160p120", {2, 1, 0, 2, 3, 6, 2, 0x01}, 7, 2, 8},
+    {"1200p60", {3, 0, 0, 2, 0, 0, 0, 0x00}, 1, 2, 7},
+    {"1440p144", {3, 0, 0, 2, 0, 0, 0, 0x00}, 1, 2, 9},
 };
 
 using Record = std::array<std::uint8_t, 48>;
@@ -121,9 +125,13 @@ class SimulatorSignalsTest : public QObject {
     QCOMPARE(word(0x0E), static_cast<int>(std::lround(published.rateHz * 100)));
     QCOMPARE(word(0x10), static_cast<int>(std::lround(published.lineKHz * 100)));
     QCOMPARE(word(0x1E), static_cast<int>(std::lround(published.tmdsMHz * 100)));
-    // The tables give the clocks of 59.94 Hz formats to three decimals only.
-    const double clock = device::readU32le(record, 0x20) / 1024.0;
-    QVERIFY2(std::abs(clock - published.pixelMHz) <= 0.001, qPrintable(QString::number(clock)));
+    QCOMPARE(qint64{device::readU32le(record, 0x20)}, qint64{std::lround(published.pixelMHz * 1024)});
+    std::array<std::uint8_t, 128> output{};
+    QCOMPARE(AT_UVC_Get_Output_Timing(output.data()), 0);
+    const auto number = [&output](std::size_t offset) { return static_cast<int>(device::readU32le(output, offset)); };
+    QCOMPARE(number(0), published.hActive);
+    QCOMPARE(number(4), published.vActive);
+    QCOMPARE(number(8), static_cast<int>(std::lround(published.rateHz * 100)));
     for (std::size_t i = 0x24; i < record.size(); ++i) {
       QCOMPARE(int{record[i]}, 0);
     }
@@ -160,6 +168,10 @@ class SimulatorSignalsTest : public QObject {
     std::uint8_t format = 99;
     QCOMPARE(AT_UVC_Get_VideoFormat(&format), 0);
     QCOMPARE(int{format}, codes.uvcFormat);
+    QCOMPARE(AT_Audio_Get_HdmiRX_AudioFormat(&format), 0);
+    QCOMPARE(int{format}, codes.audioFormat);
+    QCOMPARE(AT_Audio_Get_HdmiRX_AudioSamplingRate(&format), 0);
+    QCOMPARE(int{format}, codes.samplingRate);
   }
 
   void noSignalIsAllZero() {
