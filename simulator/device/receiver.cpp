@@ -19,11 +19,9 @@ std::uint8_t modeCode(Link link) {
       return 2;
     case Link::kDisplayPort:
       return 3;
-    case Link::kNone:
-    case Link::kDvi:
-      break;
+    default:
+      return 0;
   }
-  return 0;
 }
 
 const Signal& signalNamed(std::string_view name) {

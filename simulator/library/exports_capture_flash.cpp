@@ -13,6 +13,13 @@ using simulator::Library;
 
 namespace {
 
+/// How far a burn is.
+struct Progress {
+  bool isDone;
+  float percent;
+  std::chrono::milliseconds stepTime;  ///< of its next step
+};
+
 /// Tells the caller of a burn how far it is.
 class Reporter {
  public:
@@ -44,9 +51,9 @@ class Reporter {
 
 }  // namespace
 
-int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
+int32_t burnToFlash(const char* path, RTICE_ProgressCallback report) {
   return Library::instance().longCall({__func__, simulator::quoted(path)}, [&](Library::LongCall& call) {
-    if (!path || !progress) {
+    if (!path || !report) {
       return simulator::kInvalidArgument;
     }
     auto image = simulator::readHostFile(path, CaptureFlash::kCapacity);
@@ -54,13 +61,9 @@ int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
       return simulator::kBadFile;
     }
     unsigned burn = 0;  // stays so when the device only pretends to begin
-    bool isDone = false;
-    float percent = 0;
-    std::chrono::milliseconds stepTime{};
-    const auto look = [&](const CaptureFlash& flash) {
-      isDone = flash.isDone();
-      percent = flash.percent();
-      stepTime = flash.stepTime();
+    Progress progress{};
+    const auto look = [&progress](const CaptureFlash& flash) {
+      progress = {flash.isDone(), flash.percent(), flash.stepTime()};
       return simulator::kOk;
     };
 
@@ -78,16 +81,16 @@ int32_t burnToFlash(const char* path, RTICE_ProgressCallback progress) {
     if (status != simulator::kOk || burn == 0) {
       return status;
     }
-    Reporter reporter(progress);
-    reporter.report(percent);
-    while (status == simulator::kOk && !isDone) {
-      call.wait(stepTime);
+    Reporter reporter(report);
+    reporter.report(progress.percent);
+    while (status == simulator::kOk && !progress.isDone) {
+      call.wait(progress.stepTime);
       status = call.step([&](Device& device) {
         const int32_t result = device.flash.step(burn, device.faults, device.transfers);
         return result == simulator::kOk ? look(device.flash) : result;
       });
       if (status == simulator::kOk) {
-        reporter.report(percent);
+        reporter.report(progress.percent);
       }
     }
     if (status == simulator::kOk) {

@@ -131,16 +131,14 @@ StateFileError::StateFileError(const std::filesystem::path& path, const std::str
     : std::runtime_error(errorLine(path, text)), status_(status) {}
 
 StateFile::StateFile(const std::filesystem::path& path) : path_(linkFollowed(path)) {
-  switch (lock_.lock(withEnding(path_, ".lock"))) {
-    case FileLock::Result::kLocked:
-      return;
-    case FileLock::Result::kInUse:
-      throw StateFileError(path_, "another program has the simulated device; end it, or name another state file",
-                           kStateInUse);
-    case FileLock::Result::kFailed:
-      break;
+  const FileLock::Result result = lock_.lock(withEnding(path_, ".lock"));
+  if (result == FileLock::Result::kInUse) {
+    throw StateFileError(path_, "another program has the simulated device; end it, or name another state file",
+                         kStateInUse);
   }
-  throw StateFileError(path_, "cannot be made; name a state file in a folder that can be written", kBadState);
+  if (result == FileLock::Result::kFailed) {
+    throw StateFileError(path_, "cannot be made; name a state file in a folder that can be written", kBadState);
+  }
 }
 
 std::vector<StateRecord> StateFile::read() const {

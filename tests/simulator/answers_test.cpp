@@ -55,7 +55,7 @@ const Read kReads[] = {
 };
 
 struct alignas(8) Memory {
-  std::array<std::uint8_t, kMemory> bytes;
+  std::array<std::uint8_t, kMemory> bytes{};
   Memory() { bytes.fill(0xA5); }
   /// How many bytes at the beginning have this value, with nothing else behind.
   std::size_t filledWith(std::uint8_t value) const {
@@ -204,6 +204,36 @@ class AnswersTest : public QObject {
     QCOMPARE(simulator::journal().size(), std::size_t{200'000});
     QCOMPARE(simulator::journal().back().operation, std::string("initialize"));
     simulator::clearJournal();
+  }
+
+  void theStatusCodesAreTheDocuments() {
+    using namespace simulator;
+    const std::vector<std::int32_t> codes{kOk,         kNotInitialized,  kWrongOrder,     kNoSuchDevice, kNoPort,
+                                          kDeviceGone, kInvalidArgument, kBufferTooSmall, kNoAnswer,     kBadFile,
+                                          kNoFirmware, kBurnRunning,     kBadScenario,    kNoSink,       kFlashFault,
+                                          kStateInUse, kBadState};
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+      QCOMPARE(codes[i], -static_cast<std::int32_t>(i));
+    }
+    QCOMPARE(kInjected, -100);
+  }
+
+  // An answer of success, once, at the first call.
+  void aFaultThatSaysNothingElse() {
+    simulator::addFault({.operation = "AT_Input_Source_Switch"});
+    const std::uint8_t dp = 1;
+    std::uint8_t source = 9;
+    QCOMPARE(AT_Input_Source_Switch(&dp), 0);
+    QCOMPARE(AT_Get_Current_Input_Source(&source), 0);
+    QCOMPARE(source, std::uint8_t{0});
+    QCOMPARE(AT_Input_Source_Switch(&dp), 0);
+    QCOMPARE(AT_Get_Current_Input_Source(&source), 0);
+    QCOMPARE(source, std::uint8_t{1});
+    // Without a delay, the plug stays out.
+    simulator::addFault({.at = simulator::FaultPoint::kCall, .first = 8, .what = simulator::FaultEffect::kUnplug});
+    QCOMPARE(AT_Get_Current_Input_Source(&source), simulator::kDeviceGone);
+    simulator::advanceTime(std::chrono::hours(1));
+    QCOMPARE(AT_Get_Current_Input_Source(&source), simulator::kDeviceGone);
   }
 
   void writesTakeTheirTime() {

@@ -17,6 +17,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr quint64 kPage = 1024;
+constexpr quint64 kLargestImage = 16 * kPage * kPage;
 const QByteArray kMagic = "Pellavox simulated device 1\n";
 
 /// Parts of the state as the file numbers them.
@@ -254,30 +256,30 @@ class StoredStateTest : public QObject {
     };
     row("last state of the MCU", mcu(4, 0, 0), true);
     row("no state of the MCU", mcu(5, 0, 0), false);
-    row("last page", mcu(0, 107 * 1024, 0), true);
-    row("no such page", mcu(0, 108 * 1024, 0), false);
+    row("last page", mcu(0, 107 * kPage, 0), true);
+    row("no such page", mcu(0, 108 * kPage, 0), false);
     row("amid a page", mcu(0, 1023, 0), false);
     row("largest block", mcu(2, 1024, 1024), true);
     row("block too large", mcu(2, 1024, 1025), false);
-    row("whole piece", record(kMcuFlash, piece(107 * 1024, 1024, QByteArray(1024, 'a'))), true);
-    row("filled piece", record(kMcuFlash, piece(107 * 1024, 1024, "a")), true);
-    row("piece of two bytes", record(kMcuFlash, piece(108 * 1024 - 2, 2, "ab")), true);
-    row("last byte", record(kMcuFlash, piece(108 * 1024 - 1, 1, "a")), true);
+    row("whole piece", record(kMcuFlash, piece(107 * kPage, 1024, QByteArray(1024, 'a'))), true);
+    row("filled piece", record(kMcuFlash, piece(107 * kPage, 1024, "a")), true);
+    row("piece of two bytes", record(kMcuFlash, piece(108 * kPage - 2, 2, "ab")), true);
+    row("last byte", record(kMcuFlash, piece(108 * kPage - 1, 1, "a")), true);
     row("empty piece", record(kMcuFlash, piece(0, 0, "a")), false);
     row("piece without bytes", record(kMcuFlash, piece(0, 1, "")), false);
     row("piece too large", record(kMcuFlash, piece(0, 1025, "a")), false);
     row("piece with more", record(kMcuFlash, piece(0, 2, "abc")), false);
     row("piece cut", record(kMcuFlash, piece(0, 3, "ab")), false);
     row("byte with more", record(kMcuFlash, piece(0, 1, "ab")), false);
-    row("piece over the end", record(kMcuFlash, piece(108 * 1024 - 1, 2, "a")), false);
-    row("piece at the end", record(kMcuFlash, piece(108 * 1024, 1, "a")), false);
-    row("piece beyond the end", record(kMcuFlash, piece(108 * 1024 + 1, 1, "a")), false);
+    row("piece over the end", record(kMcuFlash, piece(108 * kPage - 1, 2, "a")), false);
+    row("piece at the end", record(kMcuFlash, piece(108 * kPage, 1, "a")), false);
+    row("piece beyond the end", record(kMcuFlash, piece(108 * kPage + 1, 1, "a")), false);
     const auto chip = [](int version, quint64 size) {
       return record(kCaptureChip, "\1" + textBlock(QByteArray(version, 'V')) + number(size, 4));
     };
-    row("longest version and largest image", chip(127, 16 * 1024 * 1024), true);
+    row("longest version and largest image", chip(127, kLargestImage), true);
     row("version too long", chip(128, 0), false);
-    row("image too large", chip(1, 16 * 1024 * 1024 + 1), false);
+    row("image too large", chip(1, kLargestImage + 1), false);
     row("piece of the capture flash", chip(1, 65536) + record(kCaptureFlash, piece(65535, 1, "a")), true);
     row("piece of an empty capture flash", chip(1, 0) + record(kCaptureFlash, piece(0, 1, "a")), false);
     row("last byte of the board's EEPROM", record(kBoardEeprom, piece(255, 1, "a")), true);
