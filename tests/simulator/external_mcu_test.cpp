@@ -159,6 +159,28 @@ class ExternalMcuTest : public QObject {
     QCOMPARE(read(0x0D, 0x02), int{'a'});
   }
 
+  // The first transfer after the silence may be a write, and a write breaks the silence.
+  void aWriteIsATransferToo() {
+    const auto upgrade = [] {
+      openBootLoader();
+      QVERIFY(taken(packet(0xA1)));
+      QVERIFY(blockTaken(kFirst, 'a'));
+      QVERIFY(taken(packet(0xA4)));
+    };
+    upgrade();
+    simulator::advanceTime(999ms);
+    QVERIFY(write(0x43, QByteArray("\x01\x00", 2)));
+    simulator::advanceTime(999ms);
+    QVERIFY(!simulator::mcuRunsApplication());
+    upgrade();
+    simulator::advanceTime(1s);
+    QVERIFY(write(0x0D, QByteArray("\x08\x01", 2)));
+    QVERIFY(!simulator::mcuRunsApplication());
+    QCOMPARE(read(0x0D, 0x00), -1);
+    simulator::advanceTime(300ms);
+    QCOMPARE(read(0x43, 0x00), 0x32);
+  }
+
   void aWrongPacketIsRefused_data() {
     QTest::addColumn<QByteArray>("bytes");
     const QByteArray good = packet(0xA3, "data");
