@@ -88,7 +88,7 @@ class DetailedTimingTest : public QObject {
       const auto timing = edid::readDetailedTiming(bytes);
       QVERIFY(timing);
       QCOMPARE(timing->pixelClockKhz, bit < 16 ? 10 * (1U | 1U << bit) : 10U);
-      QCOMPARE(timing->interlaced, bit == 17 * 8 + 7);
+      QCOMPARE(timing->interlaced, bit / 8 == 17 && bit % 8 == 7);
       for (const Field& field : descriptorFields()) {
         std::uint32_t expected = 0;
         for (std::size_t i = 0; i < field.bits.size(); ++i) {
@@ -100,12 +100,12 @@ class DetailedTimingTest : public QObject {
   }
 
   void everyBitOfADisplayIdTimingCountsInItsNumber() {
-    for (std::size_t bit = 0; bit < 20 * 8; ++bit) {
+    for (std::size_t bit = 0; bit / 8 < 20; ++bit) {
       std::array<std::uint8_t, 20> bytes{};
       bytes[bit / 8] = static_cast<std::uint8_t>(1U << bit % 8);
       const auto timing = edid::readDisplayIdTiming(bytes, 1);
       QVERIFY(timing);
-      QCOMPARE(timing->interlaced, bit == 3 * 8 + 4);
+      QCOMPARE(timing->interlaced, bit / 8 == 3 && bit % 8 == 4);
       for (const Field& field : displayIdFields()) {
         std::uint32_t expected = 1;
         for (std::size_t i = 0; i < field.bits.size(); ++i) {

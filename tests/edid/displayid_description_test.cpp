@@ -89,6 +89,17 @@ class DisplayIdDescriptionTest : public QObject {
     QCOMPARE(description.speakers, std::vector<std::string>{"FL/FR"});
   }
 
+  void onlyABlockOfZerosEndsTheSection() {
+    const auto speakersBehind = [](unsigned tag, unsigned revision, std::initializer_list<unsigned> bytes) {
+      return describedSection(DisplayIdBuilder(0x13, 3).data(tag, revision, bytes).data(0x81, 0, {0x83, 0x01, 0, 0}))
+          .speakers;
+    };
+    QVERIFY(speakersBehind(0, 0, {}).empty());
+    for (const auto& speakers : {speakersBehind(1, 0, {}), speakersBehind(0, 1, {}), speakersBehind(0, 0, {0})}) {
+      QCOMPARE(speakers, std::vector<std::string>{"FL/FR"});
+    }
+  }
+
   void otherDataBlocksSayNothing() {
     QVERIFY(withCtaBlocks({}).speakers.empty());
     const Description description = describedSection(DisplayIdBuilder(0x13, 3).data(0x7E, 0, {0x81, 0x01}));
