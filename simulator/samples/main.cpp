@@ -26,15 +26,14 @@ int makeSamples(const char* name, const std::vector<samples::Sample>& files) {
 /// Exit code 0 when all sample files were written, 1 when one was not, 2 for
 /// wrong arguments.
 int main(int argc, char* argv[]) {
-  constexpr char kUsage[] = "usage: pellavox-samples DIRECTORY";
+  constexpr char kUsage[] = "usage: pellavox-samples [--station] DIRECTORY";
   if (argc == 3 && std::string_view(argv[1]) == "--station") {
     return makeSamples(argv[2], samples::station());
   }
   const std::string_view argument = argc == 2 ? argv[1] : "";
   if (argument == "--help" || argument == "-h") {
     std::printf(
-        "%s\n"
-        "       pellavox-samples --station DIRECTORY\n\n"
+        "%s\n\n"
         "Writes files to try the firmware, key and EDID buttons with into DIRECTORY;\n"
         "with --station, the job of a production line with its files.\n"
         "They are for the simulated device only: never load them into a real one.\n\n",
@@ -44,7 +43,7 @@ int main(int argc, char* argv[]) {
     }
     return 0;
   }
-  if (argument.empty()) {
+  if (argument.empty() || argument == "--station") {
     std::fprintf(stderr, "%s\n", kUsage);
     return 2;
   }

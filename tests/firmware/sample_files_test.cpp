@@ -109,7 +109,7 @@ class SampleFilesTest : public QObject {
     for (const char* option : {"--help", "-h"}) {
       const ProgramRun run = makeSamples({option});
       QCOMPARE(run.exitCode, 0);
-      QVERIFY(run.output.startsWith("usage: pellavox-samples DIRECTORY"));
+      QVERIFY(run.output.startsWith("usage: pellavox-samples [--station] DIRECTORY"));
       QVERIFY(run.output.contains("edid-1080p.bin"));
       QCOMPARE(run.errors, "");
     }
@@ -119,7 +119,7 @@ class SampleFilesTest : public QObject {
       QCOMPARE(run.exitCode, 2);
       QCOMPARE(run.output, "");
       QCOMPARE(run.errors.count('\n'), 1);
-      QVERIFY(run.errors.contains("usage: pellavox-samples DIRECTORY"));
+      QVERIFY(run.errors.contains("usage: pellavox-samples [--station] DIRECTORY"));
     }
     QCOMPARE(here.entryList(QDir::AllEntries | QDir::Hidden), before);
   }
