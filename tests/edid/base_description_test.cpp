@@ -1,6 +1,7 @@
 #include "edid/edid_description.h"
 #include "tests/edid/sample_timings.h"
 
+#include <QMap>
 #include <QTest>
 
 using edid::Description;
@@ -202,6 +203,28 @@ class BaseDescriptionTest : public QObject {
     QCOMPARE(QByteArray::fromStdString(description.serialText), read);
     QCOMPARE(description.texts.size(), std::size_t{1});
     QCOMPARE(QByteArray::fromStdString(description.texts[0]), read);
+  }
+
+  void aDescriptorSaysOneThingOnly() {
+    // Bits that every kind of descriptor would take for its own.
+    const std::initializer_list<unsigned> bytes{0x0A, 0x21, 0x41, 0x42, 0x43, 0x08, 0x44,
+                                                0x45, 0x08, 0x46, 0x0A, 0x20, 0x20, 0x20};
+    const auto told = [&](unsigned tag) {
+      const Description description = described(builderOf().timing(edid_test::k1080p60).descriptor(tag, bytes).table());
+      QStringList words;
+      words << (description.name.empty() ? "" : "name") << (description.serialText.empty() ? "" : "serial")
+            << (description.texts.empty() ? "" : "text") << (description.range ? "range" : "")
+            << (modesOf(description, ModeSource::kStandard).isEmpty() ? "" : "standard")
+            << (modesOf(description, ModeSource::kCvt).isEmpty() ? "" : "CVT")
+            << (modesOf(description, ModeSource::kEstablished).isEmpty() ? "" : "established");
+      words.removeAll("");
+      return words.join(' ');
+    };
+    const QMap<unsigned, QString> kinds{{0xF7, "established"}, {0xF8, "CVT"},  {0xFA, "standard"}, {0xFC, "name"},
+                                        {0xFD, "range"},       {0xFE, "text"}, {0xFF, "serial"}};
+    for (unsigned tag = 0; tag < 256; ++tag) {
+      QVERIFY2(told(tag) == kinds.value(tag), qPrintable(QStringLiteral("%1: %2").arg(tag).arg(told(tag))));
+    }
   }
 
   void rangesAreRaisedByTheirBits_data() {
