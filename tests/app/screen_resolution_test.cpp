@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QImage>
+#include <QMap>
 #include <QTest>
 
 #include <map>
@@ -41,11 +42,17 @@ class VirtualScreen {
   QString name_;
 };
 
-/// What the program prints when a script drives its window on a screen.
-QByteArray runOn(const VirtualScreen& screen, const QString& script) {
+using Variables = QMap<QString, QString>;
+
+/// What the program prints when a script drives its window on a screen, with no other
+/// variables of Qt's scaling than these.
+QByteArray runOn(const VirtualScreen& screen, const QString& script, const Variables& scaling = {}) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   for (const char* const variable : {"QT_FONT_DPI", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"}) {
     environment.remove(variable);
+  }
+  for (auto it = scaling.begin(); it != scaling.end(); ++it) {
+    environment.insert(it.key(), it.value());
   }
   environment.insert("QT_QPA_PLATFORM", "xcb");
   environment.insert("DISPLAY", screen.name());
@@ -67,6 +74,15 @@ QImage pictureAt(int dpi) {
     pictures[dpi] = QImage(file).convertToFormat(QImage::Format_RGB32);
   }
   return pictures[dpi];
+}
+
+/// A picture of the window on a screen of 109 dpi, with these variables set.
+QImage pictureWith(const Variables& scaling) {
+  const VirtualScreen screen(109);
+  const QString file = QStringLiteral(PICTURES "/scaled.png");
+  QFile::remove(file);
+  runOn(screen, "picture " + file + ";close", scaling);
+  return QImage(file).convertToFormat(QImage::Format_RGB32);
 }
 
 /// How much darker than the page the darkest pixel within two pixels of a place is.
@@ -149,6 +165,15 @@ class ScreenResolutionTest : public QObject {
   void aResolutionInBetweenLooksLikeItsQuarter() {
     QVERIFY(pictureAt(100) == pictureAt(96));
     QVERIFY(pictureAt(109) == pictureAt(120));
+  }
+
+  // Whoever sets one of Qt's variables means it: the resolution stays as it is.
+  void nothingIsRoundedForAUserWithAScaleOfHisOwn() {
+    QCOMPARE(pictureWith({{"QT_FONT_DPI", "109"}}).width(), qRound(668 * 109 / 96.0));
+    const QImage scaled = pictureWith({{"QT_SCALE_FACTOR", "1.5"}});
+    QVERIFY(!scaled.isNull());
+    QVERIFY(scaled == pictureWith({{"QT_SCALE_FACTOR", "1.5"}, {"QT_FONT_DPI", "109"}}));
+    QVERIFY(scaled != pictureWith({{"QT_SCALE_FACTOR", "1.5"}, {"QT_FONT_DPI", "120"}}));
   }
 
   void theWindowIsPaintedWithoutOpenGl() {
