@@ -62,7 +62,11 @@ class MountedDisk {
   QString problem() const { return problem_; }
 
   bool setReadOnly(bool readOnly) {
-    return mount("none", folder_.constData(), nullptr, MS_REMOUNT | (readOnly ? MS_RDONLY : 0), nullptr) == 0;
+    unsigned long flags = MS_REMOUNT;
+    if (readOnly) {
+      flags |= MS_RDONLY;
+    }
+    return mount("none", folder_.constData(), nullptr, flags, nullptr) == 0;
   }
 
   /// Fills the disk until this many bytes are free, in blocks of 4 KiB.
