@@ -62,7 +62,7 @@ class LivelyLibraryTest : public QObject {
     const TestFiles files;
     const QString image = files.write("image.img", "KVR-7");
     const ProgramRun ended = run("click BN_Connect;wait 20;click BN_Browse_Cap_QX;open " + image +
-                                 ";wait 20;click BN_Apply_CapMCU_QX;wait 700;print LB_Message;close");
+                                 ";wait 20;click BN_Apply_CapMCU_QX;until LB_Message 42%;print LB_Message;close");
     QVERIFY2(ended.ended && ended.exitCode == 0 && ended.isQuiet(), ended.errors);
     // The burn returned long ago, but its callbacks continue.
     QCOMPARE(ended.output, QByteArray("LB_Message=42%\n"));

@@ -52,6 +52,7 @@ unsigned callsUnderWay() {
 //                      the window is painted on
 //   picture PATH       saves a screenshot of the window once the screen shows it
 //   wait MS            waits
+//   until NAME TEXT    waits until a label shows the text
 //   close              closes the window
 //   closeafter MS      continues at once, and closes the window after that time,
 //                      whatever the GUI thread is doing. Prints
@@ -96,6 +97,10 @@ class Probe : public QObject {
     }
     const QStringList step = steps_.first().split(' ', Qt::SkipEmptyParts);
     if (step.value(0) == "open" && qobject_cast<QFileDialog*>(QApplication::activeModalWidget()) == nullptr) {
+      QTimer::singleShot(1, this, &Probe::next);
+      return;
+    }
+    if (step.value(0) == "until" && main->findChild<QLabel*>(step.value(1))->text() != step.mid(2).join(' ')) {
       QTimer::singleShot(1, this, &Probe::next);
       return;
     }
@@ -161,7 +166,7 @@ class Probe : public QObject {
         // Connected by name: the thread sanitizer does not see Qt's reference count of a function object.
         QMetaObject::invokeMethod(this, "close", Qt::QueuedConnection);
       });
-    } else if (verb != "wait") {
+    } else if (verb != "wait" && verb != "until") {
       qFatal("probe: unknown step %s", qPrintable(verb));
     }
   }
