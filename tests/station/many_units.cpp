@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <set>
+#include <tuple>
 
 namespace {
 
@@ -41,18 +42,18 @@ nanoseconds deviceTime(ShiftBench& bench) {
   setDevice(0, 0, 0x5C19, 0x6B03);
   openPort();
   const auto pause = [](std::chrono::milliseconds time) { simulator::advanceTime(time); };
-  firmware::setSerialNumber("LN000001");
+  std::ignore = firmware::setSerialNumber("LN000001");
   firmware::upgradeExtMcu(spanOf(bench.mcuImage), true, pause, [](const auto&) {});
   // The boot loader waits before it starts new firmware.
   while (!session::readMcuVersion()) {
     simulator::advanceTime(std::chrono::milliseconds(1));
   }
-  firmware::burnCapture(bench.cli.path("capture.img"), [](float) {});
-  firmware::burnKey(bench.cli.path("keys/key-00001.bin"));
-  edid::writeFlashTable(2, spanOf(bench.table));
-  edid::setMode(3);
-  edid::setDefaultSlot(2);
-  firmware::reboot();
+  std::ignore = firmware::burnCapture(bench.cli.path("capture.img"), [](float) {});
+  std::ignore = firmware::burnKey(bench.cli.path("keys/key-00001.bin"));
+  std::ignore = edid::writeFlashTable(2, spanOf(bench.table));
+  std::ignore = edid::setMode(3);
+  std::ignore = edid::setDefaultSlot(2);
+  std::ignore = firmware::reboot();
   while (!edid::readMode()) {
     simulator::advanceTime(std::chrono::milliseconds(1));
   }

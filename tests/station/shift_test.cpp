@@ -215,8 +215,7 @@ void ShiftTest::aUnitStoppedAnywhereIsRecordedAndRunsAgain() {
   bench.makeKeys(60);
   int aborted = 0;
   bool isCut = false;
-  int units = 0;
-  for (int moment = 1; moment == 1 || isCut; moment += kMomentsApart, ++units) {
+  for (int moment = 1; moment == 1 || isCut; moment += kMomentsApart) {
     bench.plugInUnits(1);
     isCut = runUntil(bench, moment, [] { cli::interruption::request(); });
     cli::interruption::request(false);
