@@ -159,6 +159,7 @@ class SimulatorDeviceTest : public QObject {
     QCOMPARE(setSerialNumber(""), simulator::kInvalidArgument);
     QCOMPARE(AT_USB_Set_SerialNum(&two, UINT_MAX), simulator::kInvalidArgument);
     QCOMPARE(AT_EDID_Flash_Set_table(0, &two, UINT_MAX), simulator::kInvalidArgument);
+    QCOMPARE(AT_EDID_Flash_Set_table(7, &two, 1), simulator::kInvalidArgument);
     Scratch s;
     for (const std::uint32_t size : {0U, 128U, 255U, 257U, 513U, UINT_MAX}) {
       QCOMPARE(AT_EDID_Flash_Get_table(0, s.buffer.data(), size), simulator::kInvalidArgument);
