@@ -342,6 +342,9 @@ class SimulatorFaultsTest : public QObject {
     QVERIFY(simulator::now() - start == 10ms);
     QVERIFY(simulator::journal().back().duration == 2500us);
     QVERIFY(simulator::journal().front().duration == 0ns);
+    QCOMPARE(closePort(), 0);
+    QCOMPARE(readSource(1), QVector<int>{simulator::kNoPort});
+    QVERIFY(simulator::journal().back().duration == 0ns);
   }
 
   void latencyTakesRealTime() {
