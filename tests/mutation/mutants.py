@@ -31,6 +31,7 @@ OPERATORS = [
     (r" \^ ", " | "), (r" \+= ", " -= "), (r"\btrue\b", "false"), (r"\bfalse\b", "true"),
     (r"\bcontinue;", ";"), (r"\bbreak;", ";"),
 ]
+WINDOWS = re.compile(r"#\s*if(def|\s+defined\()\s*\(?(_WIN32|Q_OS_WIN)\b")  # not built here
 NUMBER = re.compile(r"(?<![\w.'])(0x[0-9A-Fa-f']+|\d[\d']*)(?![\w.])")
 TEXT = re.compile(r'"((?:[^"\\]|\\.)+)"')
 STATEMENT = re.compile(r"^\s+(?!return\b|else\b|using\b|constexpr\b|const\b|auto\b|static_assert\b|assert\b|break\b|continue\b)"
@@ -66,10 +67,25 @@ def blank(line: str) -> str:
     return re.sub(r"//.*", lambda m: " " * len(m[0]), line)
 
 
+def without_windows(lines: list[str]) -> list[str]:
+    """The lines, those empty that only a compiler for Windows reads."""
+    kept = []
+    depth = 0  # of conditions inside the one for Windows; 0 = outside
+    for line in lines:
+        if depth == 0:
+            depth = 1 if WINDOWS.match(line) else 0
+            kept.append(line)
+            continue
+        depth += line.startswith("#if")
+        depth -= line.startswith("#endif") or (depth == 1 and line.startswith("#el"))
+        kept.append("")
+    return kept
+
+
 def mutants_of(file: str, text: str) -> list[Mutant]:
     found = []
     balance = 0
-    for number, line in enumerate(text.split("\n"), 1):
+    for number, line in enumerate(without_windows(text.split("\n")), 1):
         code = blank(line)
         whole = balance == 0  # not the rest of a longer statement
         balance += code.count("(") - code.count(")")
