@@ -238,7 +238,7 @@ class AnswersTest : public QObject {
 
   void writesTakeTheirTime() {
     const BurnFile file;
-    const std::vector<std::uint8_t> table(512);
+    const std::vector<std::uint8_t> table(513);
     simulator::clearJournal();
     QCOMPARE(AT_EDID_Flash_Set_table(0, table.data(), 512), 0);
     QCOMPARE(AT_EDID_Flash_Set_table(0, table.data(), 1), 0);
