@@ -67,7 +67,7 @@ QStringList verbsOf(const QByteArray& help) {
     if (isListed && line.size() > 2 && line[2] != ' ') {
       verbs.append(QString::fromUtf8(line.trimmed()).section(' ', 0, 0));
     }
-    isListed = isListed || line.startsWith("Subcommands:");
+    isListed = isListed || line.toUpper().startsWith("SUBCOMMANDS:");
   }
   return verbs;
 }
