@@ -9,6 +9,7 @@ prepare() {
   packaging/linux/setup "${jobs[@]}"
   packaging/linux/build "$1" "$2"
   export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=$PWD/build/$1/tests/config/$2
+  export ASAN_OPTIONS=intercept_tls_get_addr=0  # as in tests/CMakeLists.txt
   export LSAN_OPTIONS=suppressions=$PWD/tests/sanitizers/lsan.supp:print_suppressions=0
   export TSAN_OPTIONS=suppressions=$PWD/tests/sanitizers/tsan.supp
 }
