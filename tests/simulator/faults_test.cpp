@@ -197,7 +197,7 @@ class SimulatorFaultsTest : public QObject {
     QVERIFY(statuses("2") != seen);
   }
 
-  void aFaultAtAStepOfABurnOrAPacketPullsThePlug() {
+  void aFaultAtAStepOfABurnAPacketOrATransferPullsThePlug() {
     const BurnFile file;
     load(R"({"faults": [{"at": "captureFlash", "first": 2, "what": "unplug", "delayMs": 10}]})");
     openDefaultDevice();
@@ -211,6 +211,9 @@ class SimulatorFaultsTest : public QObject {
     const std::uint8_t setBoot[] = {0x01, 0x01};
     AT_System_Send_ExternalMCU_cmd(3, 0x43, 2, setBoot);
     QCOMPARE(readSource(1), QVector<int>{simulator::kDeviceGone});
+    load(R"({"faults": [{"at": "transfer", "first": 2, "what": "unplug"}]})");
+    openDefaultDevice();
+    QCOMPARE(readSource(3), (QVector<int>{0, 0, simulator::kDeviceGone}));
   }
 
   void unitsArePluggedInOneAfterTheOther() {
