@@ -204,9 +204,9 @@ class CtaDescriptionTest : public QObject {
     // 3D, five codes of which 0 and 5 have no mode.
     const unsigned count = 5U << 5;
     const Description description =
-        latencies == 0   ? withData(kVendor, {3, 12, 0, 0, 0, 0, 0, flags, 0x80, count, 1, 0, 4, 5, 3, 2})
-        : latencies == 2 ? withData(kVendor, {3, 12, 0, 0, 0, 0, 0, flags, 9, 9, 0x80, count, 1, 0, 4, 5, 3, 2})
-                         : withData(kVendor, {3, 12, 0, 0, 0, 0, 0, flags, 9, 9, 9, 9, 0x80, count, 1, 0, 4, 5, 3, 2});
+        latencies == 0   ? withData(kVendor, {3, 12, 0, 0, 0, 0, 2, flags, 0x80, count, 1, 0, 4, 5, 3, 2})
+        : latencies == 2 ? withData(kVendor, {3, 12, 0, 0, 0, 0, 2, flags, 2, 2, 0x80, count, 1, 0, 4, 5, 3, 2})
+                         : withData(kVendor, {3, 12, 0, 0, 0, 0, 2, flags, 2, 2, 2, 2, 0x80, count, 1, 0, 4, 5, 3, 2});
     QStringList codes;
     for (const Mode& mode : description.modes) {
       if (mode.source == edid::ModeSource::kHdmi) {

@@ -150,6 +150,14 @@ class DetailedTimingTest : public QObject {
     QCOMPARE(timing.height(), interlaced ? 2160U : 1080U);
   }
 
+  void aNewTimingIsAllZeros() {
+    const DetailedTiming timing;
+    for (const Field& field : displayIdFields()) {
+      QVERIFY2(timing.*field.number == 0, field.name);
+    }
+    QVERIFY(timing.widthMm == 0 && timing.heightMm == 0 && !timing.interlaced);
+  }
+
   void aTimingWithoutPixelsHasNoRate() {
     DetailedTiming timing;
     timing.pixelClockKhz = 10'000;

@@ -148,6 +148,34 @@ class DisplayIdDescriptionTest : public QObject {
     QCOMPARE(QByteArray::fromStdString(textOf(mode)), text);
   }
 
+  void whatIsNotToldIsEmptyOr0() {
+    const Description none;
+    QVERIFY(none.product == 0 && none.serialNumber == 0 && none.week == 0 && none.year == 0 && !none.isModelYear);
+    QVERIFY(none.version == 0 && none.revision == 0 && !none.digital && none.bitsPerColor == 0);
+    QVERIFY(none.widthMm == 0 && none.heightMm == 0 && !none.srgb && !none.continuousFrequency);
+    QVERIFY(!none.hasCta && none.ctaRevision == 0 && !none.underscan && !none.basicAudio);
+    QVERIFY(!none.ycbcr444 && !none.ycbcr422 && none.extensionCount == 0);
+    const Mode mode;
+    QVERIFY(mode.width == 0 && mode.height == 0 && mode.refreshMilliHz == 0 && mode.pixelClockKhz == 0);
+    QVERIFY(mode.code == 0 && !mode.interlaced && !mode.preferred && !mode.native && !mode.only420 && !mode.also420);
+    const edid::RangeLimits range;
+    QVERIFY(range.minVerticalHz == 0 && range.maxVerticalHz == 0 && range.minHorizontalKhz == 0);
+    QVERIFY(range.maxHorizontalKhz == 0 && range.maxPixelClockMhz == 0);
+    const edid::AudioFormat audio;
+    QVERIFY(audio.channels == 0 && audio.maxKbps == 0);
+    const edid::HdmiBlock hdmi;
+    QVERIFY(hdmi.maxTmdsClockMhz == 0 && !hdmi.dualLinkDvi && !hdmi.acceptsAi && !hdmi.threeD);
+    const edid::HdmiForumBlock forum;
+    QVERIFY(forum.version == 0 && forum.maxTmdsRateMhz == 0 && forum.minVrrHz == 0 && forum.maxVrrHz == 0);
+    QVERIFY(!forum.scdc && !forum.scramblingBelow340 && !forum.autoLowLatency);
+    const edid::VideoCapability capability;
+    QVERIFY(!capability.selectableRgbRange && !capability.selectableYccRange);
+    const edid::VendorBlock vendor;
+    QVERIFY(!vendor.video && vendor.bytes == 0);
+    const edid::BlockInfo block;
+    QVERIFY(block.tag == 0 && block.checksum == 0 && !block.checksumRight);
+  }
+
   void thePreferredModeIsTheFirstOfThem() {
     Description description;
     QVERIFY(description.preferredMode() == nullptr);

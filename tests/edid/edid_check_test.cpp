@@ -302,6 +302,21 @@ class EdidCheckTest : public QObject {
     }
   }
 
+  void aClockWithALowByteOf0IsATiming() {
+    edid_test::Timing timing = edid_test::k720p60;  // its width has a low byte of 0, too
+    timing.clockKhz = 163'840;
+    edid_test::EdidBuilder builder("ORV", 1, 3, 0x80, 0x0A);
+    QVERIFY(accepted(builder.timing(timing).extension(edid_test::CtaBuilder(1).block()).table()));
+  }
+
+  void theBaseBlockIsNeverRepairedAsADisplayIdSection() {
+    Table table = sample("5:4 monitor, DVI");
+    table[0] = 0x70;
+    const auto changes = edid::fixChecksums(table);
+    QCOMPARE(changes.size(), std::size_t{1});
+    QCOMPARE(changes[0].offset, std::size_t{127});
+  }
+
   void aMapIsMissedUpTo13Only() {
     for (const unsigned revision : {3U, 4U}) {
       const Table cta = edid_test::CtaBuilder(0).block();
