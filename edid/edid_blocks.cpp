@@ -116,7 +116,7 @@ DisplayIdSection readDisplayIdSection(Bytes block) {
       section.overrunningAt = at;
       break;
     }
-    section.dataBlocks.push_back({block[at], block[at + 1], block.subspan(at + kDataHeader, length)});
+    section.dataBlocks.push_back({block[at], block.subspan(at + kDataHeader, length)});
     at += kDataHeader + length;
   }
   return section;

@@ -67,7 +67,6 @@ CtaExtension readCtaExtension(Bytes block);
 /// One data block of a DisplayID extension.
 struct DisplayIdDataBlock {
   std::uint8_t tag = 0;
-  std::uint8_t revision = 0;  ///< with flags in its upper bits
   Bytes payload;
 };
 
