@@ -1,4 +1,5 @@
 #include "edid/edid_description.h"
+#include "tests/edid/described_modes.h"
 #include "tests/edid/sample_timings.h"
 
 #include <QMap>
@@ -25,16 +26,6 @@ Description withBytes(unsigned revision, std::size_t at, std::initializer_list<u
     table.at(at++) = static_cast<std::uint8_t>(byte);
   }
   return described(table);
-}
-
-QStringList modesOf(const Description& description, ModeSource source) {
-  QStringList list;
-  for (const Mode& mode : description.modes) {
-    if (mode.source == source) {
-      list << QString::fromStdString(textOf(mode));
-    }
-  }
-  return list;
 }
 
 /// The standard timing with these two bytes; empty when they name none.

@@ -1,5 +1,6 @@
 #include "edid/edid_description.h"
 
+#include "tests/edid/described_modes.h"
 #include "tests/edid/sample_displays.h"
 #include "tests/edid/sample_timings.h"
 
@@ -28,16 +29,6 @@ QStringList listOf(const std::vector<std::string>& texts) {
   QStringList list;
   for (const std::string& text : texts) {
     list << QString::fromStdString(text);
-  }
-  return list;
-}
-
-QStringList modesOf(const Description& description, ModeSource source) {
-  QStringList list;
-  for (const Mode& mode : description.modes) {
-    if (mode.source == source) {
-      list << QString::fromStdString(textOf(mode));
-    }
   }
   return list;
 }

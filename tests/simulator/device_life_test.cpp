@@ -1,7 +1,6 @@
-#include "simulator/control/control.h"
 #include "simulator/device/status.h"
 #include "tests/simulator/i2c_calls.h"
-#include "tests/simulator/operation_table.h"
+#include "tests/simulator/opened_device.h"
 #include "tests/support/test_files.h"
 
 #include <atomic>
@@ -11,19 +10,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-void open(const char* scenario = "{}") {
-  QCOMPARE(QString::fromStdString(simulator::loadScenario(scenario)), QString());
-  simulator::useVirtualTime();
-  openDefaultDevice();
-}
-
-template <typename Read>
-int byteOf(Read read) {
-  std::uint8_t byte = 0xA5;
-  const std::int32_t status = read(&byte);
-  return status == 0 ? int{byte} : status;
-}
 
 int gainOf(std::int32_t (*read)(std::int16_t*)) {
   std::int16_t gain = 0;
@@ -121,7 +107,7 @@ class DeviceLifeTest : public QObject {
   void init() { progress().clear(); }
 
   void aRestoreResetsTheSettings() {
-    open();
+    openDevice();
     compareSettings(false);
     change();
     compareSettings(true);
@@ -131,7 +117,7 @@ class DeviceLifeTest : public QObject {
   }
 
   void aRestartResetsHotPlugAndPinsOnly() {
-    open();
+    openDevice();
     change();
     QCOMPARE(AT_Set_System_Reboot(), 0);
     simulator::advanceTime(1500ms);
@@ -145,7 +131,7 @@ class DeviceLifeTest : public QObject {
   }
 
   void aRestartTakesItsTimeAtTheSpeedFactor() {
-    open(R"({"speedFactor": 3})");
+    openDevice(R"({"speedFactor": 3})");
     QCOMPARE(AT_Set_System_Reboot(), 0);
     simulator::advanceTime(500ms - 1ns);
     QCOMPARE(byteOf(AT_Get_Current_Input_Source), simulator::kDeviceGone);
@@ -180,7 +166,7 @@ class DeviceLifeTest : public QObject {
   }
 
   void aBurnReportsEachStepWithItsShareOfTheTime() {
-    open();
+    openDevice();
     QCOMPARE(burnToFlash(fileOf(QByteArray(8192, 'x')), [](float percent) { progress().push_back(percent); }), 0);
     const std::vector<double> expected{0, 8000.0 / 110, 9500.0 / 110, 100};
     QCOMPARE(progress().size(), expected.size());
@@ -198,7 +184,7 @@ class DeviceLifeTest : public QObject {
   }
 
   void anImageHasUpToSixteenMebibytes() {
-    open();
+    openDevice();
     QCOMPARE(burnToFlash(fileOf(QByteArray(1, 'x')), [](float) {}), 0);
     QCOMPARE(burnToFlash(fileOf(QByteArray(16 * 1024 * 1024, 'x')), [](float) {}), 0);
     QCOMPARE(simulator::captureFlash().size(), std::size_t{16} * 1024 * 1024);
@@ -225,22 +211,22 @@ class DeviceLifeTest : public QObject {
   void theVersionIsTheImagesFirstTextOfItsForm() {
     QFETCH(QByteArray, image);
     QFETCH(QByteArray, version);
-    open();
+    openDevice();
     QCOMPARE(burnToFlash(fileOf(image), [](float) {}), 0);
     QCOMPARE(captureVersion(), version);
   }
 
   void aBurnEndsWithItsUnit() {
-    open(R"({"units": [{}, {}]})");
+    openDevice(R"({"units": [{}, {}]})");
     QCOMPARE(burnToFlash(fileOf(QByteArray(8192, 'x')), [](float) { simulator::plugNextUnit(); }),
              simulator::kDeviceGone);
-    open(R"({"units": [{}, {}, {}]})");
+    openDevice(R"({"units": [{}, {}, {}]})");
     simulator::reset();
     QVERIFY(!simulator::plugNextUnit());
   }
 
   void aReplugEndsABurn() {
-    open();
+    openDevice();
     QCOMPARE(burnToFlash(fileOf(QByteArray(8192, 'x')),
                          [](float) {
                            simulator::unplug();
@@ -271,7 +257,7 @@ class DeviceLifeTest : public QObject {
     static std::atomic<int> reports;
     const QByteArray path = fileOf("x");
     for (const bool byReset : {false, true}) {
-      open();
+      openDevice();
       reports = 0;
       simulator::holdBurns(1);
       std::thread burning([&path] { burnToFlash(path, [](float) { ++reports; }); });
@@ -294,7 +280,7 @@ class DeviceLifeTest : public QObject {
   void callsUnderWayAreCounted() {
     static std::vector<unsigned> seen;
     seen.clear();
-    open();
+    openDevice();
     QCOMPARE(burnToFlash(fileOf("x"), [](float) { seen.push_back(simulator::callsUnderWay()); }), 0);
     QVERIFY(seen == (std::vector<unsigned>{1, 1, 1}));
     QCOMPARE(simulator::callsUnderWay(), 0U);
@@ -302,9 +288,9 @@ class DeviceLifeTest : public QObject {
 
   void textsNeedRoomForThemselves() {
     const QByteArray name(126, 'n');
-    open(("{\"identity\": {\"captureVersion\": \"" + QByteArray(127, 'v') + "\", \"uvcName\": \"" + name +
-          "\", \"manufacturer\": \"" + name + "\", \"serialNumber\": \"12345\"}}")
-             .constData());
+    openDevice(("{\"identity\": {\"captureVersion\": \"" + QByteArray(127, 'v') + "\", \"uvcName\": \"" + name +
+                "\", \"manufacturer\": \"" + name + "\", \"serialNumber\": \"12345\"}}")
+                   .constData());
     QCOMPARE(captureVersion(), QByteArray(127, 'v'));
     Scratch s;
     QCOMPARE(AT_Get_UVC_Name(s.buffer.data(), 126, &s.length), simulator::kBufferTooSmall);
@@ -325,7 +311,7 @@ class DeviceLifeTest : public QObject {
   void theModeDecidesWhatTheSourceReads() {
     for (const bool isWritten : {false, true}) {
       for (const bool isSinkDescribed : {false, true}) {
-        open(isSinkDescribed ? R"({"edid": {"sink": "01 02 03"}})" : "{}");
+        openDevice(isSinkDescribed ? R"({"edid": {"sink": "01 02 03"}})" : "{}");
         if (isWritten) {
           const std::vector<std::uint8_t> bytes(300, 0x77);
           QCOMPARE(AT_EDID_Flash_Set_table(0, bytes.data(), 300), 0);

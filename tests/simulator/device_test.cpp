@@ -1,26 +1,12 @@
 #include "device/bytes.h"
-#include "simulator/control/control.h"
 #include "simulator/device/status.h"
-#include "tests/simulator/operation_table.h"
+#include "tests/simulator/opened_device.h"
 
 #include <climits>
 #include <numeric>
 #include <string>
 
 namespace {
-
-void open(const char* scenario = "{}") {
-  QCOMPARE(QString::fromStdString(simulator::loadScenario(scenario)), QString());
-  simulator::useVirtualTime();
-  openDefaultDevice();
-}
-
-/// The byte that a read returns; -1 if it fails.
-template <typename Read>
-int byteOf(Read read) {
-  std::uint8_t byte = 0xA5;
-  return read(&byte) == 0 ? byte : -1;
-}
 
 int width() {
   std::array<std::uint8_t, 128> timing{};
@@ -66,7 +52,7 @@ class SimulatorDeviceTest : public QObject {
 
  private slots:
   void theDefaultIdentity() {
-    open();
+    openDevice();
     QCOMPARE(captureVersion(), "V1.03.07");
     QCOMPARE(serialNumber(), "OV7A00001234");
     std::array<std::uint8_t, 100> text{};
@@ -81,7 +67,8 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void aTextThatDoesNotFitIsNotCut() {
-    open(R"({"identity": {"captureVersion": "12345", "uvcName": "12345", "manufacturer": "12345", "product": "12345",
+    openDevice(
+        R"({"identity": {"captureVersion": "12345", "uvcName": "12345", "manufacturer": "12345", "product": "12345",
              "serialNumber": "12345"}})");
     const Scratch untouched;
     Scratch s;
@@ -98,7 +85,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void nullPointersFail() {
-    open();
+    openDevice();
     std::uint8_t byte = 0;
     std::uint32_t length = 0;
     const BurnFile file;
@@ -142,7 +129,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void valuesOutOfRangeFailAndChangeNothing() {
-    open();
+    openDevice();
     const std::uint8_t two = 2;
     QCOMPARE(AT_Input_Source_Switch(&two), simulator::kInvalidArgument);
     QCOMPARE(AT_HdmiRX_Set_HPD(2), simulator::kInvalidArgument);
@@ -177,7 +164,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void theSourceDecidesWhatIsReported() {
-    open(R"({"inputs": {"hdmi": "720p60", "dp": "1440p144"}})");
+    openDevice(R"({"inputs": {"hdmi": "720p60", "dp": "1440p144"}})");
     QCOMPARE(hActive(), 1280);
     QCOMPARE(width(), 1280);
     QCOMPARE(hdcp(), std::pair(1, 1));
@@ -191,7 +178,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void hotPlugOffTakesTheHdmiSignalAwayOnly() {
-    open();
+    openDevice();
     QCOMPARE(AT_HdmiRX_Set_HPD(0), 0);
     QCOMPARE(hActive(), 0);
     QCOMPARE(width(), 0);
@@ -205,7 +192,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void txHdcpIsOffWhenSwitchedOff() {
-    open(R"({"signal": "2160p60-hdr10"})");
+    openDevice(R"({"signal": "2160p60-hdr10"})");
     QCOMPARE(hdcp(), std::pair(2, 2));
     QCOMPARE(AT_SetHDMI_HDCP_OnOff(0), 0);
     QCOMPARE(hdcp(), std::pair(2, 3));
@@ -214,7 +201,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void withoutASinkThereIsNoHotPlugNoHdcpAndNoEdid() {
-    open(R"({"sink": {"present": false}})");
+    openDevice(R"({"sink": {"present": false}})");
     std::int32_t status = 9;
     QCOMPARE(AT_HdmiTX_Get_HPD_Status(&status), 0);
     QCOMPARE(status, 0);
@@ -222,13 +209,13 @@ class SimulatorDeviceTest : public QObject {
     Scratch s;
     QCOMPARE(AT_EDID_Get_TX_table(256, s.buffer.data()), simulator::kNoSink);
     QCOMPARE(s, Scratch());
-    open();
+    openDevice();
     QCOMPARE(AT_HdmiTX_Get_HPD_Status(&status), 0);
     QCOMPARE(status, 1);
   }
 
   void gainsAndMuteAreKept() {
-    open(R"({"audio": {"receiverGain": -32768, "headphoneGain": 32767, "muted": true}})");
+    openDevice(R"({"audio": {"receiverGain": -32768, "headphoneGain": 32767, "muted": true}})");
     std::int16_t gain = 0;
     QCOMPARE(AT_Audio_Get_HdmiDPRX_VolumeGain(&gain), 0);
     QCOMPARE(gain, std::int16_t{-32768});
@@ -247,7 +234,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void aTableWrittenToASlotIsReadBack() {
-    open();
+    openDevice();
     std::array<std::uint8_t, 512> table{};
     for (std::uint8_t slot = 0; slot < 7; ++slot) {
       std::iota(table.begin(), table.end(), slot);
@@ -266,7 +253,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void gpioPinsAreApart() {
-    open();
+    openDevice();
     for (std::uint8_t group = 0; group < 2; ++group) {
       for (std::uint8_t pin = 0; pin < 14; ++pin) {
         QCOMPARE(AT_GPIO_Set_Param(group, pin, static_cast<std::uint8_t>(group * 100 + pin)), 0);
@@ -280,7 +267,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void theMcuAnswersOnItsBusAndAddressOnly() {
-    open(R"({"externalMcu": {"family": "v", "version": "0xF0"}})");
+    openDevice(R"({"externalMcu": {"family": "v", "version": "0xF0"}})");
     const auto read = [](std::uint8_t bus, std::uint8_t slave, std::uint8_t index) {
       std::uint8_t value = 0xA5;
       const int status = AT_System_Get_ExternalMCU_cmd(bus, slave, 1, &index, 1, &value);
@@ -291,17 +278,17 @@ class SimulatorDeviceTest : public QObject {
     QCOMPARE(read(2, 0x0D, 0x00), simulator::kNoAnswer);
     QCOMPARE(read(3, 0x43, 0x00), simulator::kNoAnswer);
     QCOMPARE(read(3, 0x7F, 0x00), simulator::kNoAnswer);
-    open();
+    openDevice();
     QCOMPARE(read(3, 0x0D, 0x00), 0x32);
     QCOMPARE(read(3, 0x0D, 0x02), 0x12);
-    open(R"({"externalMcu": {"mode": "bootLoader"}})");
+    openDevice(R"({"externalMcu": {"mode": "bootLoader"}})");
     QCOMPARE(read(3, 0x0D, 0x00), simulator::kNoAnswer);
     QCOMPARE(read(3, 0x43, 0x00), 0x32);
     QCOMPARE(read(3, 0x43, 0x01), 0x01);
   }
 
   void theSerialNumberFillsItsBuffer() {
-    open();
+    openDevice();
     QCOMPARE(setSerialNumber(" AB 12 "), 0);
     QCOMPARE(serialNumber(), " AB 12 ");
     QCOMPARE(setSerialNumber(QByteArray(100, 'x')), 0);
@@ -309,7 +296,7 @@ class SimulatorDeviceTest : public QObject {
   }
 
   void factoryDefaultsReachTheSettingsOnly() {
-    open();
+    openDevice();
     switchSource(1);
     AT_SetHDMI_HDCP_OnOff(0);
     AT_Audio_Set_DACHP_Mute(1);

@@ -1,6 +1,5 @@
-#include "simulator/control/control.h"
 #include "simulator/device/status.h"
-#include "tests/simulator/operation_table.h"
+#include "tests/simulator/opened_device.h"
 
 #include <climits>
 #include <cstring>
@@ -22,18 +21,6 @@ QByteArray scenarioOf(const QByteArray& key, const QByteArray& value) {
 }
 
 QByteArray quoted(const QByteArray& text) { return "\"" + text + "\""; }
-
-void open(const QByteArray& scenario) {
-  QCOMPARE(complaint(scenario), QString());
-  simulator::useVirtualTime();
-  openDefaultDevice();
-}
-
-template <typename Read>
-int byteOf(Read read) {
-  std::uint8_t byte = 0xA5;
-  return read(&byte) == 0 ? byte : -1;
-}
 
 }  // namespace
 
@@ -171,7 +158,7 @@ class ScenarioValuesTest : public QObject {
     for (const QByteArray key : {"edid.slot0", "edid.slot1", "edid.slot2", "edid.slot3", "edid.slot4", "edid.slot5",
                                  "edid.slot6", "edid.sink"}) {
       std::array<std::uint8_t, 512> table{};
-      open(scenarioOf(key, quoted("0a FF 00")));
+      openDevice(scenarioOf(key, quoted("0a FF 00")).toStdString());
       const std::int32_t status =
           key == "edid.sink" ? AT_EDID_Get_TX_table(512, table.data())
                              : AT_EDID_Flash_Get_table(static_cast<std::uint8_t>(key[9] - '0'), table.data(), 512);
@@ -184,13 +171,13 @@ class ScenarioValuesTest : public QObject {
     }
     // A table of no bytes is erased flash.
     std::array<std::uint8_t, 256> table{};
-    open(scenarioOf("edid.slot4", quoted("")));
+    openDevice(scenarioOf("edid.slot4", quoted("")).toStdString());
     QCOMPARE(AT_EDID_Flash_Get_table(4, table.data(), 256), 0);
     QCOMPARE(QByteArray(reinterpret_cast<const char*>(table.data()), 256), QByteArray(256, '\xFF'));
   }
 
   void everySettingIsTheDevices() {
-    open(R"({"edid": {"mode": "followUsb", "defaultSlot": 6}, "audio": {"muted": true, "format": 0},
+    openDevice(R"({"edid": {"mode": "followUsb", "defaultSlot": 6}, "audio": {"muted": true, "format": 0},
              "inputs": {"source": "dp"}})");
     QCOMPARE(byteOf(AT_EDID_Get_EDID_mode), 2);
     QCOMPARE(byteOf(AT_EDID_Flash_Get_Default_table), 6);
