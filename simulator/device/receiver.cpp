@@ -19,9 +19,11 @@ std::uint8_t modeCode(Link link) {
       return 2;
     case Link::kDisplayPort:
       return 3;
-    default:
+    case Link::kNone:
+    case Link::kDvi:
       return 0;
   }
+  return 0;
 }
 
 const Signal& signalNamed(std::string_view name) {

@@ -27,8 +27,8 @@ class StateFileError : public std::runtime_error {
 /// record with a checksum. A snapshot replaces the file at once; a change is
 /// appended, and one that a killed process left incomplete does not count.
 ///
-/// A link to it is followed. Locked against other processes by a second file, with ".lock" at the end of
-/// its name.
+/// A link to it is followed. Locked against other processes by a second file, with
+/// ".lock" at the end of its name.
 class StateFile {
  public:
   /// Locks the file, which need not exist.
