@@ -105,11 +105,21 @@ std::vector<StateRecord> recordsOf(std::span<const std::uint8_t> bytes) {
   return records;
 }
 
+StateFileError notAStateFile(const std::filesystem::path& path) {
+  return {path, "is no state file; name another one", kBadState};
+}
+
 StateFileError notWritten(const std::filesystem::path& path) {
   return {path, "cannot be written; make room, or name another state file", kBadState};
 }
 
 std::filesystem::path withEnding(std::filesystem::path path, const char* ending) { return path += ending; }
+
+bool isOtherThanFile(const std::filesystem::path& path) {
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+}
 
 /// A link's file is used and locked; a new snapshot would replace the link itself.
 std::filesystem::path linkFollowed(const std::filesystem::path& path) {
@@ -121,6 +131,10 @@ std::filesystem::path linkFollowed(const std::filesystem::path& path) {
       throw StateFileError(path, "is a link that leads nowhere; name a file", kBadState);
     }
     target = target.parent_path() / std::filesystem::read_symlink(target, error);
+  }
+  // Before a lock is left beside it.
+  if (isOtherThanFile(target)) {
+    throw notAStateFile(path);
   }
   return target;
 }
@@ -150,7 +164,7 @@ std::vector<StateRecord> StateFile::read() const {
   const std::uintmax_t size =
       std::filesystem::is_regular_file(status) ? std::filesystem::file_size(path_, error) : kMaxSize + 1;
   if (error || size > kMaxSize) {
-    throw StateFileError(path_, "is no state file; name another one", kBadState);
+    throw notAStateFile(path_);
   }
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
   std::ifstream file(path_, std::ios::binary);

@@ -257,6 +257,14 @@ class StateFileTest : public QObject {
     QCOMPARE(run.errors, path("device.state") + ": is a link that leads nowhere; name a file\n");
     QVERIFY(QFileInfo(path("device.state")).isSymLink());
   }
+
+  void nothingIsLeftBesideWhatIsNoFile() {
+    QVERIFY(QDir(folder_->path()).mkdir("folder"));
+    QVERIFY(QFile::link(path("folder"), path("device.state")));
+    QCOMPARE(probe().errors, path("device.state") + ": is no state file; name another one\n");
+    QCOMPARE(QDir(folder_->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             (QStringList{"device.state", "folder", "scenario.json"}));
+  }
 #endif
 
   void theStateOfAnotherModelIsRefused() {
