@@ -27,7 +27,7 @@ int makeSamples(const char* name, const std::vector<samples::Sample>& files) {
 /// wrong arguments.
 int main(int argc, char* argv[]) {
   constexpr char kUsage[] = "usage: pellavox-samples [--station] DIRECTORY";
-  if (argc == 3 && std::string_view(argv[1]) == "--station") {
+  if (argc == 3 && std::string_view(argv[1]) == "--station" && *argv[2] != '\0') {
     return makeSamples(argv[2], samples::station());
   }
   const std::string_view argument = argc == 2 ? argv[1] : "";

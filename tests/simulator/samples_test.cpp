@@ -153,6 +153,7 @@ class SamplesTest : public QObject {
     QTest::newRow("help and one more") << QStringList{"--help", "there"} << usage;
     QTest::newRow("station and two") << QStringList{"--station", "one", "two"} << usage;
     QTest::newRow("station and none") << QStringList{"--station"} << usage;
+    QTest::newRow("station and empty") << QStringList{"--station", ""} << usage;
     for (const char* option : {"--hlep", "-x", "-"}) {
       QTest::newRow(option) << QStringList{option}
                             << QByteArray("pellavox-samples: unknown option ") + option + "; " + usage;
