@@ -64,7 +64,7 @@ std::int32_t CaptureFlash::step(unsigned burn, FaultPlan& faults, Transfers& tra
   if (running_ != burn) {
     return kDeviceGone;
   }
-  if (const Fault* const fault = faults.next(FaultPoint::kCaptureFlash, {}, double{percent()})) {
+  if (const Fault* const fault = faults.next(FaultPoint::kCaptureFlash, {}, {burn, percent()})) {
     if (fault->what == FaultEffect::kAnswer) {
       return fault->status;
     }

@@ -163,11 +163,11 @@ void FaultPlan::removeAt(FaultPoint first, FaultPoint last) {
   std::erase_if(faults_, [&](const Planned& planned) { return planned.fault.at >= first && planned.fault.at <= last; });
 }
 
-const Fault* FaultPlan::next(FaultPoint at, std::string_view operation, double percent) {
+const Fault* FaultPlan::next(FaultPoint at, std::string_view operation, BurnProgress burn) {
   const std::uint64_t number = ++counts_[{at, std::string(operation)}];
   for (Planned& planned : faults_) {
     const Fault& fault = planned.fault;
-    if (fault.at == at && fault.operation == operation && concerns(planned, number, percent)) {
+    if (fault.at == at && fault.operation == operation && concerns(planned, number, burn)) {
       return &fault;
     }
   }
@@ -178,7 +178,7 @@ const Fault* FaultPlan::nextWith(FaultPoint at, FaultEffect what) {
   const std::uint64_t number = ++counts_[{at, std::string(nameOf(what))}];
   for (Planned& planned : faults_) {
     const Fault& fault = planned.fault;
-    if (fault.at == at && fault.what == what && concerns(planned, number, 0)) {
+    if (fault.at == at && fault.what == what && concerns(planned, number, {})) {
       return &fault;
     }
   }
@@ -195,16 +195,15 @@ void FaultPlan::resetCount(FaultPoint at) {
 // faults on every platform.
 std::size_t FaultPlan::below(std::size_t limit) { return static_cast<std::size_t>(random_() % limit); }
 
-bool FaultPlan::concerns(Planned& planned, std::uint64_t number, double percent) {
+bool FaultPlan::concerns(Planned& planned, std::uint64_t number, BurnProgress burn) {
   const Fault& fault = planned.fault;
   if (fault.fromPercent) {
     // Counts the burns that get so far, each at its first step from there on.
-    planned.isBurnCounted = planned.isBurnCounted && percent > 0;
-    if (percent < *fault.fromPercent) {
+    if (burn.percent < *fault.fromPercent) {
       return false;
     }
-    planned.burns += planned.isBurnCounted ? 0 : 1;
-    planned.isBurnCounted = true;
+    planned.burns += planned.lastBurn == burn.burn ? 0 : 1;
+    planned.lastBurn = burn.burn;
     number = planned.burns;
   }
   if (number < fault.first) {

@@ -16,6 +16,12 @@ namespace simulator {
 
 class Section;
 
+/// How far a burn has got; each burn of a device has its own number, from 1.
+struct BurnProgress {
+  unsigned burn = 0;
+  double percent = 0;
+};
+
 /// All faults of a device: where, when and what. Whatever can fail asks here
 /// each time, which counts it; that is the only place where faults are counted
 /// and drawn by lot.
@@ -31,8 +37,8 @@ class FaultPlan {
   /// Counts something at a point and gives the first fault added that concerns
   /// it, or null.
   /// @param operation of kOperation
-  /// @param percent progress of the burn, of kCaptureFlash
-  const Fault* next(FaultPoint at, std::string_view operation = {}, double percent = 0);
+  /// @param burn of kCaptureFlash
+  const Fault* next(FaultPoint at, std::string_view operation = {}, BurnProgress burn = {});
   /// As `next`, for a point where each effect is asked for, and counted, alone.
   const Fault* nextWith(FaultPoint at, FaultEffect what);
   /// How often something has happened at a point; at least once.
@@ -57,12 +63,12 @@ class FaultPlan {
 
   struct Planned {
     Fault fault;
-    // Of fromPercent: how many burns have got so far, and whether the last one is among them.
+    // Of fromPercent: how many burns have got so far, and the last one of them.
     std::uint64_t burns = 0;
-    bool isBurnCounted = false;
+    unsigned lastBurn = 0;
   };
 
-  bool concerns(Planned& planned, std::uint64_t number, double percent);
+  bool concerns(Planned& planned, std::uint64_t number, BurnProgress burn);
 
   std::vector<Planned> faults_;
   std::map<Counted, std::uint64_t> counts_;

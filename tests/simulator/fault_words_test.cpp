@@ -199,6 +199,17 @@ class FaultWordsTest : public QObject {
     QCOMPARE(lastPercent, 0.0F);
   }
 
+  // The first burn stands still for a step, so that it begins twice.
+  void aBurnThatBeginsTwiceCountsOnce() {
+    const BurnFile file;
+    load(
+        "{\"at\": \"captureFlash\", \"fromPercent\": 0, \"first\": 3}, "
+        "{\"at\": \"captureFlash\", \"status\": 0}");
+    QCOMPARE(burn(file.path()), 0);
+    QCOMPARE(burn(file.path()), 0);
+    QCOMPARE(burn(file.path()), simulator::kFlashFault);
+  }
+
   void aProbabilityOfNoneAndOfAll() {
     load(
         "{\"at\": \"AT_Get_Current_Input_Source\", \"perMille\": 0}, "
