@@ -1,7 +1,7 @@
 #include "device/RTICE_SDK_x64.h"
 #include "firmware/capture_image.h"
 #include "simulator/control/control.h"
-#include "tests/support/program_run.h"
+#include "tests/support/ended_process.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -10,17 +10,6 @@
 #include <array>
 
 namespace {
-
-ProgramRun makeSamples(const QStringList& arguments) {
-  QProcess process;
-  process.start(SAMPLES, arguments);
-  ProgramRun run;
-  run.ended = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit;
-  run.exitCode = process.exitCode();
-  run.output = process.readAllStandardOutput();
-  run.errors = process.readAllStandardError();
-  return run;
-}
 
 bool contains(const QString& path, const QByteArray& text) {
   QFile file(path);
@@ -34,15 +23,14 @@ class SampleFilesTest : public QObject {
 
  private slots:
   void initTestCase() {
-    const ProgramRun run = makeSamples({samples_.path()});
-    QVERIFY(run.ended);
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.errors, "");
+    const EndedProcess run = runToEnd(SAMPLES, {samples_.path()});
+    QCOMPARE(run.code, 0);
+    QCOMPARE(run.err, "");
     const QStringList files = QDir(samples_.path()).entryList(QDir::Files);
     QCOMPARE(files, (QStringList{"capture-kvr-5b.img", "capture-kvr-7.img", "edid-1080p.bin", "edid-2160p-hdr.bin",
                                  "edid-surround.bin", "hdcp-key.bin", "main-family-2.bin", "main-family-v.bin"}));
     for (const QString& file : files) {
-      QVERIFY(run.output.contains(file.toUtf8()));
+      QVERIFY(run.out.contains(file.toUtf8()));
     }
   }
 
@@ -107,33 +95,32 @@ class SampleFilesTest : public QObject {
     const QDir here(QDir::currentPath());
     const QStringList before = here.entryList(QDir::AllEntries | QDir::Hidden);
     for (const char* option : {"--help", "-h"}) {
-      const ProgramRun run = makeSamples({option});
-      QCOMPARE(run.exitCode, 0);
-      QVERIFY(run.output.startsWith("usage: pellavox-samples [--station] DIRECTORY"));
-      QVERIFY(run.output.contains("edid-1080p.bin"));
-      QCOMPARE(run.errors, "");
+      const EndedProcess run = runToEnd(SAMPLES, {option});
+      QCOMPARE(run.code, 0);
+      QVERIFY(run.out.startsWith("usage: pellavox-samples [--station] DIRECTORY"));
+      QVERIFY(run.out.contains("edid-1080p.bin"));
+      QCOMPARE(run.err, "");
     }
     for (const QStringList& arguments :
          {QStringList{"--hlep"}, QStringList{"-x"}, QStringList{"--help", "there"}, QStringList{"one", "two"}}) {
-      const ProgramRun run = makeSamples(arguments);
-      QCOMPARE(run.exitCode, 2);
-      QCOMPARE(run.output, "");
-      QCOMPARE(run.errors.count('\n'), 1);
-      QVERIFY(run.errors.contains("usage: pellavox-samples [--station] DIRECTORY"));
+      const EndedProcess run = runToEnd(SAMPLES, arguments);
+      QCOMPARE(run.code, 2);
+      QCOMPARE(run.out, "");
+      QCOMPARE(run.err.count('\n'), 1);
+      QVERIFY(run.err.contains("usage: pellavox-samples [--station] DIRECTORY"));
     }
     QCOMPARE(here.entryList(QDir::AllEntries | QDir::Hidden), before);
   }
 
   void mistakesAreReported() {
-    const ProgramRun usage = makeSamples({});
-    QCOMPARE(usage.exitCode, 2);
-    QVERIFY(usage.errors.startsWith("usage: "));
+    const EndedProcess usage = runToEnd(SAMPLES, {});
+    QCOMPARE(usage.code, 2);
+    QVERIFY(usage.err.startsWith("usage: "));
     // A file is in the way of the directory.
-    const ProgramRun run = makeSamples({samples_.filePath("hdcp-key.bin") + "/samples"});
-    QVERIFY(run.ended);
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY(run.errors.contains("cannot be written there"));
-    QCOMPARE(run.errors.count('\n'), 1);
+    const EndedProcess run = runToEnd(SAMPLES, {samples_.filePath("hdcp-key.bin") + "/samples"});
+    QCOMPARE(run.code, 1);
+    QVERIFY(run.err.contains("cannot be written there"));
+    QCOMPARE(run.err.count('\n'), 1);
   }
 
  private:

@@ -1,4 +1,4 @@
-#include "tests/support/program_run.h"
+#include "tests/support/ended_process.h"
 #include "tests/support/test_files.h"
 
 #include <QCryptographicHash>
@@ -71,15 +71,12 @@ QByteArray stationList() {
   return list;
 }
 
-ProgramRun makeSamples(const QStringList& arguments) {
-  QProcess process;
-  process.start(SAMPLES, arguments);
-  ProgramRun run;
-  run.ended = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit;
-  run.exitCode = process.exitCode();
-  run.output = process.readAllStandardOutput().replace('\r', "");
-  run.errors = process.readAllStandardError().replace('\r', "");
-  return run;
+/// Also as Windows prints it.
+EndedProcess makeSamples(const QStringList& arguments) {
+  EndedProcess made = runToEnd(SAMPLES, arguments);
+  made.out.replace('\r', "");
+  made.err.replace('\r', "");
+  return made;
 }
 
 void compareFiles(const QString& folder, std::span<const Sample> samples) {
@@ -110,19 +107,19 @@ class SamplesTest : public QObject {
  private slots:
   void allSamplesAreMade() {
     const QString folder = files_.path("new/folder");
-    const ProgramRun run = makeSamples({folder});
-    QCOMPARE(run.errors, "");
-    QCOMPARE(run.output, kList);
-    QCOMPARE(run.exitCode, 0);
+    const EndedProcess run = makeSamples({folder});
+    QCOMPARE(run.err, "");
+    QCOMPARE(run.out, kList);
+    QCOMPARE(run.code, 0);
     compareFiles(folder, kSamples);
   }
 
   void theFilesOfAProductionLineAreMade() {
     const QString folder = files_.path("station");
-    const ProgramRun run = makeSamples({"--station", folder});
-    QCOMPARE(run.errors, "");
-    QCOMPARE(run.output, stationList());
-    QCOMPARE(run.exitCode, 0);
+    const EndedProcess run = makeSamples({"--station", folder});
+    QCOMPARE(run.err, "");
+    QCOMPARE(run.out, stationList());
+    QCOMPARE(run.code, 0);
     compareFiles(folder, kStation);
   }
 
@@ -131,10 +128,10 @@ class SamplesTest : public QObject {
     list.chop(1);
     list.replace("\n", "\n  ");
     for (const char* option : {"--help", "-h"}) {
-      const ProgramRun run = makeSamples({option});
-      QCOMPARE(run.exitCode, 0);
-      QCOMPARE(run.errors, "");
-      QCOMPARE(run.output,
+      const EndedProcess run = makeSamples({option});
+      QCOMPARE(run.code, 0);
+      QCOMPARE(run.err, "");
+      QCOMPARE(run.out,
                "usage: pellavox-samples [--station] DIRECTORY\n\n"
                "Writes files to try the firmware, key and EDID buttons with into DIRECTORY;\n"
                "with --station, the job of a production line with its files.\n"
@@ -163,18 +160,18 @@ class SamplesTest : public QObject {
   void wrongArgumentsAreOneLine() {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, error);
-    const ProgramRun run = makeSamples(arguments);
-    QCOMPARE(run.exitCode, 2);
-    QCOMPARE(run.output, "");
-    QCOMPARE(run.errors, error);
+    const EndedProcess run = makeSamples(arguments);
+    QCOMPARE(run.code, 2);
+    QCOMPARE(run.out, "");
+    QCOMPARE(run.err, error);
   }
 
   void aFolderThatCannotBeMadeIsOneLine() {
     const QString folder = files_.write("file", "in the way") + "/samples";
-    const ProgramRun run = makeSamples({folder});
-    QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.output, "");
-    QCOMPARE(run.errors,
+    const EndedProcess run = makeSamples({folder});
+    QCOMPARE(run.code, 1);
+    QCOMPARE(run.out, "");
+    QCOMPARE(run.err,
              folder.toUtf8() + ": capture-kvr-7.img cannot be written there; name a directory that can be written\n");
   }
 
@@ -183,11 +180,11 @@ class SamplesTest : public QObject {
   void aFullDiskIsOneLine() {
     QVERIFY(QDir().mkdir(files_.path("full")));
     QVERIFY(QFile::link("/dev/full", files_.path("full/hdcp-key.bin")));
-    const ProgramRun run = makeSamples({files_.path("full")});
-    QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.output, kList.left(kList.indexOf("hdcp-key.bin")));
-    QCOMPARE(run.errors, files_.path("full").toUtf8() +
-                             ": hdcp-key.bin cannot be written there; name a directory that can be written\n");
+    const EndedProcess run = makeSamples({files_.path("full")});
+    QCOMPARE(run.code, 1);
+    QCOMPARE(run.out, kList.left(kList.indexOf("hdcp-key.bin")));
+    QCOMPARE(run.err, files_.path("full").toUtf8() +
+                          ": hdcp-key.bin cannot be written there; name a directory that can be written\n");
   }
 #endif
 };
