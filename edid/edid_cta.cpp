@@ -87,28 +87,37 @@ Mode ctaModeOf(std::uint8_t code) {
   return mode;
 }
 
+/// Codes 1 to 64 may carry a mark "native" in bit 7.
+bool isNative(std::uint8_t descriptor) { return descriptor >= 129 && descriptor <= 192; }
+
+std::uint8_t videoCode(std::uint8_t descriptor) {
+  return isNative(descriptor) ? static_cast<std::uint8_t>(descriptor & 0x7FU) : descriptor;
+}
+
 /// Adds the modes of short video descriptors, except the reserved values.
-void addVideo(Bytes codes, bool only420, Description& description) {
-  for (const std::uint8_t byte : codes) {
-    // Codes 1 to 64 may carry a mark "native" in bit 7.
-    const bool native = byte >= 129 && byte <= 192;
-    const auto code = native ? static_cast<std::uint8_t>(byte & 0x7FU) : byte;
+void addVideo(Bytes descriptors, bool only420, Description& description) {
+  for (const std::uint8_t descriptor : descriptors) {
+    const std::uint8_t code = videoCode(descriptor);
     if (code != 0 && code != 128 && code < 254) {
       Mode mode = ctaModeOf(code);
-      mode.native = native;
+      mode.native = isNative(descriptor);
       mode.only420 = only420;
       description.modes.push_back(mode);
     }
   }
 }
 
-/// Marks the modes that also come in 4:2:0: bit n counts in the order of the
-/// short video descriptors. An empty map means all.
-void mark420(Bytes map, Description& description) {
+/// Marks the modes that also come in 4:2:0: bit n counts the short video descriptors of
+/// the extension, the reserved ones, too. An empty map means all.
+void mark420(Bytes map, const CtaExtension& cta, Description& description) {
   std::size_t index = 0;
-  for (Mode& mode : description.modes) {
-    if (mode.source == ModeSource::kCta && !mode.only420) {
-      mode.also420 = mode.also420 || map.empty() || bit(byteOr0(map, index / 8), index % 8);
+  for (const CtaDataBlock& data : cta.dataBlocks) {
+    for (const std::uint8_t descriptor : data.tag == kVideoTag ? data.payload : Bytes()) {
+      const bool isMarked = map.empty() || bit(byteOr0(map, index / 8), index % 8);
+      for (Mode& mode : description.modes) {
+        mode.also420 = mode.also420 || (isMarked && mode.source == ModeSource::kCta && !mode.only420 &&
+                                        mode.code == videoCode(descriptor));
+      }
       ++index;
     }
   }
@@ -325,7 +334,7 @@ void describeCta(Bytes block, Description& description) {
   // The map may stand before the modes that it counts.
   for (const CtaDataBlock& data : cta.dataBlocks) {
     if (data.tag == kExtendedTag && data.extendedTag == kCapabilityMap420) {
-      mark420(data.payload, description);
+      mark420(data.payload, cta, description);
     }
   }
   for (const std::size_t at : cta.timings) {

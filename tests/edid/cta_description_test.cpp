@@ -161,6 +161,11 @@ class CtaDescriptionTest : public QObject {
     };
     QCOMPARE(mapped({0x09}), QString("16a 4 31 97a 96 95 94 93 102 101 99o"));
     QCOMPARE(mapped({0x80, 0x02}), QString("16 4 31 97 96 95 94 93a 102 101a 99o"));
+    // Reserved codes count, too; a second block goes on counting.
+    QCOMPARE(
+        codesOf(describedCta(
+            CtaBuilder(0).data(kVideo, {16, 0, 254, 128, 4}).extended(0x0F, {0x30}).data(kVideo, {0x80 | 31, 97}))),
+        QString("16 4a 31na 97"));
     QCOMPARE(mapped({}), QString("16a 4a 31a 97a 96a 95a 94a 93a 102a 101a 99o"));
   }
 
