@@ -206,7 +206,9 @@ void StateFile::replace(const std::vector<StateRecord>& snapshot) {
   file_.close();
   std::error_code error;
   const bool flushed = flushToDisk(draft);
-  std::filesystem::rename(draft, path_, error);
+  if (flushed) {
+    std::filesystem::rename(draft, path_, error);
+  }
   file_ = std::ofstream(path_, std::ios::binary | std::ios::app);
   if (!flushed || error || !file_) {
     throw notWritten(path_);

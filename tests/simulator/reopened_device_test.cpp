@@ -363,6 +363,21 @@ class ReopenedDeviceTest : public QObject {
     QCOMPARE(initialize(), 0);
   }
 
+  void aStateThatCannotBeWrittenAnewIsKept() {
+    open();
+    QCOMPARE(AT_EDID_Flash_Set_Default_table(3), 0);
+    simulator::reset();
+    QVERIFY(QDir().mkpath(state() + ".new"));
+    QCOMPARE(start(), simulator::kBadState);
+    QVERIFY(QDir().rmdir(state() + ".new"));
+    QCOMPARE(initialize(), 0);
+    simulator::reset();
+    open();
+    std::uint8_t table = 0;
+    QCOMPARE(AT_EDID_Flash_Get_Default_table(&table), 0);
+    QCOMPARE(table, std::uint8_t{3});
+  }
+
   // Something else has its name by the time it would be written anew.
   void aFileThatCannotBeReplacedIsTold() {
     open();
