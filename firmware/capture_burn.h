@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <functional>
+
 namespace firmware {
 
 /// Receives a burn's progress in percent, as the library reports it
@@ -15,5 +17,9 @@ using BurnProgress = void (*)(float percent);
 /// burn has ended, which may take minutes. Check the image before
 /// (`checkCaptureImage`): the library takes any file.
 device::Result<> burnCapture(const QString& path, BurnProgress progress);
+
+/// The same for one burn at a time, told to somebody with a state: one call at a time,
+/// and none after the burn has ended, whatever threads the library has left.
+device::Result<> burnCaptureTelling(const QString& path, const std::function<void(float percent)>& tell);
 
 }  // namespace firmware

@@ -11,7 +11,6 @@
 
 #include <QCryptographicHash>
 
-#include <atomic>
 #include <utility>
 #include <vector>
 
@@ -155,15 +154,6 @@ firmware::UpgradeResult upgradeOnceThere(std::span<const std::uint8_t> image, co
   return result;
 }
 
-/// The library's callback gets no context.
-std::atomic<const StepTools*> burnUnderWay = nullptr;
-
-void noteBurn(float percent) {
-  if (const StepTools* const tools = burnUnderWay) {
-    tools->progress(firmware::wholePercent(percent));
-  }
-}
-
 }  // namespace
 
 QString Identity::text() const {
@@ -238,9 +228,8 @@ StepReport burnCapture(const QString& path, const QString& expectedVersion, cons
   if (before == expectedVersion) {
     return already(QStringLiteral("version"), before);
   }
-  burnUnderWay = &tools;
-  const auto burnt = firmware::burnCapture(path, &noteBurn);
-  burnUnderWay = nullptr;
+  const auto burnt =
+      firmware::burnCaptureTelling(path, [&tools](float percent) { tools.progress(firmware::wholePercent(percent)); });
   if (!burnt) {
     return failed(QStringLiteral("the burn failed (%1)").arg(statusText(burnt.error())), before);
   }

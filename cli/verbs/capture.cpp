@@ -47,29 +47,16 @@ void checkCapture(Run& run, const Arguments& arguments) {
   run.finish(document);
 }
 
-/// The library's callback gets no context.
-struct BurnUnderWay {
-  Run* run = nullptr;
-  Progress* progress = nullptr;
-  bool hasTold = false;
-};
-BurnUnderWay burnUnderWay;
-
-void showBurn(float percent) {
-  burnUnderWay.progress->show(firmware::wholePercent(percent));
-  if (interruption::isRequested() && !burnUnderWay.hasTold) {
-    burnUnderWay.hasTold = true;
-    burnUnderWay.progress->hint(*burnUnderWay.run,
-                                "a burn cannot be stopped: it would leave the device without firmware; please wait");
-  }
-}
-
 device::Result<> burnWithProgress(Run& run, const QString& path) {
   Progress progress(run, "Burning");
-  burnUnderWay = {&run, &progress, false};
-  const auto burnt = firmware::burnCapture(path, &showBurn);
-  burnUnderWay = {};
-  return burnt;
+  bool hasTold = false;
+  return firmware::burnCaptureTelling(path, [&](float percent) {
+    progress.show(firmware::wholePercent(percent));
+    if (interruption::isRequested() && !hasTold) {
+      hasTold = true;
+      progress.hint(run, "a burn cannot be stopped: it would leave the device without firmware; please wait");
+    }
+  });
 }
 
 /// The version as it is, once in three reads.
