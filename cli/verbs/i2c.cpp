@@ -167,7 +167,7 @@ QString dumpLine(std::uint32_t from, const QByteArray& bytes) {
 }
 
 void dumpRegisters(Run& run, const Arguments& arguments) {
-  const Target target = targetArgument(arguments);
+  Target target = targetArgument(arguments);
   const QStringList ends = arguments.text("FROM-TO").split('-');
   const std::uint32_t from = registerArgument(target, ends.value(0), "FROM");
   const std::uint32_t to = registerArgument(target, ends.value(1), "TO");
@@ -176,6 +176,8 @@ void dumpRegisters(Run& run, const Arguments& arguments) {
     throw Failure(ExitCode::kUsage,
                   QStringLiteral("FROM-TO must name at most %1 registers, the lower one first").arg(kMostRegisters));
   }
+  // All of them are on one chip, so the last one's width is that of each.
+  target.registerBytes = std::max(target.registerBytes, static_cast<int>(diag::bigEndianBytes(to).size()));
   const DeviceSession session(run);
   Document document("i2c");
   document.addQuietly("address", target.slave);

@@ -24,6 +24,14 @@ void restore(Run& run, const Arguments&) {
   apply(run, change);
 }
 
+// Since the restart it is too late for "nothing written".
+Failure asLeftWaiting(const Failure& failure) {
+  if (failure.code != ExitCode::kInterrupted) {
+    return failure;
+  }
+  return {ExitCode::kUnchecked, "interrupted; the device was restarted, but has not answered yet"};
+}
+
 // The port may open while the device is still starting: a read tells.
 void waitForReturn(Run& run, DeviceSession& session, std::chrono::milliseconds within) {
   const auto deadline = run.console().now() + within;
@@ -36,6 +44,7 @@ void waitForReturn(Run& run, DeviceSession& session, std::chrono::milliseconds w
     if (run.console().now() >= deadline) {
       throw Failure(ExitCode::kNoDevice, "the device restarts, but does not answer");
     }
+    run.stopIfInterrupted();
     run.console().pause(100ms);
   }
 }
@@ -55,7 +64,11 @@ void reboot(Run& run, const Arguments&) {
   }
   document.add("restarted", "Restarted", true, "yes");
   if (run.options().wait) {
-    waitForReturn(run, session, *run.options().wait);
+    try {
+      waitForReturn(run, session, *run.options().wait);
+    } catch (const Failure& failure) {
+      throw asLeftWaiting(failure);
+    }
     document.add("evidence", "Evidence", "answers", "it answers again");
   } else {
     document.add("evidence", "Evidence", "reported", "reported by the device only");

@@ -176,6 +176,14 @@ class ChangesTest : public QObject {
     QCOMPARE(bench_.run("-y --wait=0.2 reboot").code, 3);
   }
 
+  void anInterruptedWaitTellsThatTheDeviceWasRestarted() {
+    bench_.onPause = [] { cli::interruption::request(); };
+    const auto result = bench_.run("-y reboot --wait");
+    bench_.renew();
+    QCOMPARE(result.err, QByteArray("pellavox-cli: interrupted; the device was restarted, but has not answered yet\n"));
+    QCOMPARE(result.code, 7);
+  }
+
  private:
   CliBench bench_;
 };
