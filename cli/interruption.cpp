@@ -72,7 +72,12 @@ void watch() {
   action.sa_handler = &note;
   // Not SA_RESTART: a question at the terminal ends at once.
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaction(signal, &action, nullptr);
+    struct sigaction inherited = {};
+    sigaction(signal, nullptr, &inherited);
+    // nohup, or a shell that starts a background job, had it ignored.
+    if (inherited.sa_handler != SIG_IGN) {
+      sigaction(signal, &action, nullptr);
+    }
   }
 #endif
 }

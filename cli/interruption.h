@@ -6,7 +6,8 @@
 /// under way looks at the note where it can stop.
 namespace cli::interruption {
 
-/// From here on a request is noted instead of ending the process.
+/// From here on a request is noted instead of ending the process. A signal that the
+/// process was started to ignore stays ignored.
 void watch();
 
 /// Whether there was one. Any thread.

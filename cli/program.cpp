@@ -7,6 +7,8 @@
 #include "cli/version.h"
 #include "device/printable.h"
 
+#include <QRegularExpression>
+
 namespace cli {
 namespace {
 
@@ -36,6 +38,22 @@ void report(const Failure& failure, bool json, bool colour, const Console& conso
   const bool red = colour && console.usesColour && console.showsErrorsAtTerminal;
   console.err(QByteArray(red ? "\033[31m" : "") + kProgramName + ": " + device::printable(line).toUtf8() +
               (red ? "\033[0m" : "") + '\n');
+}
+
+/// Prints a text that asks for no device.
+ExitCode say(const QByteArray& text, const Console& console) {
+  if (console.out(text)) {
+    return ExitCode::kDone;
+  }
+  report({ExitCode::kFailed, "cannot write to standard output"}, false, false, console);
+  return ExitCode::kFailed;
+}
+
+/// Whether JSON is asked for by a command line that cannot be parsed. Short options may
+/// be given together, behind others without a value.
+bool asksForJson(const QStringList& arguments) {
+  static const QRegularExpression together("^-[qvyn]*j");
+  return arguments.contains("--json") || arguments.indexOf(together) >= 0;
 }
 
 ExitCode perform(const Invocation& invocation, const Globals& globals, const Console& console) {
@@ -74,17 +92,14 @@ ExitCode run(const QStringList& arguments, const Console& console) {
   // program that a verb starts.
   const QStringList own = arguments.mid(0, arguments.indexOf("--"));
   if (own.contains("--version")) {
-    console.out(QByteArray(kProgramName) + ' ' + kVersionText + '\n');
-    return ExitCode::kDone;
+    return say(QByteArray(kProgramName) + ' ' + kVersionText + '\n', console);
   }
   const auto parsed = parse(program(), arguments);
   if (const auto* help = std::get_if<HelpText>(&parsed)) {
-    console.out(help->text.toUtf8());
-    return ExitCode::kDone;
+    return say(help->text.toUtf8(), console);
   }
   if (const auto* error = std::get_if<UsageError>(&parsed)) {
-    const bool json = own.contains("-j") || own.contains("--json");
-    report({ExitCode::kUsage, error->message}, json, !own.contains("--no-color"), console);
+    report({ExitCode::kUsage, error->message}, asksForJson(own), !own.contains("--no-color"), console);
     return ExitCode::kUsage;
   }
   return perform(std::get<Invocation>(parsed), console);

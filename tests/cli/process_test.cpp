@@ -32,6 +32,11 @@ class ProcessTest : public QObject {
   Q_OBJECT
 
  private slots:
+#ifndef _WIN32
+  // The tests themselves may run in the background of a script.
+  void initTestCase() { std::signal(SIGINT, SIG_DFL); }
+#endif
+
   void eachVerbsTextGoesToStandardOutput_data() {
     QTest::addColumn<QString>("line");
     QTest::addColumn<int>("code");
@@ -74,6 +79,11 @@ class ProcessTest : public QObject {
     row("-d KVR-5B info", 3, "^$", "^pellavox-cli: cannot open KVR-5B \\(5C19:6B02\\).*\n$");
     row("--wait=nan info", 2, "^$", "^pellavox-cli: .*nan.*\n$");
     row("nonsense", 2, "^$", "^pellavox-cli: .*\n$");
+    row("-qj nonsense", 2, "\"exitCode\": 2", "^$");
+    row("-d j nonsense", 2, "^$", "^pellavox-cli: .*\n$");
+    row("-dj nonsense", 2, "^$", "^pellavox-cli: .*\n$");
+    row("nonsense -- -j", 2, "^$", "^pellavox-cli: .*\n$");
+    row("i2c dump 54 F8-107", 0, "^00F8  (FF ){8}4B 56 52 20 43 41 4C 49 ", "^$");
     row("--help", 0, "serial", "^$");
     row("manual", 0, "^\\.TH PELLAVOX", "^$");
     row("completion bash", 0, "complete -F", "^$");
@@ -108,6 +118,25 @@ class ProcessTest : public QObject {
   }
 
 #ifdef __linux__
+  void whatCannotBePrintedIsNoSuccess_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("version") << QStringList{"--version"};
+    QTest::newRow("help") << QStringList{"--help"};
+    QTest::newRow("help of a verb") << QStringList{"serial", "--help"};
+    QTest::newRow("result") << QStringList{"info"};
+    QTest::newRow("completion") << QStringList{"completion", "bash"};
+    QTest::newRow("manual") << QStringList{"manual"};
+  }
+  void whatCannotBePrintedIsNoSuccess() {
+    QFETCH(QStringList, arguments);
+    QProcess process;
+    process.setStandardOutputFile("/dev/full");
+    process.start(PROGRAM, arguments);
+    QVERIFY(process.waitForFinished(30'000));
+    QCOMPARE(process.readAllStandardError(), QByteArray("pellavox-cli: cannot write to standard output\n"));
+    QCOMPARE(process.exitCode(), 1);
+  }
+
   void betweenTwoReadingsAWatchSleepsThroughUntilItIsInterrupted() {
     QProcess process;
     process.start(PROGRAM, {"watch", "serial", "--interval", "3600"});
@@ -171,6 +200,30 @@ class ProcessTest : public QObject {
   }
 
 #ifndef _WIN32
+  // As nohup and a script's background jobs start it.
+  void aSignalIgnoredFromTheStartStaysIgnored_data() {
+    QTest::addColumn<int>("ignored");
+    QTest::newRow("SIGHUP") << SIGHUP;
+    QTest::newRow("SIGINT") << SIGINT;
+  }
+  void aSignalIgnoredFromTheStartStaysIgnored() {
+    QFETCH(int, ignored);
+    const auto handler = std::signal(ignored, SIG_IGN);
+    QProcess process;
+    process.start(PROGRAM, {"-j", "watch", "audio", "--interval", "0.01"});
+    const bool hasStarted = process.waitForStarted(30'000);
+    std::signal(ignored, handler);
+    QVERIFY(hasStarted && process.waitForReadyRead(30'000));
+    ::kill(static_cast<pid_t>(process.processId()), ignored);
+    process.readAllStandardOutput();
+    for (qsizetype lines = 0; lines < 5; lines += process.readAllStandardOutput().count('\n')) {
+      QVERIFY(process.waitForReadyRead(30'000));
+    }
+    ::kill(static_cast<pid_t>(process.processId()), SIGTERM);
+    QVERIFY(process.waitForFinished(30'000));
+    QCOMPARE(process.exitCode(), 0);
+  }
+
   void interruptingAWatchEndsItWell() {
     QProcess process;
     process.start(PROGRAM, {"-j", "watch", "audio", "--interval", "0.05"});
