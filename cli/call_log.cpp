@@ -2,6 +2,7 @@
 
 #include "cli/failure.h"
 #include "cli/run.h"
+#include "device/printable.h"
 #include "device/regular_file.h"
 #include "gate/gate.h"
 
@@ -32,7 +33,7 @@ void observeCalls(const Run& run) {
       throw Failure(ExitCode::kUsage, QStringLiteral("cannot write the log %1: it is no file").arg(options.logFile));
     }
     file = std::make_shared<QFile>(options.logFile);
-    if (!file->open(QIODevice::WriteOnly | QIODevice::Append)) {
+    if (!file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
       throw Failure(ExitCode::kUsage,
                     QStringLiteral("cannot write the log %1: %2").arg(options.logFile, file->errorString()));
     }
@@ -41,17 +42,23 @@ void observeCalls(const Run& run) {
     gate::observe({});
     return;
   }
-  const auto err = options.verbose ? run.console().err : std::function<void(const QByteArray&)>();
-  gate::observe([file, err](const device::OperationDescription& operation, std::int32_t result,
-                            std::chrono::nanoseconds duration) {
+  gate::observe([file, err = run.console().err, isVerbose = options.verbose](
+                    const device::OperationDescription& operation, std::int32_t result,
+                    std::chrono::nanoseconds duration) {
     const QString line = callText(operation, result, duration);
-    if (err) {
+    if (isVerbose) {
       err(line.toUtf8() + '\n');
     }
-    if (file) {
+    if (file && file->isOpen()) {
       const QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
-      file->write(QStringLiteral("%1 %2\n").arg(time, line).toUtf8());
-      file->flush();
+      const QByteArray entry = QStringLiteral("%1 %2\n").arg(time, line).toUtf8();
+      if (file->write(entry) != entry.size()) {
+        err(device::printable(
+                QStringLiteral("pellavox-cli: the log %1 is incomplete: %2").arg(file->fileName(), file->errorString()))
+                .toUtf8() +
+            '\n');
+        file->close();
+      }
     }
   });
 }

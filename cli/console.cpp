@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <thread>
+#include <tuple>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -19,6 +20,7 @@
 #include <shellapi.h>
 #else
 #include <csignal>
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #endif
@@ -70,6 +72,17 @@ QByteArray wholeInput() {
 }
 
 }  // namespace
+
+void occupyClosedStreams() {
+#ifndef _WIN32
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) {
+      // Takes the lowest free number. Writing to it fails, as to a closed one.
+      std::ignore = open("/dev/null", O_RDONLY);
+    }
+  }
+#endif
+}
 
 Console processConsole() {
 #ifdef _WIN32

@@ -31,6 +31,11 @@ struct Console {
   QString lockFolder;  ///< where locks against a second instance lie
 };
 
+/// Gives the numbers of closed standard streams to something that can be neither read
+/// nor written: the next file opened would get them, and the results as well. Call it
+/// before anything is opened.
+void occupyClosedStreams();
+
 /// The process's own.
 Console processConsole();
 

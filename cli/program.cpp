@@ -25,8 +25,9 @@ void report(const Failure& failure, bool json, bool colour, const Console& conso
     error.set("check", failure.check.isEmpty() ? Value() : Value(failure.check));
     error.set("next", failure.next.isEmpty() ? Value() : Value(failure.next));
     error.set("details", failure.details);
-    console.out(error.json() + '\n');
-    return;
+    if (console.out(error.json() + '\n')) {
+      return;
+    }
   }
   QString line = failure.message;
   if (!failure.check.isEmpty()) {

@@ -14,7 +14,9 @@ void writeResultFile(const QString& path, const QByteArray& content) {
     throw Failure(ExitCode::kFailed, QStringLiteral("cannot write %1: it is no file").arg(path));
   }
   QSaveFile file(path);
-  if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
+  // What stays in a buffer until `commit` may be lost there without an error.
+  if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || file.write(content) != content.size() ||
+      !file.commit()) {
     throw Failure(ExitCode::kFailed, QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
   }
 }

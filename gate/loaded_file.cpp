@@ -29,6 +29,11 @@ LoadedFile::Function LoadedFile::find(const char* name) const {
 tl::expected<LoadedFile, std::string> LoadedFile::open(const std::filesystem::path& file) {
   // A name without a slash would be searched for all over the system.
   const std::filesystem::path whole = std::filesystem::absolute(file);
+  std::error_code error;
+  // Opening a pipe would wait for somebody who writes.
+  if (const auto type = std::filesystem::status(whole, error); exists(type) && !is_regular_file(type)) {
+    return tl::unexpected<std::string>("it is no file");
+  }
   void* handle = dlopen(whole.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle == nullptr) {
     const char* reason = dlerror();

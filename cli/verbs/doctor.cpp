@@ -5,6 +5,7 @@
 #include "cli/verb.h"
 #include "cli/version.h"
 #include "device/operations.h"
+#include "device/regular_file.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -21,7 +22,7 @@ QString libraryPath(const Run& run) {
 Value libraryHash(const QString& path) {
   QFile file(path);
   QCryptographicHash hash(QCryptographicHash::Sha256);
-  if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file)) {
+  if (!device::openRegularFile(file, QIODevice::ReadOnly) || !hash.addData(&file)) {
     return {};
   }
   return QString::fromLatin1(hash.result().toHex());

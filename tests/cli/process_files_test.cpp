@@ -125,6 +125,54 @@ class ProcessFilesTest : public QObject {
     QTest::newRow("log") << QStringList{"--log"} << QStringList{"info"} << 2;
   }
 
+  // A limit on the size of files stands for the full disk.
+  void onAFullDiskTheOldFileStays_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("snapshot") << QStringList{"snapshot"};
+    QTest::newRow("report") << QStringList{"doctor", "-o"};
+    QTest::newRow("table") << QStringList{"edid", "read", "--slot", "6", "-o"};
+  }
+  void onAFullDiskTheOldFileStays() {
+    QFETCH(QStringList, arguments);
+    write("RESULT", "before");
+    const QStringList limited{"-c", "trap '' XFSZ; ulimit -f 0; exec \"$@\"", "sh", PROGRAM};
+    const EndedProcess ended = runToEnd("/bin/sh", limited + arguments + QStringList{folder_.filePath("RESULT")});
+    QCOMPARE(ended.code, 1);
+    QCOMPARE(ended.err, "pellavox-cli: cannot write " + folder_.filePath("RESULT").toUtf8() + ": File too large\n");
+    QFile file(folder_.filePath("RESULT"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("before"));
+  }
+
+  void aLogThatCannotBeWrittenIsTold() {
+    const QStringList limited{"-c", "trap '' XFSZ; ulimit -f 0; exec \"$@\"", "sh", PROGRAM};
+    const EndedProcess ended = runToEnd("/bin/sh", limited + QStringList{"--log", folder_.filePath("LOG"), "info"});
+    QCOMPARE(ended.code, 0);
+    QCOMPARE(ended.err,
+             "pellavox-cli: the log " + folder_.filePath("LOG").toUtf8() + " is incomplete: File too large\n");
+  }
+
+  // The next file opened would get a free stream's number.
+  void whereAllStreamsAreClosedNoFileGetsTheResults() {
+    const QString log = folder_.filePath("STREAMS");
+    const QStringList closed{"-c", "exec \"$@\" <&- >&- 2>&-", "sh", PROGRAM, "--log", log, "-v", "serial", "get"};
+    QCOMPARE(runToEnd("/bin/sh", closed).code, 1);
+    QFile file(log);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray content = file.readAll();
+    QVERIFY(content.contains("AT_USB_Get_SerialNum"));
+    QVERIFY2(!content.contains("Serial number") && content.count("AT_USB_Get_SerialNum") == 1, content.constData());
+  }
+
+  void aPipeAsLibraryDoesNotStopTheDoctor() {
+    const QString pipe = folder_.filePath("FIFO");
+    QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+    for (const QString& library : {pipe, QStringLiteral("/dev/zero")}) {
+      const EndedProcess ended = runProgram({"--library", library, "doctor"});
+      QVERIFY2(ended.code == 4, (QByteArray::number(ended.code) + ended.out + ended.err).constData());
+    }
+  }
+
   // Opening a pipe for writing waits for somebody who reads.
   void whatIsNoFileIsNeitherReplacedNorWaitedFor() {
     QFETCH(QStringList, before);
