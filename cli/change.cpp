@@ -88,7 +88,8 @@ void apply(Run& run, const Change& change) {
     run.finish(document);
     return;
   }
-  run.confirm(change.weight, change.question, change.word);
+  const QString question = QStringLiteral("Set %1 to %2?").arg(change.label.toLower(), shown(change, change.wanted));
+  run.confirm(change.weight, change.question.isEmpty() ? question : change.question, change.word);
   if (const auto written = change.write(); !written) {
     Failure failure(ExitCode::kFailed,
                     QStringLiteral("%1: the device did not take it (%2)").arg(change.label, reasonOf(written.error())));

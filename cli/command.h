@@ -21,6 +21,7 @@ struct Option {
     kValue,       ///< one value
     kMaybeValue,  ///< --name or --name=VALUE
     kValues,      ///< positional: one or more values
+    kEach,        ///< one value each time it is given
   };
   std::string names;  ///< "-o,--output"; without dashes: a positional argument
   std::string help;   ///< one sentence without a full stop

@@ -75,7 +75,7 @@ std::vector<Option> globalOptions() {
       {"-n,--dry-run", "Write nothing; say what would be written"},
       {"--always", "Write also what is right already"},
       {"--confirm", "The word that an irreversible or raw change asks for", Takes::kValue, "WORD"},
-      {"--force", "Lift one check, by its name: " + checkNames().toStdString(), Takes::kValue, "NAME"},
+      {"--force", "Lift one check, by its name: " + checkNames().toStdString(), Takes::kEach, "NAME"},
       {"--wait", "Wait for the device to come, or to be free (default: 30 s)", Takes::kMaybeValue, "SECONDS"},
       {"--progress",
        "How to show progress, on standard error",

@@ -25,7 +25,8 @@ CLI::Option* addOption(CLI::App& app, const Option& option) {
   } else if (option.takes == Option::Takes::kValues) {
     added->expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args();
   } else {
-    added->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+    added->expected(1)->multi_option_policy(option.takes == Option::Takes::kEach ? CLI::MultiOptionPolicy::TakeAll
+                                                                                 : CLI::MultiOptionPolicy::Throw);
   }
   if (!option.choices.empty()) {
     added->check(CLI::IsMember(option.choices));

@@ -5,12 +5,6 @@
 #include "device/printable.h"
 
 namespace cli {
-namespace {
-
-// What --force makes of any change.
-constexpr const char* kForceWord = "force";
-
-}  // namespace
 
 void Run::finish(const Document& document) {
   writeData(globals_.json ? document.value().json() + '\n' : document.text().toUtf8());

@@ -11,6 +11,9 @@
 
 namespace cli {
 
+/// What --force makes of any change must be confirmed with this word.
+inline constexpr const char* kForceWord = "force";
+
 /// How hard a change is to undo, which decides what must be confirmed.
 enum class Weight {
   kHarmless,      ///< nothing is asked

@@ -1,6 +1,7 @@
 #include "cli/device_session.h"
 #include "cli/failure.h"
 #include "cli/interruption.h"
+#include "cli/next_command.h"
 #include "cli/progress.h"
 #include "cli/readings.h"
 #include "cli/result_file.h"
@@ -68,14 +69,14 @@ device::Result<QString> versionAfterBurn() {
   return version;
 }
 
-Failure burnFailure(const Run& run, const device::Failure& reason, const QString& path) {
+Failure burnFailure(const device::Failure& reason, const QString& next) {
   const QString message = QStringLiteral("the burn failed (%1)").arg(reasonOf(reason));
   // A chip that still tells its version was not erased.
   if (versionAfterBurn()) {
     return {ExitCode::kFailed, message};
   }
   Failure failure(ExitCode::kRecovery, message + "; the device has no capture firmware now");
-  failure.next = QStringLiteral("pellavox-cli -d %1 -y capture burn \"%2\"").arg(run.options().model, path);
+  failure.next = next;
   return failure;
 }
 
@@ -119,7 +120,7 @@ void burnCaptureImage(Run& run, const Arguments& arguments) {
   }
   run.confirm(Weight::kLasting, QStringLiteral("Burn %1 into the %2?").arg(path, run.options().model), {});
   if (const auto burnt = burnWithProgress(run, path); !burnt) {
-    throw burnFailure(run, burnt.error(), path);
+    throw burnFailure(burnt.error(), nextCommand(run, "capture burn", path, expected));
   }
   auto found = versionAfterBurn();
   for (int i = 1; i < 3 && found && !expected.isEmpty() && *found != expected; ++i) {

@@ -1,6 +1,7 @@
 #include "cli/device_session.h"
 #include "cli/failure.h"
 #include "cli/interruption.h"
+#include "cli/next_command.h"
 #include "cli/progress.h"
 #include "cli/readings.h"
 #include "cli/verb.h"
@@ -138,13 +139,13 @@ const char* outcomeText(UpgradeOutcome outcome) {
   }
 }
 
-Failure recovery(const Run& run, const QString& message, const QString& path) {
+Failure recovery(const QString& message, const QString& next) {
   Failure failure(ExitCode::kRecovery, message);
-  failure.next = QStringLiteral("pellavox-cli -d %1 -y mcu upgrade \"%2\"").arg(run.options().model, path);
+  failure.next = next;
   return failure;
 }
 
-Failure upgradeFailure(const Run& run, UpgradeOutcome outcome, const QString& path) {
+Failure upgradeFailure(UpgradeOutcome outcome, const QString& next) {
   const QString text = outcomeText(outcome);
   if (readMcuState().mode == McuMode::kApplication) {
     return outcome == UpgradeOutcome::kStopped ? Failure(ExitCode::kInterrupted, "interrupted, nothing written")
@@ -153,7 +154,7 @@ Failure upgradeFailure(const Run& run, UpgradeOutcome outcome, const QString& pa
   if (outcome == UpgradeOutcome::kNoKnownMcu) {
     return {ExitCode::kFailed, text};
   }
-  return recovery(run, text + "; the MCU waits for its firmware (if this stays, plug the device anew)", path);
+  return recovery(text + "; the MCU waits for its firmware (if this stays, plug the device anew)", next);
 }
 
 /// The version, once the new firmware has started.
@@ -167,14 +168,14 @@ device::Result<std::uint8_t> versionAfterUpgrade(const Run& run) {
   return version;
 }
 
-QString requireRunning(const Run& run, const QString& expected, const QString& path) {
+QString requireRunning(const Run& run, const QString& expected, const QString& next) {
   auto version = versionAfterUpgrade(run);
   for (int i = 1; i < 3 && version && !expected.isEmpty() && session::mainVersionText(*version) != expected; ++i) {
     version = versionAfterUpgrade(run);
   }
   if (!version) {
     if (readMcuState().mode == McuMode::kBootLoader) {
-      throw recovery(run, "every packet was taken, but the MCU did not start the firmware", path);
+      throw recovery("every packet was taken, but the MCU did not start the firmware", next);
     }
     throw Failure(
         ExitCode::kUnchecked,
@@ -202,18 +203,19 @@ void requireFamily(Run& run, std::span<const std::uint8_t> image, const McuState
 }
 
 /// Compares the outcome of the upgrade with the MCU that now runs.
+/// @param next the command that goes on where the upgrade stopped
 /// @return its version
-QString requireUpgraded(const Run& run, const Sending& sending, const QString& expected, const QString& path) {
+QString requireUpgraded(const Run& run, const Sending& sending, const QString& expected, const QString& next) {
   const UpgradeOutcome outcome = sending.result.outcome;
   if (outcome == UpgradeOutcome::kDone) {
-    return requireRunning(run, expected, path);
+    return requireRunning(run, expected, next);
   }
   // A boot loader that starts the firmware before it could be asked has finished.
   const bool isStarted = sending.isFinishing && readMcuState().mode == McuMode::kApplication;
   if (!isStarted) {
-    throw upgradeFailure(run, outcome, path);
+    throw upgradeFailure(outcome, next);
   }
-  QString version = requireRunning(run, expected, path);
+  QString version = requireRunning(run, expected, next);
   if (outcome != UpgradeOutcome::kNotReady) {
     throw Failure(
         ExitCode::kUnchecked,
@@ -258,7 +260,7 @@ void upgradeMcu(Run& run, const Arguments& arguments) {
   }
   run.confirm(Weight::kLasting, QStringLiteral("Upgrade the external MCU with %1?").arg(path), {});
   const Sending sending = upgrade(run, image);
-  const QString version = requireUpgraded(run, sending, expected, path);
+  const QString version = requireUpgraded(run, sending, expected, nextCommand(run, "mcu upgrade", path, expected));
   addOutcome(document, sending.result, version);
   run.finish(document);
 }

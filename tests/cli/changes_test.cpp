@@ -160,6 +160,8 @@ class ChangesTest : public QObject {
     QCOMPARE(bench_.run("audio hp-gain -51").code, 5);
     QVERIFY(simulator::journal().empty());
     QCOMPARE(bench_.run("--force=range --confirm=force audio gain 31").code, 0);
+    QVERIFY(
+        bench_.run("--force=range audio gain 32").err.contains("pellavox-cli: Set receiver gain to 32? There is no"));
   }
 
   void aKeyFileThatIsEmptyOrMissingIsRefused() {

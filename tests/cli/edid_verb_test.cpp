@@ -234,6 +234,7 @@ class EdidVerbTest : public QObject {
     QCOMPARE(bench_.run("-y --force=checksum edid write - --slot 2").code, 10);
     QCOMPARE(callsOf("AT_EDID_Flash_Set_table"), 0);
     QCOMPARE(bench_.run("--confirm=force --force=checksum edid write - --slot 2").code, 0);
+    QCOMPARE(bench_.run("--confirm=force --force=count --force=checksum edid write - --slot 3").code, 0);
     QCOMPARE(inSlot(2, 256), table);
   }
 

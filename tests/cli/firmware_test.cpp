@@ -145,6 +145,24 @@ class FirmwareVerbsTest : public QObject {
     QCOMPARE(bench_.run("info").code, 0);
   }
 
+  // The command that is printed, typed as it is, must do what the first one was to do.
+  void theWayBackIsTheSameCommand() {
+    int texts = 0;
+    bench_.onHint = [&texts] {
+      if (++texts == 3) {
+        simulator::unplug();
+      }
+    };
+    const QString image = bench_.write("a \"5 $HOME\" b.img", "KVR-5B V1.05.00");
+    const QStringList burn{"capture", "burn", image, "--expect", "V1.05.00"};
+    const auto result = bench_.run(QStringList{"--force=model", "--force=version", "--confirm=force"} + burn);
+    QCOMPARE(result.code, 9);
+    const QByteArray next =
+        "next: pellavox-cli -d KVR-7 -y --force=model --force=version --confirm=force capture burn '" + image.toUtf8() +
+        "' --expect \"V1.05.00\"\n";
+    QVERIFY2(result.err.endsWith(next), result.err.constData());
+  }
+
   void aBurnCannotBeStoppedAndSaysSo() {
     bench_.onHint = [] { cli::interruption::request(); };
     const auto result = bench_.run(QStringList{"-y", "capture", "burn", capture_});
