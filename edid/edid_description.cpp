@@ -3,7 +3,8 @@
 #include "edid/edid_readers.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <array>
+#include <charconv>
 
 namespace edid {
 namespace {
@@ -78,9 +79,13 @@ std::string textOf(const Mode& mode) {
   if (mode.width == 0 || mode.height == 0) {
     return "video code " + std::to_string(mode.code);
   }
-  char rate[24];
-  std::snprintf(rate, sizeof rate, " %.2f Hz", mode.refreshMilliHz / 1000.0);
-  return std::to_string(mode.width) + 'x' + std::to_string(mode.height) + (mode.interlaced ? "i" : "") + rate;
+  // Not printf, whose decimal point is that of the locale.
+  std::array<char, 24> rate{};
+  const auto end =
+      std::to_chars(rate.data(), rate.data() + rate.size(), mode.refreshMilliHz / 1000.0, std::chars_format::fixed, 2)
+          .ptr;
+  return std::to_string(mode.width) + 'x' + std::to_string(mode.height) + (mode.interlaced ? "i " : " ") +
+         std::string(rate.data(), end) + " Hz";
 }
 
 const Mode* Description::preferredMode() const {

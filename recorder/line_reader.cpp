@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <limits>
 
 namespace recorder {
@@ -171,9 +170,10 @@ void readAnswer(const Json& json, CallImage& image, std::int64_t& took) {
 }
 
 float percentOf(const std::string& text) {
-  char* end = nullptr;
-  const float percent = std::strtof(text.c_str(), &end);
-  if (text.empty() || *end != '\0') {
+  float percent = 0;
+  const char* const last = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), last, percent);
+  if (error != std::errc() || end != last) {
     failAt("percent", "a number");
   }
   return percent;

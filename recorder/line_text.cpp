@@ -4,7 +4,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 
 namespace recorder {
 namespace {
@@ -140,9 +139,10 @@ std::string percentText(float percent) {
   if (std::isnan(percent)) {
     return "nan";  // some systems write a sign before it
   }
+  // Not printf, whose decimal point is that of the locale.
   std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%.9g", static_cast<double>(percent));
-  return text.data();
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), percent, std::chars_format::general, 9).ptr;
+  return {text.data(), end};
 }
 
 }  // namespace recorder

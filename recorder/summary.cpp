@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <map>
 
@@ -24,7 +25,14 @@ std::string formatted(const char (&format)[size], Values... values) {
   return text.data();
 }
 
-std::string milliseconds(std::int64_t nanoseconds) { return formatted("%.3f", static_cast<double>(nanoseconds) / 1e6); }
+// In any locale with a point.
+std::string milliseconds(std::int64_t nanoseconds) {
+  std::array<char, 64> text{};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), static_cast<double>(nanoseconds) / 1e6,
+                                 std::chars_format::fixed, 3)
+                       .ptr;
+  return {text.data(), end};
+}
 
 std::string headOf(const Recording& recording) {
   const Header& header = recording.header;

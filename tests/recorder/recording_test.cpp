@@ -1,16 +1,20 @@
 #include "recorder/recording.h"
 
 #include "device/boot_packet.h"
+#include "recorder/line_reader.h"
 #include "recorder/packets.h"
 #include "recorder/recorder.h"
 #include "recorder/redaction.h"
 #include "tests/recorder/through.h"
+#include "tests/support/comma_locale.h"
 
 #include <QFile>
 #include <QTest>
 
 #include <cmath>
+#include <limits>
 #include <numeric>
+#include <optional>
 #include <sstream>
 
 namespace {
@@ -71,6 +75,18 @@ std::string verdictOn(const std::string& text) {
   return !walk ? walk.error().text() : walk->complete ? "whole" : "without its end";
 }
 
+// What a reader finds in a line of progress.
+std::optional<float> percentIn(const std::string& text) {
+  recorder::PartMark part;
+  try {
+    const auto line = recorder::readLine(
+        R"({"kind":"progress","call":1,"thread":1,"after":0,"at":0,"percent":")" + text + "\"}", part);
+    return std::get<recorder::ProgressLine>(line).percent;
+  } catch (const recorder::LineError&) {
+    return std::nullopt;
+  }
+}
+
 constexpr const char* kDoesNotFit =
     "the line does not fit those before it: it was changed, or lines are missing or out of order";
 
@@ -110,6 +126,25 @@ class RecordingTest : public QObject {
     }
     QCOMPARE(recorder::percentText(std::nanf("")), std::string("nan"));
     QCOMPARE(recorder::percentText(-std::nanf("")), std::string("nan"));
+  }
+
+  void percentsAreWrittenAndReadWithAPointInAnyLocale() {
+    const CommaLocale locale;
+    const CommaLocale::InUse inUse(locale);
+#ifdef Q_OS_WIN
+    if (!CommaLocale::InUse::works()) {
+      QSKIP("this system has no locale with a decimal comma");
+    }
+#endif
+    QVERIFY2(CommaLocale::InUse::works(), "no locale with a decimal comma can be made: is localedef installed?");
+    QCOMPARE(recorder::percentText(1.5625F), std::string("1.5625"));
+    QCOMPARE(recorder::percentText(1e-30F), std::string("1e-30"));
+    QCOMPARE(percentIn("1.5625"), 1.5625F);
+    QCOMPARE(percentIn("-inf"), -std::numeric_limits<float>::infinity());
+    QVERIFY(std::isnan(*percentIn("nan")));
+    for (const char* text : {"", "1,5625", "1.5x", " 1", "+1"}) {
+      QVERIFY2(!percentIn(text), text);
+    }
   }
 
   void everyFlippedBitIsNoticed() {
