@@ -191,7 +191,10 @@ Header headerOf(const Json& json, PartMark& part) {
   header.utc = textAt(json, "utc");
   header.salt = textAt(json, "salt");
   header.redacted = truthAt(json, "redacted");
-  part = {countAt(json, "part"), textAt(json, "follows")};
+  // All recorders that did not write it kept this many.
+  constexpr std::int64_t kKeptBefore = 16;
+  part = {countAt(json, "part"), textAt(json, "follows"),
+          json.contains("keeps") ? countAt(json, "keeps") : kKeptBefore};
   return header;
 }
 

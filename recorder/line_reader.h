@@ -16,7 +16,8 @@ struct LineError : std::runtime_error {
 /// Which part of a recording a header belongs to.
 struct PartMark {
   std::int64_t part = 1;
-  std::string follows;  ///< chain value of the last line of the part before
+  std::string follows;     ///< chain value of the last line of the part before
+  std::int64_t keeps = 0;  ///< how many parts the recorder keeps; 0 = all
 };
 
 /// Reads a line without its chain value.

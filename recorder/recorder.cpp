@@ -53,7 +53,7 @@ Recorder::Recorder(Options options) : options_(std::move(options)), id_(++record
   if (!options_.auditFile.empty()) {
     audit_.emplace(options_.auditFile, options_.header);
   }
-  file_.emplace(options_.file, options_.header, options_.limits, options_.tell);
+  file_.emplace(options_.file, options_.header, options_.limits, options_.tell, options_.whenTaken);
 }
 
 Recorder::~Recorder() { ProgressSlot::forget(*this); }

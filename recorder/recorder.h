@@ -27,6 +27,7 @@ class Recorder final : private ProgressListener {
     FunctionTable functions{};  ///< of the device library
     std::filesystem::path file;
     RecordingFile::Limits limits = {};
+    RecordingFile::WhenTaken whenTaken = RecordingFile::WhenTaken::kFail;
     std::filesystem::path auditFile = {};  ///< empty = no audit
     Header header = {};                    ///< an empty salt is replaced by a random one
     std::function<void(const std::string&)> tell = [](const std::string&) {};

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <fstream>
 #include <map>
 #include <set>
@@ -21,7 +20,10 @@ constexpr std::size_t kMaxLine = 4 * kMaxBufferSize + 4096;
 /// Goes through the parts of one recording.
 class Walker {
  public:
-  explicit Walker(const Visit& visit, unsigned firstPart = 1) : visit_(visit) { walk_.firstPart = firstPart; }
+  explicit Walker(const Visit& visit, unsigned firstPart = 1, Parts parts = Parts::kAll)
+      : visit_(visit), parts_(parts) {
+    walk_.firstPart = firstPart;
+  }
 
   void walkPart(std::istream& stream, unsigned part) {
     place_ = {part, 0};
@@ -33,6 +35,11 @@ class Walker {
     while (stream.getline(text.data(), static_cast<std::streamsize>(text.size())) || stream.gcount() > 0) {
       ++place_.line;
       const auto count = static_cast<std::size_t>(stream.gcount());
+      if (stream.eof() && parts_ == Parts::kRemaining && !ended_ && (place_.line > 1 || part > walk_.firstPart)) {
+        walk_.cutOff = true;
+        --place_.line;
+        return;
+      }
       if (stream.eof() || stream.fail()) {
         throw LineError(stream.eof() ? "the recording is cut off in this line" : "the line is longer than any can be");
       }
@@ -47,6 +54,11 @@ class Walker {
   /// Whether another part must follow.
   bool continues() const { return ended_ && !walk_.complete; }
   LinePlace place() const { return place_; }
+  /// Whether the recorder would have kept a part before the first one that is there.
+  /// @param last the highest part that is there
+  bool lacksParts(unsigned last) const {
+    return lacksItsBeginning() && (keeps_ == 0 || last - walk_.firstPart + 1 < keeps_);
+  }
 
   Walk result() {
     walk_.parts = place_.part;
@@ -93,7 +105,9 @@ class Walker {
       throw LineError(place_.part == 1 ? "this is not the first part of a recording"
                                        : "this part does not follow the one before it");
     }
-    if (const auto* call = std::get_if<CallLine>(&line)) {
+    if (std::holds_alternative<Header>(line)) {
+      keeps_ = part.keeps;
+    } else if (const auto* call = std::get_if<CallLine>(&line)) {
       checkPlace(call->place);
       ++walk_.ended;
     } else if (const auto* begin = std::get_if<BeginLine>(&line)) {
@@ -131,7 +145,9 @@ class Walker {
   }
 
   const Visit& visit_;
+  Parts parts_;
   LinePlace place_;
+  std::int64_t keeps_ = 0;
   Chain chain_;
   Sha256 hash_;
   Walk walk_;
@@ -188,29 +204,6 @@ class Collector {
   bool hasHeader_ = false;
 };
 
-/// The lowest part that is there; 1 when none is.
-unsigned firstPartOf(const std::filesystem::path& file) {
-  std::error_code error;
-  if (std::filesystem::exists(file, error)) {
-    return 1;
-  }
-  const std::string stem = utf8Of(file.filename()) + ".";
-  unsigned first = 0;
-  for (std::filesystem::directory_iterator entry(file.has_parent_path() ? file.parent_path() : ".", error), end;
-       !error && entry != end; entry.increment(error)) {
-    const std::string name = utf8Of(entry->path().filename());
-    unsigned part = 0;
-    const char* const last = name.data() + name.size();
-    if (name.rfind(stem, 0) == 0) {
-      const auto [read, problem] = std::from_chars(name.data() + stem.size(), last, part);
-      if (problem == std::errc() && read == last && part > 1 && (first == 0 || part < first)) {
-        first = part;
-      }
-    }
-  }
-  return first == 0 ? 1 : first;
-}
-
 template <typename Source>
 tl::expected<Recording, RecordingError> collect(Source& source, const std::filesystem::path& file) {
   Recording recording;
@@ -247,13 +240,19 @@ tl::expected<Walk, RecordingError> walkRecording(std::istream& stream, const std
 }
 
 tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& file, const Visit& visit, Parts parts) {
-  const unsigned first = firstPartOf(file);
+  const unsigned first = std::max(firstPartOf(file), 1U);
   if (first > 1 && parts == Parts::kAll) {
+    auto remaining = walkRecording(
+        file, [](auto, auto&&) {}, Parts::kRemaining);
+    if (!remaining) {
+      return remaining;
+    }
     return failure(utf8Of(file), 0, "the parts before " + utf8Of(partOf(file, first)) + " were removed to save space");
   }
-  Walker walker(visit, first);
+  Walker walker(visit, first, parts);
   std::string name;
-  for (unsigned part = first;; ++part) {
+  unsigned part = first;
+  for (;; ++part) {
     const std::filesystem::path path = partOf(file, part);
     std::error_code ignored;
     std::ifstream stream;
@@ -276,6 +275,10 @@ tl::expected<Walk, RecordingError> walkRecording(const std::filesystem::path& fi
       break;
     }
   }
+  if (walker.lacksParts(part)) {
+    return failure(utf8Of(partOf(file, first)), 0,
+                   "the part before this one is missing; it was not removed to save space");
+  }
   Walk walk = walker.result();
   walk.lastFile = name;
   return walk;
@@ -293,11 +296,6 @@ tl::expected<Recording, RecordingError> readRecording(std::istream& stream, cons
 
 std::string Recording::textOf(LinePlace place) const {
   return utf8Of(partOf(file, place.part)) + ":" + std::to_string(place.line);
-}
-
-std::string utf8Of(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
 }
 
 }  // namespace recorder

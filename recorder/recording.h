@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recorder/line_text.h"
+#include "recorder/part_names.h"
 
 #include <tl/expected.hpp>
 
@@ -65,14 +66,15 @@ struct Walk {
   std::uint64_t ended = 0;              ///< calls that ended
   std::vector<std::uint64_t> underWay;  ///< changing calls that began and did not end
   bool complete = false;                ///< whether the last line is there
+  bool cutOff = false;                  ///< whether half a line follows the last whole one
   std::string lastFile;
   std::size_t lastLine = 0;  ///< of that file
 };
 
 using Visit = std::function<void(LinePlace, Line&&)>;
 
-/// A long recording keeps its newest parts only. What remains can be looked at, but
-/// not replayed or redacted.
+/// A long recording keeps its newest parts only, and one whose writing stopped suddenly may
+/// end in half a line. What remains can be looked at, but not replayed or redacted.
 enum class Parts { kAll, kRemaining };
 
 /// Goes through the parts of a recording line by line, in constant memory, and holds
@@ -115,8 +117,5 @@ struct Recording {
 
 tl::expected<Recording, RecordingError> readRecording(const std::filesystem::path& file, Parts parts = Parts::kAll);
 tl::expected<Recording, RecordingError> readRecording(std::istream& stream, const std::string& name);
-
-/// A path as UTF-8.
-std::string utf8Of(const std::filesystem::path& path);
 
 }  // namespace recorder

@@ -25,11 +25,6 @@ std::FILE* createFile(const std::filesystem::path& file) {
 #endif
 }
 
-std::string nameOf(const std::filesystem::path& file) {
-  const std::u8string name = file.u8string();
-  return {name.begin(), name.end()};
-}
-
 }  // namespace
 
 std::string Chain::text() const {
@@ -48,31 +43,41 @@ void seal(std::string& line, Chain& chain) {
   line += '\n';
 }
 
-std::filesystem::path partOf(const std::filesystem::path& file, unsigned part) {
-  std::filesystem::path path = file;
-  if (part > 1) {
-    path += "." + std::to_string(part);
-  }
-  return path;
-}
-
 RecordingFile::RecordingFile(std::filesystem::path file, const Header& header, Limits limits,
-                             std::function<void(const std::string&)> tell)
+                             std::function<void(const std::string&)> tell, WhenTaken whenTaken)
     : file_(std::move(file)), limits_(limits), tell_(std::move(tell)) {
   writeHeader(header_, header);
-  header_ += ",\"part\":";
-  open();
+  header_ += ",\"keeps\":" + std::to_string(limits_.parts) + ",\"part\":";
+  open(whenTaken);
 }
 
-void RecordingFile::open() {
+std::FILE* RecordingFile::create(WhenTaken whenTaken) {
+  if (whenTaken == WhenTaken::kFail) {
+    return createFile(partOf(file_, part_));
+  }
+  // Another process may take a name between the look into the folder and this.
+  FreeNames names(file_);
+  for (std::filesystem::path name = names.next(); !name.empty(); name = names.next()) {
+    std::FILE* const made = createFile(name);
+    if (made != nullptr || errno != EEXIST) {
+      file_ = std::move(name);
+      return made;
+    }
+  }
+  errno = EEXIST;
+  return nullptr;
+}
+
+void RecordingFile::open(WhenTaken whenTaken) {
   // Binds a part to the one before it.
   std::string line = header_ + std::to_string(part_) + ",\"follows\":\"" + (part_ == 1 ? "" : chain_.text()) + "\"";
-  const std::filesystem::path path = partOf(file_, part_);
-  stream_.reset(createFile(path));
+  stream_.reset(create(whenTaken));
   if (!stream_) {
-    tell_("cannot create " + nameOf(path) + ": " + std::strerror(errno) + "; calls are not recorded");
+    const int error = errno;
+    tell_("cannot create " + utf8Of(partOf(file_, part_)) + ": " + std::strerror(error) + "; calls are not recorded");
     return;
   }
+  made_ = part_;
   chain_ = Chain();
   hash_ = Sha256();
   size_ = 0;
@@ -90,17 +95,25 @@ void RecordingFile::write(std::string& line) {
   }
   stream_.reset();
   ++part_;
-  if (part_ > limits_.parts) {
+  if (limits_.parts != 0 && part_ > limits_.parts) {
     std::error_code ignored;
-    std::filesystem::remove(partOf(file_, part_ - limits_.parts), ignored);
+    std::filesystem::remove(partOf(file_, oldest_++), ignored);
   }
-  open();
+  open(WhenTaken::kFail);
 }
 
 void RecordingFile::finish() {
   if (stream_) {
     writeFooter(true);
     stream_.reset();
+  }
+}
+
+void RecordingFile::discard() {
+  stream_.reset();
+  for (; oldest_ <= made_; ++oldest_) {
+    std::error_code ignored;
+    std::filesystem::remove(partOf(file_, oldest_), ignored);
   }
 }
 
@@ -125,7 +138,7 @@ bool RecordingFile::append(std::string& line) {
 
 void RecordingFile::fail() {
   const std::filesystem::path path = partOf(file_, part_);
-  tell_("cannot write " + nameOf(path) + ": " + std::strerror(errno) + "; calls from here on are not recorded");
+  tell_("cannot write " + utf8Of(path) + ": " + std::strerror(errno) + "; calls from here on are not recorded");
   stream_.reset();
   // Half a line would make the rest look damaged.
   std::error_code ignored;

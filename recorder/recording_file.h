@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recorder/line_text.h"
+#include "recorder/part_names.h"
 #include "recorder/sha256.h"
 
 #include <cstdint>
@@ -37,9 +38,6 @@ class Chain {
 /// Adds chain value, closing brace and line feed to a line.
 void seal(std::string& line, Chain& chain);
 
-/// The name of a recording's n-th file, from 1: FILE, FILE.2, FILE.3 and so on.
-std::filesystem::path partOf(const std::filesystem::path& file, unsigned part);
-
 /// Writes a recording, flushed line by line. When a file cannot be written any
 /// more it keeps what it has, whole lines only, and everything later is dropped.
 /// Not for several threads at once.
@@ -47,12 +45,14 @@ class RecordingFile {
  public:
   struct Limits {
     std::uint64_t partSize = 64U << 20U;  ///< a larger file is followed by the next part
-    unsigned parts = 16;                  ///< how many are kept, the newest ones
+    unsigned parts = 16;                  ///< how many are kept, the newest ones; 0 = all
   };
+  /// What to do when the name of the first file is taken.
+  enum class WhenTaken { kFail, kTakeNextName };
 
   /// @param tell told in one line when something is lost, once
   RecordingFile(std::filesystem::path file, const Header& header, Limits limits,
-                std::function<void(const std::string&)> tell);
+                std::function<void(const std::string&)> tell, WhenTaken whenTaken = WhenTaken::kFail);
   /// Leaves the recording without its last line unless `finish` came before.
   ~RecordingFile() = default;
   RecordingFile(const RecordingFile&) = delete;
@@ -62,12 +62,15 @@ class RecordingFile {
   void write(std::string& line);
   /// Writes the last line, which holds the hash of all before, and closes.
   void finish();
+  /// Closes, and removes the files that this made and no others.
+  void discard();
 
  private:
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
-  void open();
+  std::FILE* create(WhenTaken whenTaken);
+  void open(WhenTaken whenTaken);
   void writeFooter(bool isLast);
   bool append(std::string& line);
   void fail();
@@ -82,6 +85,8 @@ class RecordingFile {
   std::uint64_t size_ = 0;
   std::uint64_t lines_ = 0;
   unsigned part_ = 1;
+  unsigned oldest_ = 1;  ///< the lowest part that is kept
+  unsigned made_ = 0;    ///< the highest part that this made
 };
 
 }  // namespace recorder

@@ -36,29 +36,16 @@ fs::path realLibrary() {
   return named.empty() ? ownFolder() / "vendor" / device::kLibraryName : named;
 }
 
-// A name that nothing has yet: two runs of a program must not mix.
-fs::path freeName(const fs::path& wanted) {
-  std::error_code ignored;
-  fs::path name = wanted;
-  for (int i = 2; fs::exists(name, ignored) && i < 10'000; ++i) {
-    name = wanted.parent_path() / wanted.stem();
-    name += "-" + std::to_string(i);
-    name += wanted.extension();
-  }
-  return name;
-}
-
 fs::path recordingFile(const std::string& utc) {
-  const fs::path named = environmentPath("PELLAVOX_RECORDING");
-  if (!named.empty()) {
-    return freeName(named);
+  if (fs::path named = environmentPath("PELLAVOX_RECORDING"); !named.empty()) {
+    return named;
   }
   std::string name = utc + "-" + std::to_string(processNumber()) + ".jsonl";
   std::erase(name, ':');
   const fs::path folder = ownFolder() / "recordings";
   std::error_code ignored;
   fs::create_directory(folder, ignored);
-  return freeName(folder / name);
+  return folder / name;
 }
 
 /// What this process records with.
@@ -92,6 +79,8 @@ struct Process {
     options.header.redacted = environmentText("PELLAVOX_RECORDING_REDACTED") == "1";
     options.limits.partSize = environmentNumber("PELLAVOX_RECORDING_PART_SIZE", options.limits.partSize);
     options.file = recordingFile(options.header.utc);
+    // Two runs of a program must not mix.
+    options.whenTaken = RecordingFile::WhenTaken::kTakeNextName;
     if (environmentText("PELLAVOX_RECORDING_AUDIT") == "1") {
       options.auditFile = auditFileIn(options.file.parent_path(), options.header);
     }

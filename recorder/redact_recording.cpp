@@ -4,7 +4,7 @@
 
 #include <map>
 #include <optional>
-#include <system_error>
+#include <utility>
 
 namespace recorder {
 namespace {
@@ -12,7 +12,7 @@ namespace {
 /// Writes what it is shown, redacted.
 class RedactingWriter {
  public:
-  explicit RedactingWriter(std::filesystem::path to) : to_(std::move(to)) {}
+  RedactingWriter(std::filesystem::path to, std::uint64_t partSize) : to_(std::move(to)), partSize_(partSize) {}
 
   void write(LinePlace place, Line&& line) {
     if (auto* header = std::get_if<Header>(&line)) {
@@ -39,7 +39,12 @@ class RedactingWriter {
     }
   }
 
-  bool hasBegun() const { return file_.has_value(); }
+  /// Removes what was written.
+  void discard() {
+    if (file_) {
+      file_->discard();
+    }
+  }
   bool wasRedacted() const { return wasRedacted_; }
   const std::string& failure() const { return failure_; }
 
@@ -49,10 +54,13 @@ class RedactingWriter {
     header.redacted = true;
     const Bytes salt = bytesOfHex(header.salt).value_or(Bytes());
     redaction_.emplace(std::string(salt.begin(), salt.end()));
-    file_.emplace(to_, header, RecordingFile::Limits(), [this](const std::string& text) { failure_ = text; });
+    // No part of it may be removed to save space: the copy is the whole recording.
+    file_.emplace(to_, header, RecordingFile::Limits{partSize_, 0},
+                  [this](const std::string& text) { failure_ = text; });
   }
 
   std::filesystem::path to_;
+  std::uint64_t partSize_;
   std::optional<RecordingFile> file_;
   std::optional<Redaction> redaction_;
   std::string text_;
@@ -62,24 +70,18 @@ class RedactingWriter {
 
 }  // namespace
 
-tl::expected<void, RecordingError> redactRecording(const std::filesystem::path& from, const std::filesystem::path& to) {
-  std::optional<RedactingWriter> writer(to);
-  const auto walk = walkRecording(from, [&](LinePlace place, Line&& line) { writer->write(place, std::move(line)); });
-  std::string reason = writer->failure();
-  if (walk && reason.empty() && writer->wasRedacted()) {
+tl::expected<void, RecordingError> redactRecording(const std::filesystem::path& from, const std::filesystem::path& to,
+                                                   std::uint64_t partSize) {
+  RedactingWriter writer(to, partSize);
+  const auto walk = walkRecording(from, [&](LinePlace place, Line&& line) { writer.write(place, std::move(line)); });
+  std::string reason = writer.failure();
+  if (walk && reason.empty() && writer.wasRedacted()) {
     reason = "the recording is redacted already";
   }
   if (walk && reason.empty()) {
     return {};
   }
-  // What exists already belongs to somebody else.
-  const bool isOurs = writer->hasBegun() && writer->failure().rfind("cannot create", 0) != 0;
-  writer.reset();
-  if (isOurs) {
-    std::error_code ignored;
-    for (unsigned part = 1; std::filesystem::remove(partOf(to, part), ignored); ++part) {
-    }
-  }
+  writer.discard();
   return tl::unexpected(walk ? RecordingError{utf8Of(from), 0, reason} : walk.error());
 }
 

@@ -50,7 +50,10 @@ std::string headOf(const Recording& recording) {
     text += "Parts:     from " + std::to_string(recording.walk.firstPart) +
             " on; those before were removed to save space\n";
   }
-  if (!recording.walk.complete) {
+  if (recording.walk.cutOff) {
+    text += "The recording is cut off in line " + std::to_string(recording.walk.lastLine + 1) + " of " +
+            recording.walk.lastFile + ": the program or the computer stopped suddenly.\n";
+  } else if (!recording.walk.complete) {
     text += "The recording ends without its last line: the program did not end in order, or the disk was full.\n";
   }
   return text;

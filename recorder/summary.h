@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recorder/recording.h"
+#include "recorder/recording_file.h"
 
 #include <string>
 
@@ -20,9 +21,11 @@ std::string differencesBetween(const Recording& a, const Recording& b);
 /// Of each value the one that was read last.
 std::string scenarioOf(const Recording& recording);
 
-/// Writes a redacted copy of a recording.
+/// Writes a redacted copy of a recording; of a failed attempt nothing remains.
 /// @param to must not exist
+/// @param partSize bytes after which the copy goes on in the next file; all are kept
 /// @return or why not
-tl::expected<void, RecordingError> redactRecording(const std::filesystem::path& from, const std::filesystem::path& to);
+tl::expected<void, RecordingError> redactRecording(const std::filesystem::path& from, const std::filesystem::path& to,
+                                                   std::uint64_t partSize = RecordingFile::Limits().partSize);
 
 }  // namespace recorder

@@ -25,6 +25,8 @@ constexpr const char* kNotUsed =
 constexpr const char* kNotUsed = "the program did not use the device library";
 #endif
 
+std::filesystem::path pathOfText(const QString& text) { return text.toStdU16String(); }
+
 /// Puts a library of ours before the one that a program would find.
 QProcessEnvironment environmentWith(const char* folder) {
   const QString library =
@@ -65,8 +67,9 @@ bool canBeMade(const QString& path) {
 
 void record(Run& run, const Arguments& arguments) {
   const QString file = QFileInfo(arguments.text("output")).absoluteFilePath();
-  if (QFile::exists(file)) {
-    throw Failure(ExitCode::kRefused, QStringLiteral("%1 exists already").arg(file));
+  if (const unsigned part = recorder::firstPartOf(pathOfText(file)); part != 0) {
+    const std::string taken = recorder::utf8Of(recorder::partOf(pathOfText(file), part));
+    throw Failure(ExitCode::kRefused, QStringLiteral("%1 exists already").arg(QString::fromStdString(taken)));
   }
   QProcessEnvironment environment = environmentWith("recorder");
   environment.insert("PELLAVOX_RECORDING", file);
@@ -80,7 +83,8 @@ void record(Run& run, const Arguments& arguments) {
   }
   const bool isExpected = canBeMade(file);
   const int code = runProgram(arguments.list("PROGRAM"), environment);
-  if (isExpected && !QFile::exists(file)) {
+  // The first parts of a long recording are gone.
+  if (isExpected && recorder::firstPartOf(pathOfText(file)) == 0) {
     throw Failure(ExitCode::kLibrary, kNotUsed);
   }
   run.setExitCode(static_cast<ExitCode>(code));
@@ -88,7 +92,7 @@ void record(Run& run, const Arguments& arguments) {
 
 void replay(Run& run, const Arguments& arguments) {
   // Here already, for a program that never asks for the device library.
-  const auto recording = recorder::walkRecording(arguments.text("FILE").toStdU16String(), [](auto, auto&&) {});
+  const auto recording = recorder::walkRecording(pathOfText(arguments.text("FILE")), [](auto, auto&&) {});
   if (!recording) {
     throw Failure(ExitCode::kRefused, QString::fromStdString(recording.error().text()));
   }

@@ -44,10 +44,11 @@ void checkRecording(Run& run, const Arguments& arguments) {
   if (!walk) {
     throw refusal(walk.error());
   }
+  if (walk->cutOff) {
+    throw refusal({walk->lastFile, walk->lastLine + 1, "the recording is cut off in this line"});
+  }
   if (!walk->complete) {
-    throw Failure(ExitCode::kRefused, textOf(recorder::RecordingError{walk->lastFile, walk->lastLine,
-                                                                      "the recording ends here, without its last line"}
-                                                 .text()));
+    throw refusal({walk->lastFile, walk->lastLine, "the recording ends here, without its last line"});
   }
   Document document("recording");
   document.add("file", "Recording", arguments.text("FILE"));

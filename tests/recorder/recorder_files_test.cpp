@@ -1,7 +1,12 @@
+#include "recorder/summary.h"
 #include "tests/recorder/recordings.h"
 
 #include <QDir>
 #include <QTest>
+
+#include <atomic>
+#include <thread>
+#include <vector>
 
 #ifndef Q_OS_WIN
 #include <csignal>
@@ -10,6 +15,17 @@
 
 using recorder::Recorder;
 using recorder::Recording;
+
+namespace {
+
+void writeAll(const std::filesystem::path& path, const QByteArray& content) {
+  QFile file(QString::fromStdU16String(path.u16string()));
+  if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+    qFatal("%s cannot be written", qPrintable(file.fileName()));
+  }
+}
+
+}  // namespace
 
 /// Files of a recording: parts, old parts that are deleted, and files that cannot be written.
 class RecorderFilesTest : public QObject {
@@ -72,6 +88,125 @@ class RecorderFilesTest : public QObject {
     QVERIFY(!all);
     std::filesystem::remove(recorder::partOf(file, remaining->walk.firstPart + 1));
     QVERIFY(!recorder::readRecording(file, recorder::Parts::kRemaining));
+  }
+
+  void aPartThatTheRecorderHadKeptIsMissed() {
+    const QTemporaryDir folder;
+    const auto file = pathIn(folder, "parts.jsonl");
+    Recorder::Options options = optionsFor(quiet_library::functions(), file);
+    options.limits = {1000, 3};
+    Recorder recorder(options);
+    for (int i = 0; i < 200; ++i) {
+      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
+    }
+    recorder.finish();
+    const unsigned first = recorder::firstPartOf(file);
+    QVERIFY(first > 2);
+    // A full disk in the last part, which the recorder had made room for, is no loss of an earlier one.
+    const auto last = recorder::partOf(file, first + 2);
+    const QByteArray content = contentOf(last);
+    std::filesystem::resize_file(last, 0);
+    QVERIFY(recorder::readRecording(file, recorder::Parts::kRemaining));
+    std::filesystem::remove(last);
+    QVERIFY(!recorder::readRecording(file, recorder::Parts::kRemaining));
+    writeAll(last, content);
+    QVERIFY(recorder::readRecording(file, recorder::Parts::kRemaining));
+
+    std::filesystem::remove(recorder::partOf(file, first));
+    const std::string expected = recorder::utf8Of(recorder::partOf(file, first + 1)) +
+                                 ": the part before this one is missing; it was not removed to save space";
+    QCOMPARE(recorder::readRecording(file, recorder::Parts::kRemaining).error().text(), expected);
+    QCOMPARE(recorder::readRecording(file).error().text(), expected);
+  }
+
+  void aNameIsTakenWhileAnyPartExists() {
+    const QTemporaryDir folder;
+    const auto file = pathIn(folder, "calls.jsonl");
+    QCOMPARE(recorder::firstPartOf(file), 0U);
+    for (const char* other :
+         {"calls.jsonl.02", "calls.jsonl.1", "calls.jsonl.x", "calls-2.jsonl.7", "calls.jsonl.8.9"}) {
+      writeAll(pathIn(folder, other), "");
+    }
+    QCOMPARE(recorder::firstPartOf(file), 0U);
+    writeAll(pathIn(folder, "calls.jsonl.12"), "");
+    QCOMPARE(recorder::firstPartOf(file), 12U);
+    writeAll(pathIn(folder, "calls.jsonl.8"), "");
+    QCOMPARE(recorder::firstPartOf(file), 8U);
+    recorder::FreeNames names(file);
+    QCOMPARE(names.next(), pathIn(folder, "calls-3.jsonl"));
+    QCOMPARE(names.next(), pathIn(folder, "calls-4.jsonl"));
+    writeAll(file, "");
+    QCOMPARE(recorder::firstPartOf(file), 1U);
+  }
+
+  void recordingsThatBeginAtOnceGetANameEach() {
+    constexpr int kRounds = 30;
+    constexpr std::size_t kThreads = 4;
+    for (int round = 0; round < kRounds; ++round) {
+      const QTemporaryDir folder;
+      std::atomic<int> told = 0;
+      std::atomic<std::size_t> ready = 0;
+      std::vector<std::thread> threads;
+      for (std::size_t i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&] {
+          ++ready;
+          while (ready < kThreads) {
+          }
+          recorder::RecordingFile file(
+              pathIn(folder, "calls.jsonl"), {}, {}, [&](const std::string&) { ++told; },
+              recorder::RecordingFile::WhenTaken::kTakeNextName);
+          file.finish();
+        });
+      }
+      for (std::thread& thread : threads) {
+        thread.join();
+      }
+      QCOMPARE(told.load(), 0);
+      QCOMPARE(QDir(folder.path()).entryList(QDir::Files).size(), static_cast<int>(kThreads));
+    }
+  }
+
+  void aRedactedCopyHasAllCallsHoweverManyFilesItFills() {
+    const QTemporaryDir folder;
+    const auto file = pathIn(folder, "calls.jsonl");
+    Recorder recorder(optionsFor(quiet_library::functions(), file));
+    for (int i = 0; i < 200; ++i) {
+      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
+    }
+    recorder.finish();
+    const auto copy = pathIn(folder, "copy.jsonl");
+    QVERIFY(recorder::redactRecording(file, copy, 1000));
+    const Recording redacted = readBack(copy);
+    QCOMPARE(redacted.calls.size(), std::size_t{200});
+    QVERIFY(redacted.header.redacted && redacted.walk.complete && redacted.walk.parts > 16);
+
+    // One of its files missing is never taken for one that was removed to save space.
+    std::filesystem::remove(copy);
+    QVERIFY(!recorder::readRecording(copy, recorder::Parts::kRemaining));
+  }
+
+  void aFailedRedactionRemovesItsOwnFilesOnly() {
+    const QTemporaryDir folder;
+    const auto file = pathIn(folder, "calls.jsonl");
+    Recorder recorder(optionsFor(quiet_library::functions(), file));
+    for (int i = 0; i < 50; ++i) {
+      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
+    }
+    recorder.finish();
+    const auto copy = pathIn(folder, "copy.jsonl");
+    const auto precious = recorder::partOf(copy, 5);
+    writeAll(precious, "precious");
+    const auto failed = recorder::redactRecording(file, copy, 1000);
+    QVERIFY(!failed);
+    QVERIFY2(failed.error().reason.rfind("cannot create " + recorder::utf8Of(precious), 0) == 0,
+             failed.error().reason.c_str());
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), (QStringList{"calls.jsonl", "copy.jsonl.5"}));
+    QCOMPARE(contentOf(precious), QByteArray("precious"));
+
+    std::filesystem::remove(precious);
+    std::filesystem::resize_file(file, std::filesystem::file_size(file) - 5);
+    QVERIFY(!recorder::redactRecording(file, copy, 1000));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{"calls.jsonl"});
   }
 
   void aMissingFolderIsReportedOnceAndTheProgramContinues() {
