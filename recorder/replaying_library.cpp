@@ -8,19 +8,21 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
+#include <string>
 
 namespace recorder {
 namespace {
 
 constexpr std::int32_t kNoRecording = -2'000'000'001;
 
+// One process's report must not replace that of another.
 void report(const std::string& text) {
   const std::filesystem::path file = environmentPath("PELLAVOX_REPLAY_REPORT");
   if (file.empty()) {
     std::fprintf(stderr, "pellavox replay: %s", text.c_str());
     return;
   }
-  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+  std::ofstream stream(file, std::ios::binary | std::ios::app);
   stream << text;
 }
 
@@ -29,6 +31,10 @@ std::unique_ptr<Player> makePlayer() {
   if (!recording) {
     report("unusable: " + recording.error().text() + "\n");
     return nullptr;
+  }
+  // So that a process that is killed during the replay shows.
+  if (!environmentPath("PELLAVOX_REPLAY_REPORT").empty()) {
+    report("begun: process " + std::to_string(processNumber()) + "\n");
   }
   Player::Options options;
   options.atRecordedSpeed = environmentText("PELLAVOX_REPLAY_SPEED") == "recorded";

@@ -1,4 +1,5 @@
 #include "cli/failure.h"
+#include "cli/interruption.h"
 #include "cli/run.h"
 #include "cli/verb.h"
 #include "device/library_name.h"
@@ -10,6 +11,10 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+
+#ifndef _WIN32
+#include <csignal>
+#endif
 
 namespace cli {
 namespace {
@@ -41,6 +46,48 @@ QProcessEnvironment environmentWith(const char* folder) {
   return environment;
 }
 
+#ifndef _WIN32
+/// Ctrl-C at a terminal reaches the program as well, which may be in the middle of a change
+/// and knows what to do.
+class CtrlCLeftToProgram {
+ public:
+  CtrlCLeftToProgram() {
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGINT, &ignore, &before_);
+  }
+  Q_DISABLE_COPY_MOVE(CtrlCLeftToProgram)
+  ~CtrlCLeftToProgram() { sigaction(SIGINT, &before_, nullptr); }
+
+ private:
+  struct sigaction before_ = {};
+};
+#else
+struct CtrlCLeftToProgram {};
+#endif
+
+/// Waits for the program's end, however long it takes. A request to end is passed on to it, once.
+void waitFor(QProcess& process) {
+  constexpr int kSliceMs = 50;
+  bool isAsked = false;
+  while (process.state() != QProcess::NotRunning && !process.waitForFinished(kSliceMs)) {
+    if (!isAsked && interruption::isRequested()) {
+      isAsked = true;
+      process.terminate();
+    }
+  }
+}
+
+/// Whether a program that did not end by itself was asked to end.
+bool wasInterrupted([[maybe_unused]] const QProcess& process) {
+#ifndef _WIN32
+  if (process.exitCode() == SIGINT) {  // which is then the signal's number
+    return true;
+  }
+#endif
+  return interruption::isRequested();
+}
+
 /// Runs the program to its end, its input and output those of this one.
 int runProgram(const QStringList& command, const QProcessEnvironment& environment) {
   QProcess process;
@@ -51,9 +98,13 @@ int runProgram(const QStringList& command, const QProcessEnvironment& environmen
   if (!process.waitForStarted(-1)) {
     throw Failure(ExitCode::kFailed, QStringLiteral("cannot start %1").arg(command.first()));
   }
-  process.waitForFinished(-1);
+  // Not before: the program would inherit it.
+  [[maybe_unused]] const CtrlCLeftToProgram ctrlC;
+  waitFor(process);
   if (process.exitStatus() != QProcess::NormalExit) {
-    throw Failure(ExitCode::kFailed, QStringLiteral("%1 crashed").arg(command.first()));
+    throw wasInterrupted(process)
+        ? Failure(ExitCode::kInterrupted, QStringLiteral("interrupted; %1 was ended").arg(command.first()))
+        : Failure(ExitCode::kFailed, QStringLiteral("%1 crashed").arg(command.first()));
   }
   return process.exitCode();
 }
@@ -84,10 +135,53 @@ void record(Run& run, const Arguments& arguments) {
   const bool isExpected = canBeMade(file);
   const int code = runProgram(arguments.list("PROGRAM"), environment);
   // The first parts of a long recording are gone.
-  if (isExpected && recorder::firstPartOf(pathOfText(file)) == 0) {
+  if (isExpected && recorder::firstPartOf(pathOfText(file)) == 0 && !interruption::isRequested()) {
     throw Failure(ExitCode::kLibrary, kNotUsed);
   }
   run.setExitCode(static_cast<ExitCode>(code));
+}
+
+/// What the processes of a program reported about their replays.
+struct ReplayReports {
+  int begun = 0;
+  int complete = 0;
+  QString unusable;         ///< why the recording is, if it is
+  QStringList differences;  ///< their lines
+};
+
+ReplayReports readReports(const QByteArray& text) {
+  ReplayReports reports;
+  for (const QString& line : QString::fromUtf8(text).split('\n', Qt::SkipEmptyParts)) {
+    if (line.startsWith("begun: ")) {
+      ++reports.begun;
+    } else if (line.startsWith("complete: ")) {
+      ++reports.complete;
+    } else if (line.startsWith("unusable: ")) {
+      reports.unusable = line.section(' ', 1);
+    } else {
+      reports.differences.append(line);
+    }
+  }
+  return reports;
+}
+
+void judgeReplay(Run& run, const ReplayReports& reports) {
+  if (!reports.unusable.isEmpty()) {
+    throw Failure(ExitCode::kRefused, reports.unusable);
+  }
+  if (reports.differences.isEmpty() && reports.complete == reports.begun) {
+    return;
+  }
+  if (interruption::isRequested()) {
+    throw Failure(ExitCode::kInterrupted, "interrupted before the end of the recording");
+  }
+  for (const QString& line : reports.differences) {
+    run.hint(line);
+  }
+  if (reports.differences.isEmpty()) {
+    run.hint("a process of the program ended suddenly during the replay");
+  }
+  throw Failure(ExitCode::kDifference, "the program did not do what was recorded");
 }
 
 void replay(Run& run, const Arguments& arguments) {
@@ -109,16 +203,7 @@ void replay(Run& run, const Arguments& arguments) {
   if (!report.open(QIODevice::ReadOnly)) {
     throw Failure(ExitCode::kLibrary, kNotUsed);
   }
-  const QString text = QString::fromUtf8(report.readAll()).trimmed();
-  if (text.startsWith("unusable: ")) {
-    throw Failure(ExitCode::kRefused, text.mid(QString("unusable: ").size()));
-  }
-  if (!text.startsWith("complete: ")) {
-    for (const QString& line : text.split('\n')) {
-      run.hint(line);
-    }
-    throw Failure(ExitCode::kDifference, "the program did not do what was recorded");
-  }
+  judgeReplay(run, readReports(report.readAll()));
   run.setExitCode(static_cast<ExitCode>(code));
 }
 
