@@ -16,7 +16,9 @@ tl::expected<QByteArray, ImageFailure> readMcuImage(const QString& path) {
   try {
     const bool isSized = file.size() > 0;
     QByteArray content = isSized ? file.readAll() : file.read(kMaxUnsizedImage + 1);
-    if (file.error() == QFileDevice::NoError && (isSized || content.size() <= kMaxUnsizedImage)) {
+    // Of a file too large for one array, Qt gives nothing, and no error.
+    const bool isWhole = isSized ? !content.isEmpty() : content.size() <= kMaxUnsizedImage;
+    if (file.error() == QFileDevice::NoError && isWhole) {
       return content;
     }
   } catch (const std::bad_alloc&) {

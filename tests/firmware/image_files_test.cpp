@@ -29,6 +29,13 @@ class ImageFilesTest : public QObject, private TestFiles {
     QCOMPARE(firmware::readMcuImage(write("empty.bin", {}))->size(), 0);
   }
 
+  void aFileTooLargeForTheMemoryIsNotTakenForAnEmptyOne() {
+    QFile file(path("huge.bin"));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(qint64{3} << 30U));
+    QVERIFY(firmware::readMcuImage(file.fileName()).error() == ImageFailure::kCannotRead);
+    file.remove();
+  }
+
   void onlyAFileGivesAnImage() {
     QVERIFY(firmware::readMcuImage(path("missing.bin")).error() == ImageFailure::kCannotOpen);
     QVERIFY(firmware::readMcuImage(folder()).error() == ImageFailure::kCannotOpen);
