@@ -18,11 +18,13 @@ CLI::Option* addOption(CLI::App& app, const Option& option) {
   if (option.takes == Option::Takes::kNothing) {
     return app.add_flag(option.names, option.help);
   }
+  if (option.takes == Option::Takes::kMaybeValue) {
+    // A flag takes its value from behind an equals sign only, never the next word.
+    return app.add_flag(option.names, option.help)->type_name("[=" + option.value + "]");
+  }
   CLI::Option* added = app.add_option(option.names, option.help);
   added->type_name(option.value.empty() ? "" : option.value)->required(option.required);
-  if (option.takes == Option::Takes::kMaybeValue) {
-    added->expected(0, 1);
-  } else if (option.takes == Option::Takes::kValues) {
+  if (option.takes == Option::Takes::kValues) {
     added->expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args();
   } else {
     added->expected(1)->multi_option_policy(option.takes == Option::Takes::kEach ? CLI::MultiOptionPolicy::TakeAll
@@ -61,7 +63,8 @@ Arguments argumentsOf(const Slot& slot) {
     }
     QStringList values;
     for (const std::string& value : parsed->results()) {
-      if (option->takes != Option::Takes::kNothing && !value.empty()) {
+      const bool isBare = option->takes == Option::Takes::kMaybeValue && value == "true";
+      if (option->takes != Option::Takes::kNothing && !value.empty() && !isBare) {
         values << QString::fromStdString(value);
       }
     }

@@ -77,6 +77,9 @@ class ProcessTest : public QObject {
     row("doctor", 0, "Connected: +yes\n", "^$");
     row("--library /no/such/file.so info", 4, "^$", "^pellavox-cli: .*file\\.so.*\n$");
     row("-d KVR-5B info", 3, "^$", "^pellavox-cli: cannot open KVR-5B \\(5C19:6B02\\).*\n$");
+    row("i2c get --wait 50 0 4", 0, "^([0-9A-F]{2} ?){4}\n$", "^$");
+    row("--wait=0.1 -d KVR-5B info", 3, "^$", "^pellavox-cli: cannot open KVR-5B \\(5C19:6B02\\).*\n$");
+    row("--wait 5 info", 2, "^$", "^pellavox-cli: .*\n$");
     row("--wait=nan info", 2, "^$", "^pellavox-cli: .*nan.*\n$");
     row("nonsense", 2, "^$", "^pellavox-cli: .*\n$");
     row("-qj nonsense", 2, "\"exitCode\": 2", "^$");
