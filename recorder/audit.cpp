@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 
 namespace recorder {
@@ -23,6 +24,19 @@ OrderedJson objectIn(const OrderedJson& json, const std::string& key) {
 }
 
 int numberOf(const std::string& text) { return static_cast<int>(std::strtol(text.c_str(), nullptr, 10)); }
+
+/// An earlier report; empty if it cannot be one. Opening a pipe would wait for a writer.
+std::string contentOf(const std::filesystem::path& file) {
+  constexpr std::uintmax_t kLongest = 16 * 1024 * 1024;
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error) || std::filesystem::file_size(file, error) > kLongest) {
+    return {};
+  }
+  std::ifstream stream(file, std::ios::binary);
+  std::ostringstream content;
+  content << stream.rdbuf();
+  return content.str();
+}
 
 }  // namespace
 
@@ -127,6 +141,13 @@ bool Audit::write() const {
   }
   std::filesystem::path fresh = file_;
   fresh += ".new";
+  std::error_code error;
+  // Whatever else has one of the names stays, and nobody waits for a pipe.
+  for (const std::filesystem::path& path : {file_, fresh}) {
+    if (const auto type = std::filesystem::status(path, error); exists(type) && !is_regular_file(type)) {
+      return false;
+    }
+  }
   {
     std::ofstream stream(fresh, std::ios::binary | std::ios::trunc);
     stream << report.dump(2, ' ', true, OrderedJson::error_handler_t::replace) << "\n";
@@ -134,14 +155,12 @@ bool Audit::write() const {
       return false;
     }
   }
-  std::error_code error;
   std::filesystem::rename(fresh, file_, error);
   return !error;
 }
 
 void Audit::read() {
-  std::ifstream stream(file_, std::ios::binary);
-  const OrderedJson report = stream ? OrderedJson::parse(stream, nullptr, false) : OrderedJson();
+  const OrderedJson report = OrderedJson::parse(contentOf(file_), nullptr, false);
   if (!report.is_object() || report.value("library_sha256", OrderedJson()) != OrderedJson(sha256_)) {
     return;
   }

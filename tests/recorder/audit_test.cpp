@@ -3,6 +3,7 @@
 #include "recorder/recorder.h"
 #include "tests/recorder/through.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -13,6 +14,10 @@
 #include <atomic>
 #include <cstring>
 #include <thread>
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 namespace {
 
@@ -42,8 +47,7 @@ std::int32_t burn(const char* /*path*/, RTICE_ProgressCallback progress) {
   return 0;
 }
 
-template <typename Program>
-QJsonObject audited(const QTemporaryDir& folder, const char* recording, const Program& program) {
+recorder::Recorder::Options optionsIn(const QTemporaryDir& folder, const char* recording) {
   recorder::Recorder::Options options;
   options.functions = quiet_library::functions();
   quiet_library::put(options.functions, Operation::AT_EDID_Get_EDID_mode, &writeTooMuch);
@@ -53,7 +57,12 @@ QJsonObject audited(const QTemporaryDir& folder, const char* recording, const Pr
   options.header.library = "library.so";
   options.header.librarySha256 = "0123456789abcdef";
   options.auditFile = recorder::auditFileIn(pathIn(folder, ""), options.header);
-  recorder::Recorder recorder(options);
+  return options;
+}
+
+template <typename Program>
+QJsonObject audited(const QTemporaryDir& folder, const char* recording, const Program& program) {
+  recorder::Recorder recorder(optionsIn(folder, recording));
   program(recorder);
   recorder.finish();
   QFile file(folder.filePath("audit-0123456789ab.json"));
@@ -119,6 +128,28 @@ class AuditTest : public QObject {
     QCOMPARE(callbacks["on_other_threads"].toInt(), 1);
     QCOMPARE(callbacks["after_the_call"].toInt(), 1);
   }
+
+#ifndef _WIN32
+  void whatIsNoReportDisturbsNobody_data() {
+    QTest::addColumn<QString>("name");
+    QTest::newRow("the report") << "audit-0123456789ab.json";
+    QTest::newRow("the next report") << "audit-0123456789ab.json.new";
+  }
+  void whatIsNoReportDisturbsNobody() {
+    QFETCH(QString, name);
+    const auto program = [](auto& target) { THROUGH(target, openPort); };
+    const QTemporaryDir folder;
+    QVERIFY(QDir(folder.path()).mkdir(name));
+    QVERIFY(audited(folder, "a.jsonl", program).isEmpty());
+    QVERIFY(QDir(folder.path()).rmdir(name));
+    QVERIFY(mkfifo(QFile::encodeName(folder.filePath(name)).constData(), 0600) == 0);
+    recorder::Recorder recorder(optionsIn(folder, "b.jsonl"));
+    program(recorder);
+    recorder.finish();
+    QVERIFY(QFile::remove(folder.filePath(name)));
+    QVERIFY(!audited(folder, "c.jsonl", program).isEmpty());
+  }
+#endif
 
   void laterRunsAddToTheReportAndShowWhatIsNew() {
     const QTemporaryDir folder;
