@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <map>
 #include <string_view>
+#include <tuple>
 
 namespace recorder {
 namespace {
@@ -16,23 +17,45 @@ namespace {
 using device::Operation;
 using OrderedJson = nlohmann::ordered_json;
 
-/// A signal that the simulated device knows, told apart by size and rate alone.
+/// What tells a signal that the simulated device knows from its others.
 struct KnownSignal {
   std::string_view name;
   unsigned width;
   unsigned height;
-  unsigned hundredthsOfHertz;
+  int hundredthsOfHertz;
+  // Codes of the receiver's record.
+  unsigned colorSpace = kRgb;
+  unsigned hdr = kSdr;
+  bool isInterlaced = false;
+
+  enum : std::uint8_t { kRgb = 0, k422 = 1, k444 = 2, k420 = 3 };
+  enum : std::uint8_t { kSdr = 0, kHdr10 = 1, kHlg = 0x11, kHdr10Plus = 0x20, kDolby = 0x30, kDolbyLowLatency = 0x31 };
 };
 
-constexpr std::array kSignals{
-    KnownSignal{"480p59.94", 720, 480, 5994},   KnownSignal{"480p60-dvi", 640, 480, 5994},
-    KnownSignal{"576p50", 720, 576, 5000},      KnownSignal{"720p60", 1280, 720, 6000},
-    KnownSignal{"1080i50", 1920, 1080, 5000},   KnownSignal{"1080p24", 1920, 1080, 2400},
-    KnownSignal{"1080p60", 1920, 1080, 6000},   KnownSignal{"1080p120", 1920, 1080, 12000},
-    KnownSignal{"1200p60", 1920, 1200, 6000},   KnownSignal{"1440p144", 2560, 1440, 14400},
-    KnownSignal{"2160p30", 3840, 2160, 3000},   KnownSignal{"2160p60-420", 3840, 2160, 6000},
-    KnownSignal{"2160p120", 3840, 2160, 12000},
-};
+constexpr auto kSignals = [] {
+  using Known = KnownSignal;
+  return std::to_array<Known>({
+      {"480p59.94", 720, 480, 5994, Known::k444},
+      {"480p60-dvi", 640, 480, 5994},
+      {"576p50", 720, 576, 5000, Known::k444},
+      {"720p60", 1280, 720, 6000, Known::k444},
+      {"1080i50", 1920, 1080, 5000, Known::k422, Known::kSdr, true},
+      {"1080p24", 1920, 1080, 2400, Known::k444},
+      {"1080p50", 1920, 1080, 5000, Known::k444},
+      {"1080p60", 1920, 1080, 6000},
+      {"1080p120", 1920, 1080, 12000},
+      {"1200p60", 1920, 1200, 6000},
+      {"1440p144", 2560, 1440, 14400},
+      {"2160p24-dolby-vision", 3840, 2160, 2400, Known::kRgb, Known::kDolby},
+      {"2160p30", 3840, 2160, 3000},
+      {"2160p59.94-hlg", 3840, 2160, 5994, Known::k422, Known::kHlg},
+      {"2160p60-420", 3840, 2160, 6000, Known::k420},
+      {"2160p60-dolby-vision-ll", 3840, 2160, 6000, Known::k422, Known::kDolbyLowLatency},
+      {"2160p60-hdr10", 3840, 2160, 6000, Known::k420, Known::kHdr10},
+      {"2160p60-hdr10plus", 3840, 2160, 6000, Known::k422, Known::kHdr10Plus},
+      {"2160p120", 3840, 2160, 12000, Known::kRgb, Known::kHdr10},
+  });
+}();
 
 /// The last successful reads of a recording.
 class LastReads {
@@ -100,23 +123,30 @@ void addIdentity(OrderedJson& scenario, const LastReads& reads) {
   add("serialNumber", Operation::AT_USB_Get_SerialNum, 100);
 }
 
+/// The nearest one: of its size and scan, at most 1 Hz away. Dynamic range counts more
+/// than colours, these more than the rate.
 std::string signalOf(const Bytes& record) {
   const unsigned height = device::readU16le(record, 0x06);
   const unsigned width = device::readU16le(record, 0x08);
-  const int rate = device::readU16le(record, 0x0E);
   if (width == 0 || height == 0) {
     return "none";
   }
-  std::string_view nearest;
-  int distance = 100;
+  const bool isInterlaced = (record[0x00] & 1U) != 0;
+  const auto differences = [&record](const KnownSignal& signal) {
+    const int rate = device::readU16le(record, 0x0E);
+    return std::tuple(signal.hdr != record[0x12], signal.colorSpace != record[0x19],
+                      std::abs(rate - signal.hundredthsOfHertz));
+  };
+  const KnownSignal* nearest = nullptr;
   for (const KnownSignal& signal : kSignals) {
-    const int away = std::abs(rate - static_cast<int>(signal.hundredthsOfHertz));
-    if (signal.width == width && signal.height == height && away < distance) {
-      nearest = signal.name;
-      distance = away;
+    constexpr int kOneHertz = 100;
+    const bool isNear = signal.width == width && signal.height == height && signal.isInterlaced == isInterlaced &&
+                        std::get<2>(differences(signal)) < kOneHertz;
+    if (isNear && (nearest == nullptr || differences(signal) < differences(*nearest))) {
+      nearest = &signal;
     }
   }
-  return std::string(nearest);
+  return nearest == nullptr ? std::string() : std::string(nearest->name);
 }
 
 void addSignal(OrderedJson& scenario, const LastReads& reads) {

@@ -168,6 +168,21 @@ class SummaryTest : public QObject {
     QVERIFY(std::filesystem::exists(redacted));
   }
 
+  void eachSignalOfTheSimulatedDeviceIsFoundAgain() {
+    const QTemporaryDir folder;
+    int number = 0;
+    for (const std::string& name : simulator::knownSignals()) {
+      const std::string device = "{\"model\": \"KVR-5B\", \"signal\": \"" + name + "\"}";
+      QCOMPARE(QByteArray::fromStdString(simulator::loadScenario(device)), QByteArray());
+      simulator::useVirtualTime();
+      const auto file =
+          recorded(folder, std::to_string(++number).c_str(), [](auto& target) { readEverything(target); });
+      const std::string scenario = recorder::scenarioOf(readBack(file));
+      QVERIFY2(contains(scenario, "\": \"" + name + '"'), (name + ": " + scenario).c_str());
+    }
+    QVERIFY(number > 15);
+  }
+
   void aRecordedDeviceBecomesAScenario() {
     const QTemporaryDir folder;
     const auto real = recorded(folder, "real.jsonl", [](auto& target) { readEverything(target); });
