@@ -19,18 +19,20 @@ constexpr int kMostBytes = 16 * 1024 * 1024;
   throw DatabaseError(extended == SQLITE_OK ? code : extended, QString::fromUtf8(text));
 }
 
-void bindValue(sqlite3_stmt* statement, int index, const SqlValue& value) {
+int bindValue(sqlite3_stmt* statement, int index, const SqlValue& value) {
   if (const auto* number = std::get_if<std::int64_t>(&value)) {
-    sqlite3_bind_int64(statement, index, *number);
-  } else if (const auto* real = std::get_if<double>(&value)) {
-    sqlite3_bind_double(statement, index, *real);
-  } else if (const auto* text = std::get_if<std::string>(&value)) {
-    sqlite3_bind_text64(statement, index, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
-  } else if (const auto* blob = std::get_if<Blob>(&value)) {
-    sqlite3_bind_blob64(statement, index, blob->data(), blob->size(), SQLITE_TRANSIENT);
-  } else {
-    sqlite3_bind_null(statement, index);
+    return sqlite3_bind_int64(statement, index, *number);
   }
+  if (const auto* real = std::get_if<double>(&value)) {
+    return sqlite3_bind_double(statement, index, *real);
+  }
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    return sqlite3_bind_text64(statement, index, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  }
+  if (const auto* blob = std::get_if<Blob>(&value)) {
+    return sqlite3_bind_blob64(statement, index, blob->data(), blob->size(), SQLITE_TRANSIENT);
+  }
+  return sqlite3_bind_null(statement, index);
 }
 
 int openFlags(Database::Access access) {
@@ -65,7 +67,9 @@ void Statement::Finalize::operator()(sqlite3_stmt* statement) const { sqlite3_fi
 Statement& Statement::with(const std::vector<SqlValue>& values) {
   sqlite3_reset(statement_.get());
   for (std::size_t i = 0; i < values.size(); ++i) {
-    bindValue(statement_.get(), static_cast<int>(i) + 1, values[i]);
+    if (const int code = bindValue(statement_.get(), static_cast<int>(i) + 1, values[i]); code != SQLITE_OK) {
+      fail(database_, code);
+    }
   }
   return *this;
 }

@@ -42,6 +42,7 @@ class Statement {
   Statement(sqlite3* database, const std::string& sql);
 
   /// Binds all parameters in order and starts from the beginning.
+  /// @throws DatabaseError, also for a value larger than any row of a ledger
   Statement& with(const std::vector<SqlValue>& values);
   /// Goes to the next row.
   /// @return false after the last one

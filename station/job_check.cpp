@@ -4,9 +4,9 @@
 #include "edid/edid_check.h"
 #include "firmware/capture_image.h"
 #include "session/device_types.h"
+#include "station/file_hash.h"
 #include "station/ledger.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -19,17 +19,6 @@ namespace station {
 namespace {
 
 constexpr qint64 kMostTableBytes = 512;
-constexpr qint64 kMostKeyBytes = qint64{1024} * 1024;
-
-/// Hash of a file that is there and not empty.
-std::optional<QString> hashOf(const QString& path) {
-  QFile file(path);
-  QCryptographicHash hash(QCryptographicHash::Sha256);
-  if (!device::openRegularFile(file, QIODevice::ReadOnly) || file.size() == 0 || !hash.addData(&file)) {
-    return std::nullopt;
-  }
-  return QString::fromLatin1(hash.result().toHex());
-}
 
 device::UsbIds idsOf(const QString& model) {
   const session::DeviceIds ids = session::deviceIds(model == QLatin1String("KVR-7") ? 0 : 1);
@@ -84,7 +73,12 @@ class Checker {
 };
 
 bool Checker::checkHash(const QString& path, const QString& wanted, const QString& place) {
-  const auto hash = hashOf(path);
+  // Of tables and images alike; a table's own limit comes later.
+  if (QFileInfo(path).size() > kMostImageBytes) {
+    mistake(job_.path, place, QStringLiteral("%1 has more than %2 bytes").arg(path).arg(kMostImageBytes));
+    return false;
+  }
+  const auto hash = hashOfFile(path, kMostImageBytes);
   if (!hash) {
     mistake(job_.path, place, QStringLiteral("%1 is empty or cannot be read; put the file there").arg(path));
     return false;
@@ -137,7 +131,7 @@ void Checker::checkKeys() {
   QStringList hashes;
   for (const QFileInfo& file : folder.entryInfoList(QDir::Files, QDir::Name)) {
     const QString path = file.absoluteFilePath();
-    const auto hash = file.size() <= kMostKeyBytes ? hashOf(path) : std::nullopt;
+    const auto hash = hashOfFile(path, kMostKeyBytes);
     if (!hash) {
       mistake(path, {}, QStringLiteral("is no key: it is empty, too large or cannot be read; remove it"));
     } else if (const auto [same, isNew] = files.emplace(*hash, path); !isNew) {

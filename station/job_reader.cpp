@@ -354,7 +354,7 @@ QString mistakeInSerialNumber(const QString& serial, const SerialRule& rule) {
   }
   if (serial.size() > kMaxSerialLength) {
     return QStringLiteral("serial number %1 has %2 characters, more than %3")
-        .arg(serial)
+        .arg(shortened(serial))
         .arg(serial.size())
         .arg(kMaxSerialLength);
   }

@@ -1,14 +1,12 @@
 #include "station/ledger.h"
 
-#include "device/regular_file.h"
 #include "station/chain.h"
+#include "station/file_hash.h"
 #include "station/job_reader.h"
 #include "station/ledger_open.h"
 #include "station/ledger_rows.h"
 
-#include <QCryptographicHash>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -21,9 +19,7 @@ using Kind = LedgerError::Kind;
 QString aboutSerial(const QString& serial) { return QStringLiteral("serial number %1").arg(serial); }
 QString aboutAttempt(std::int64_t attempt) { return QStringLiteral("attempt %1").arg(attempt); }
 
-bool isTaken(const Database& database, const QString& serial) {
-  return database.number("SELECT count(*) FROM serials WHERE serial = ?", {sqlText(serial)}) > 0;
-}
+bool isTaken(const Database& database, const QString& serial) { return TakenSerials(database).has(serial); }
 
 /// A serial number and where it came from.
 struct Chosen {
@@ -42,13 +38,14 @@ QStringList listOf(const SerialRule& rule) {
 }
 
 Chosen nextOfList(const Database& database, const SerialRule& rule) {
-  Statement next = database.prepare(
-      "SELECT value FROM json_each(?) WHERE value NOT IN (SELECT serial FROM serials) ORDER BY key LIMIT 1");
-  if (!next.with({sqlText(jsonOf(listOf(rule)))}).next()) {
-    throw LedgerFailure(Kind::kExhausted,
-                        QStringLiteral("every serial number of %1 is taken; add more").arg(rule.listFile));
+  TakenSerials taken(database);
+  for (const QString& serial : listOf(rule)) {
+    if (!taken.has(serial)) {
+      return {serial, "list"};
+    }
   }
-  return {next.text(0), "list"};
+  throw LedgerFailure(Kind::kExhausted,
+                      QStringLiteral("every serial number of %1 is taken; add more").arg(rule.listFile));
 }
 
 Chosen nextOfCounter(const Database& database, const SerialRule& rule) {
@@ -114,33 +111,31 @@ Facts imagesOf(const Job& job) {
   return images;
 }
 
-QString hashOfKey(const QString& path) {
-  QFile file(path);
-  QCryptographicHash hash(QCryptographicHash::Sha256);
-  if (!device::openRegularFile(file, QIODevice::ReadOnly) || !hash.addData(&file) || file.size() == 0) {
-    throw LedgerFailure(Kind::kRefused, QStringLiteral("the key file %1 is empty or cannot be read").arg(path));
-  }
-  return QString::fromLatin1(hash.result().toHex());
-}
-
-/// The first file whose content no unit has had.
+/// The first file whose content no unit has had. Files of used names come last: as a
+/// rule they are used keys, which need not be read each time.
 TakenKey nextKey(const Database& database, const QString& folder) {
-  QStringList paths;
+  Statement ofName = database.prepare("SELECT 1 FROM keys WHERE file = ?");
+  Statement ofContent = database.prepare("SELECT 1 FROM keys WHERE sha256 = ?");
+  QStringList fresh;
+  QStringList used;
   for (const QFileInfo& file : QDir(folder).entryInfoList(QDir::Files, QDir::Name)) {
-    paths << file.absoluteFilePath();
+    const QString path = file.absoluteFilePath();
+    (ofName.with({sqlText(path)}).next() ? used : fresh) << path;
   }
-  Statement left =
-      database.prepare("SELECT value FROM json_each(?) WHERE value NOT IN (SELECT file FROM keys) ORDER BY key");
-  left.with({sqlText(jsonOf(paths))});
-  while (left.next()) {
-    const QString path = left.text(0);
-    const QString hash = hashOfKey(path);
-    if (database.number("SELECT count(*) FROM keys WHERE sha256 = ?", {sqlText(hash)}) == 0) {
-      return {path, hash};
+  for (const QString& path : fresh + used) {
+    const auto hash = hashOfFile(path, kMostKeyBytes);
+    if (hash && !ofContent.with({sqlText(*hash)}).next()) {
+      return {path, *hash};
+    }
+    // A used key may have been wiped.
+    if (!hash && !used.contains(path)) {
+      throw LedgerFailure(Kind::kRefused,
+                          QStringLiteral("the key file %1 is empty, too large or cannot be read").arg(path));
     }
   }
-  throw LedgerFailure(Kind::kExhausted,
-                      QStringLiteral("no unused key is left in %1 (%2 files)").arg(folder).arg(paths.size()));
+  throw LedgerFailure(
+      Kind::kExhausted,
+      QStringLiteral("no unused key is left in %1 (%2 files)").arg(folder).arg(fresh.size() + used.size()));
 }
 
 constexpr const char* kKeysOfSerial =

@@ -142,9 +142,9 @@ class Ledger {
   /// Errors: kExhausted when list or counter is at its end, kRefused as above.
   LedgerResult<Attempt> begin(const Job& job, const AttemptStart& start);
 
-  /// Takes the first file of the folder, by name, whose content no unit has had;
-  /// call before the key is burnt. A key that was taken for this unit before and not
-  /// burnt for sure is recorded as lost.
+  /// Takes the first file of the folder, by name, whose content no unit has had, those
+  /// that have the name of a used key last; call before the key is burnt. A key that
+  /// was taken for this unit before and not burnt for sure is recorded as lost.
   /// Errors: kExhausted when no file is left.
   LedgerResult<TakenKey> takeKey(std::int64_t attempt, const QString& folder);
   /// Records that a key went into no unit that can be sold.

@@ -1,8 +1,5 @@
 #include "station/ledger_rows.h"
 
-#include "station/database.h"
-
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -50,8 +47,12 @@ Facts factsOf(const QString& json) {
   return facts;
 }
 
-QString jsonOf(const QStringList& texts) {
-  return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(texts)).toJson(QJsonDocument::Compact));
+TakenSerials::TakenSerials(const Database& database)
+    : row_(database.prepare("SELECT 1 FROM serials WHERE serial = ?")) {}
+
+bool TakenSerials::has(const QString& serial) {
+  // A line of a file may be longer than what the database takes.
+  return serial.size() <= kMaxSerialLength && row_.with({sqlText(serial)}).next();
 }
 
 std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt) {

@@ -1,21 +1,25 @@
 #pragma once
 
+#include "station/database.h"
 #include "station/ledger.h"
-
-#include <QStringList>
 
 /// Conversions between the ledger's rows and its types; not for others.
 namespace station {
-
-class Database;
 
 /// A JSON object in one line.
 QString jsonOf(const Facts& facts);
 /// Empty for a text that is no JSON object of texts.
 Facts factsOf(const QString& json);
 
-/// A JSON array of texts.
-QString jsonOf(const QStringList& texts);
+/// The serial numbers that are taken; quick for many questions.
+class TakenSerials {
+ public:
+  explicit TakenSerials(const Database& database);
+  bool has(const QString& serial);
+
+ private:
+  Statement row_;
+};
 
 /// The steps of an attempt, in their order.
 std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt);

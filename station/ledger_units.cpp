@@ -1,6 +1,10 @@
 #include "station/ledger_open.h"
 #include "station/ledger_rows.h"
 
+#include <algorithm>
+#include <iterator>
+
+
 namespace station {
 namespace {
 
@@ -14,23 +18,17 @@ std::vector<TakenKey> keysOf(const Database& database, std::int64_t attempt) {
   return keys;
 }
 
-QStringList textsOf(Statement& rows) {
-  QStringList texts;
-  while (rows.next()) {
-    texts << rows.text(0);
-  }
-  return texts;
-}
-
 }  // namespace
 
 const Database& Ledger::database() const { return state_->opened.database; }
 
 LedgerResult<QStringList> Ledger::freeSerials(const QStringList& serials) const {
   return guarded(path(), {}, [&] {
-    Statement rows = state_->database().prepare(
-        "SELECT value FROM json_each(?) WHERE value NOT IN (SELECT serial FROM serials) ORDER BY key");
-    return textsOf(rows.with({sqlText(jsonOf(serials))}));
+    TakenSerials taken(state_->database());
+    QStringList free;
+    std::copy_if(serials.begin(), serials.end(), std::back_inserter(free),
+                 [&taken](const QString& serial) { return !taken.has(serial); });
+    return free;
   });
 }
 
@@ -40,9 +38,11 @@ LedgerResult<std::int64_t> Ledger::nextNumber(const SerialRule& rule) const {
 
 LedgerResult<QStringList> Ledger::freeKeys(const QStringList& hashes) const {
   return guarded(path(), {}, [&] {
-    Statement rows = state_->database().prepare(
-        "SELECT value FROM json_each(?) WHERE value NOT IN (SELECT sha256 FROM keys) ORDER BY key");
-    return textsOf(rows.with({sqlText(jsonOf(hashes))}));
+    Statement taken = state_->database().prepare("SELECT 1 FROM keys WHERE sha256 = ?");
+    QStringList free;
+    std::copy_if(hashes.begin(), hashes.end(), std::back_inserter(free),
+                 [&taken](const QString& hash) { return !taken.with({sqlText(hash)}).next(); });
+    return free;
   });
 }
 

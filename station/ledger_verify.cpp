@@ -60,7 +60,8 @@ struct Reader {
 /// One walk along the chain.
 class ChainWalk {
  public:
-  ChainWalk(const Database& database, QString head) : database_(database), wanted_(std::move(head)) {}
+  ChainWalk(const Database& database, QString head)
+      : database_(database), wanted_(std::move(head)), isWantedThere_(wanted_ == hexOf(before_)) {}
 
   Verification walk();
 
@@ -75,10 +76,10 @@ class ChainWalk {
   void checkStructure();
 
   const Database& database_;
+  SqlValue before_ = Blob(32);  // the head of a ledger without rows
   QString wanted_;
-  bool isWantedThere_ = false;
+  bool isWantedThere_;
   std::int64_t last_ = 0;
-  SqlValue before_ = Blob(32);
   Verification verification_;
 };
 

@@ -1,6 +1,7 @@
 #include "station/unit_files.h"
 
 #include "device/regular_file.h"
+#include "station/file_hash.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -8,15 +9,12 @@
 namespace station {
 namespace {
 
-// The capture chip's flash holds no more.
-constexpr qint64 kLargest = qint64{64} * 1024 * 1024;
-
 tl::expected<QByteArray, QString> readHeld(const QString& path, const QString& sha256) {
   QFile file(path);
   if (!device::openRegularFile(file, QIODevice::ReadOnly)) {
     return tl::make_unexpected(QStringLiteral("%1 cannot be read").arg(path));
   }
-  const QByteArray bytes = file.read(kLargest);
+  const QByteArray bytes = file.read(kMostImageBytes);
   if (file.error() != QFileDevice::NoError || !file.atEnd()) {
     return tl::make_unexpected(QStringLiteral("%1 cannot be read whole").arg(path));
   }

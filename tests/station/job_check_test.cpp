@@ -14,6 +14,7 @@ class JobCheckTest : public QObject {
   void aBareJobHasNoMistakes();
   void images_data();
   void images();
+  void anImageThatTheRunRefusesIsRefused();
   void anEdidThatIsRefusedIsNamedByItsByte();
   void lists_data();
   void lists();
@@ -74,6 +75,16 @@ void JobCheckTest::images() {
   Job job = bareJob(bench);
   job.capture = Image{bench.write("image", content), hashOf(hashed), "V1"};
   QCOMPARE(linesOf(checkJob(job, nullptr), bench), mistake.isEmpty() ? QStringList() : QStringList(mistake));
+}
+
+void JobCheckTest::anImageThatTheRunRefusesIsRefused() {
+  const StationBench bench;
+  QFile file(bench.write("image", "KVR-7"));
+  QVERIFY(file.open(QIODevice::ReadWrite) && file.resize(qint64{64} * 1024 * 1024 + 1));
+  Job job = bareJob(bench);
+  job.capture = Image{file.fileName(), QString(64, '0'), "V1"};
+  QCOMPARE(linesOf(checkJob(job, nullptr), bench),
+           QStringList("line.json: /capture: image has more than 67108864 bytes"));
 }
 
 void JobCheckTest::anEdidThatIsRefusedIsNamedByItsByte() {

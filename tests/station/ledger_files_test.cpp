@@ -26,6 +26,9 @@ class LedgerFilesTest : public QObject {
   void filesThatAreNotLedgersAreRefused();
   void aCutLedgerIsNoticed();
   void aHugeFileIsRefusedAtOnce();
+  void aHugeValueIsAnError();
+  void aHugeListHasItsNumbersLeft();
+  void theHeadOfAnEmptyLedgerIsThatOfEveryChain();
   void aLedgerThatVanishesTakesNoMoreRows();
 };
 
@@ -223,6 +226,43 @@ void LedgerFilesTest::aHugeFileIsRefusedAtOnce() {
   const auto ledger = Ledger::open(bench.ledgerPath(), LedgerAccess::kWrite);
   QVERIFY(!ledger.has_value());
   QCOMPARE(ledger.error().kind, Kind::kNoLedger);
+}
+
+void LedgerFilesTest::aHugeValueIsAnError() {
+  const Database database(":memory:", Database::Access::kCreate);
+  const std::string huge(std::size_t{17} * 1024 * 1024, 'x');
+  QVERIFY_EXCEPTION_THROWN(database.number("SELECT ? IS NULL", {huge}), DatabaseError);
+  QVERIFY_EXCEPTION_THROWN(database.number("SELECT ? IS NULL", {Blob(huge.begin(), huge.end())}), DatabaseError);
+}
+
+// More than one value of the database can hold.
+void LedgerFilesTest::aHugeListHasItsNumbersLeft() {
+  const StationBench bench;
+  bench.write("list", "A1\nA2\n" + QByteArray(17 * 1024 * 1024, 'x') + "\nA3\n");
+  const Job job = bench.job(R"({"from": "list", "file": "list"})");
+  Ledger ledger = bench.open();
+  for (const char* serial : {"A1", "A2"}) {
+    QCOMPARE(StationBench::must(ledger.begin(job, StationBench::start())).serial, QString(serial));
+  }
+  const auto list = readSerialList(job.serial.listFile);
+  QCOMPARE(StationBench::must(ledger.freeSerials(*list)), list->mid(2));
+  // The long line is named as what it is.
+  const auto refused = ledger.begin(job, StationBench::start());
+  QVERIFY(!refused.has_value());
+  QCOMPARE(refused.error().kind, Kind::kRefused);
+  QVERIFY(refused.error().message.contains("has 17825792 characters, more than 16"));
+  QVERIFY(refused.error().message.size() < 400);
+}
+
+void LedgerFilesTest::theHeadOfAnEmptyLedgerIsThatOfEveryChain() {
+  const StationBench bench;
+  Ledger ledger = bench.open();
+  const QString head = StationBench::must(verifyLedger(bench.ledgerPath())).head;
+  QCOMPARE(head, QString(64, '0'));
+  QCOMPARE(StationBench::must(verifyLedger(bench.ledgerPath(), head)).found, QStringList());
+  StationBench::must(ledger.begin(bench.job(kCounter), StationBench::start()));
+  QCOMPARE(StationBench::must(verifyLedger(bench.ledgerPath(), head)).found, QStringList());
+  QCOMPARE(StationBench::must(verifyLedger(bench.ledgerPath(), QString(64, '1'))).found.size(), 1);
 }
 
 void LedgerFilesTest::aLedgerThatVanishesTakesNoMoreRows() {
