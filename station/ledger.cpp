@@ -174,6 +174,17 @@ void requireKnown(const Database& database, const QString& serial) {
   }
 }
 
+int appendRework(Ledger::State& state, const QString& serial, const QString& operatorName, const QString& reason) {
+  const int round = roundOf(state.database(), serial) + 1;
+  appendRow(state.database(), "reworks",
+            {{"serial", sqlText(serial)},
+             {"round", std::int64_t{round}},
+             {"operator", sqlText(operatorName)},
+             {"reason", sqlText(reason)},
+             {"at", sqlText(state.now())}});
+  return round;
+}
+
 void appendEnd(Ledger::State& state, const Attempt& attempt, const AttemptEnd& end) {
   appendRow(state.database(), "ends",
             {{"attempt", attempt.id},
@@ -223,7 +234,10 @@ LedgerResult<Attempt> Ledger::begin(const Job& job, const AttemptStart& start) {
                  {"station", sqlText(start.station)},
                  {"taken", now}});
     }
-    const int round = roundOf(database, chosen.serial);
+    int round = roundOf(database, chosen.serial);
+    if (!start.rework.isEmpty() && hasPassed(database, chosen.serial, round)) {
+      round = appendRework(*state_, chosen.serial, start.operatorName, start.rework);
+    }
     const std::int64_t id = appendRow(database, "attempts",
                                       {{"serial", sqlText(chosen.serial)},
                                        {"round", std::int64_t{round}},
@@ -288,14 +302,7 @@ LedgerResult<> Ledger::end(std::int64_t attempt, const AttemptEnd& end) {
 LedgerResult<int> Ledger::rework(const QString& serial, const QString& operatorName, const QString& reason) {
   return state_->change(aboutSerial(serial), [&] {
     requireKnown(state_->database(), serial);
-    const int round = roundOf(state_->database(), serial) + 1;
-    appendRow(state_->database(), "reworks",
-              {{"serial", sqlText(serial)},
-               {"round", std::int64_t{round}},
-               {"operator", sqlText(operatorName)},
-               {"reason", sqlText(reason)},
-               {"at", sqlText(state_->now())}});
-    return round;
+    return appendRework(*state_, serial, operatorName, reason);
   });
 }
 

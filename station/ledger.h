@@ -34,6 +34,8 @@ struct AttemptStart {
   QString program;    ///< name and version
   QString library;    ///< file name and version or hash
   QString recording;  ///< name of the recording; empty = none is made
+  /// Why a unit that has passed gets a further round; empty = it gets none.
+  QString rework = {};
 };
 
 /// An attempt under way.
@@ -94,6 +96,8 @@ struct UnitState {
   bool isKnown = false;
   bool hasPassed = false;  ///< in its present round
   bool isScrapped = false;
+  bool isCarried = false;  ///< a unit carried the number when the station last read or wrote it
+  bool isShared = false;   ///< units that came with different numbers were worked on under this one
   int round = 0;
   std::optional<std::int64_t> openAttempt;
   QString keySha256;  ///< of the key that was taken for it and is not lost; empty = none
@@ -138,7 +142,8 @@ class Ledger {
   QString copyOfOlder() const;
 
   /// Begins an attempt; call before the first write to the device. Takes the serial
-  /// number in the same step, so that none is lost or given twice.
+  /// number and begins the further round in the same step, so that none is lost or
+  /// given twice.
   /// Errors: kExhausted when list or counter is at its end, kRefused as above.
   LedgerResult<Attempt> begin(const Job& job, const AttemptStart& start);
 

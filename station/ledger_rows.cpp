@@ -68,6 +68,11 @@ std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt) 
   return steps;
 }
 
+bool hasPassed(const Database& database, const QString& serial, int round) {
+  return database.number("SELECT count(*) FROM ends WHERE serial = ? AND round = ? AND result = 'PASS'",
+                         {sqlText(serial), std::int64_t{round}}) > 0;
+}
+
 std::int64_t nextNumberOf(const Database& database, const SerialRule& rule) {
   return std::max(rule.first,
                   database.number("SELECT max(number) + 1 FROM serials WHERE counter = ?", {sqlText(rule.prefix)}));

@@ -24,6 +24,9 @@ class TakenSerials {
 /// The steps of an attempt, in their order.
 std::vector<StepRecord> stepsOf(const Database& database, std::int64_t attempt);
 
+/// Whether a unit has passed in a round.
+bool hasPassed(const Database& database, const QString& serial, int round);
+
 /// The number behind the last one of the rule's counter.
 std::int64_t nextNumberOf(const Database& database, const SerialRule& rule);
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
-
+#include <set>
 
 namespace station {
 namespace {
@@ -16,6 +16,29 @@ std::vector<TakenKey> keysOf(const Database& database, std::int64_t attempt) {
     keys.push_back({rows.text(0), rows.text(1)});
   }
   return keys;
+}
+
+/// What the steps of its attempts tell of who carries a number.
+void findCarrier(const Database& database, const QString& serial, UnitState& unit) {
+  Statement steps = database.prepare(
+      "SELECT name, outcome, details FROM steps JOIN attempts ON attempts.seq = steps.attempt "
+      "WHERE attempts.serial = ? ORDER BY steps.seq");
+  steps.with({sqlText(serial)});
+  std::set<QString> others;  // that the units carried before
+  while (steps.next()) {
+    const QString name = steps.text(0);
+    const Facts details = factsOf(steps.text(2));
+    if (const auto read = details.find(QStringLiteral("serialNumber")); read != details.end()) {
+      unit.isCarried = read->second == serial;
+      if (!unit.isCarried && name != QLatin1String("compare")) {
+        others.insert(read->second);
+      }
+    } else if (name == nameOf(Step::kSerial) && stepOutcomeOf(steps.text(1)) != StepOutcome::kFailed) {
+      // A write that was not verified says nothing: the unit may not have taken it.
+      unit.isCarried = true;
+    }
+  }
+  unit.isShared = others.size() > 1;
 }
 
 }  // namespace
@@ -79,8 +102,8 @@ LedgerResult<UnitState> Ledger::unit(const QString& serial) const {
     unit.isKnown = database.number("SELECT count(*) FROM serials WHERE serial = ?", of) > 0;
     unit.isScrapped = database.number("SELECT count(*) FROM scraps WHERE serial = ?", of) > 0;
     unit.round = static_cast<int>(database.number("SELECT count(*) FROM reworks WHERE serial = ?", of));
-    unit.hasPassed = database.number("SELECT count(*) FROM ends WHERE serial = ? AND round = ? AND result = 'PASS'",
-                                     {sqlText(serial), std::int64_t{unit.round}}) > 0;
+    unit.hasPassed = hasPassed(database, serial, unit.round);
+    findCarrier(database, serial, unit);
     const std::int64_t open = database.number(
         "SELECT attempts.seq FROM attempts LEFT JOIN ends ON ends.attempt = attempts.seq "
         "WHERE attempts.serial = ? AND ends.seq IS NULL",

@@ -24,6 +24,10 @@ int ShiftEnd::passed() const {
       std::count_if(units.begin(), units.end(), [](const UnitEnd& unit) { return unit.result == UnitResult::kPass; }));
 }
 
+bool ShiftEnd::hasBegun() const {
+  return std::any_of(units.begin(), units.end(), [](const UnitEnd& unit) { return unit.isBegun; });
+}
+
 // Each part returns false once the shift is over.
 
 ShiftEnd Shift::run() {
@@ -39,6 +43,11 @@ bool Shift::isComplete() const { return options_.count && static_cast<int>(end_.
 bool Shift::fail(const QString& problem) {
   end_.problem = problem;
   return false;
+}
+
+bool Shift::fail(const LedgerError& error) {
+  end_.ledgerError = error;
+  return fail(error.message);
 }
 
 std::optional<QString> Shift::ask(const QString& question) {
@@ -58,7 +67,7 @@ std::optional<QString> Shift::ask(const QString& question) {
 bool Shift::settleUnfinished() {
   const auto unfinished = tools_.ledger.unfinished(options_.start.station);
   if (!unfinished) {
-    return fail(unfinished.error().message);
+    return fail(unfinished.error());
   }
   return std::all_of(unfinished->begin(), unfinished->end(), [this](const OpenAttempt& one) { return settle(one); });
 }
@@ -99,7 +108,7 @@ bool Shift::scrap(const OpenAttempt& interrupted) {
   const auto scrapped =
       tools_.ledger.scrap(serial, options_.start.operatorName, QStringLiteral("interrupted, and not resumed"));
   if (!scrapped) {
-    return fail(scrapped.error().message);
+    return fail(scrapped.error());
   }
   tools_.display.say(QStringLiteral("%1 is scrapped: put the unit where nobody sells it.").arg(serial));
   return true;
@@ -113,11 +122,14 @@ bool Shift::resume(const OpenAttempt& interrupted) {
     if (tools_.link.open(std::nullopt, &identity, &reason) != DeviceLink::Wait::kThere) {
       return false;
     }
-    const QString mistake = mistakeInUnit(identity, interrupted, tools_.job);
-    if (mistake.isEmpty()) {
+    const auto mistake = mistakeInUnit(identity, interrupted, tools_.job, tools_.ledger);
+    if (!mistake) {
+      return fail(mistake.error());
+    }
+    if (mistake->isEmpty()) {
       return close(UnitRun(tools_).resume(identity, interrupted));
     }
-    tools_.display.say(QStringLiteral("This is another unit: %1. Unplug it.").arg(mistake));
+    tools_.display.say(QStringLiteral("This is another unit: %1. Unplug it.").arg(*mistake));
     if (tools_.link.waitUntilUnplugged() != DeviceLink::Wait::kThere) {
       return false;
     }
@@ -170,7 +182,7 @@ bool Shift::close(const UnitEnd& unit) {
   end_.units.push_back(unit);
   tools_.display.verdict(unit.result, unit.serial, unit.reason, unit.sentence);
   if (unit.ledgerError) {
-    return fail(unit.ledgerError->message);
+    return fail(*unit.ledgerError);
   }
   return isComplete() || tools_.link.waitUntilUnplugged() == DeviceLink::Wait::kThere;
 }

@@ -23,9 +23,12 @@ struct ShiftOptions {
 /// The outcome of a shift.
 struct ShiftEnd {
   std::vector<UnitEnd> units;
-  QString problem;  ///< why it ended before its time; one clause, empty = it did not
+  QString problem;                              ///< why it ended before its time; one clause, empty = it did not
+  std::optional<LedgerError> ledgerError = {};  ///< set where that is the ledger's
 
   int passed() const;
+  /// Whether the ledger has an attempt of one unit at least.
+  bool hasBegun() const;
 };
 
 /// Unit after unit: takes the serial number, waits for the unit, runs it, shows what
@@ -49,6 +52,7 @@ class Shift {
   std::optional<QString> ask(const QString& question);
   bool close(const UnitEnd& unit);
   bool fail(const QString& problem);
+  bool fail(const LedgerError& error);
   bool isComplete() const;
 
   const ShiftTools& tools_;

@@ -79,36 +79,39 @@ QStringList compareUnit(const Job& job, const UnitFiles& files, const QString& s
   return problems;
 }
 
-tl::expected<QString, NotAdmitted> admit(const Job& job, Ledger& ledger, const Identity& identity,
-                                         const AttemptStart& start) {
+tl::expected<AttemptStart, NotAdmitted> admit(const Job& job, const Ledger& ledger, const Identity& identity,
+                                              AttemptStart start) {
   const QString& carried = identity.serialNumber;
   const auto own = ledger.unit(carried);
   if (!own) {
     return refused(own.error());
   }
   const QString wanted = start.serial.isEmpty() && own->isKnown ? carried : start.serial;
-  if (own->isKnown && wanted != carried) {
-    return refused(QStringLiteral("the unit is %1 in the ledger, not %2").arg(carried, wanted));
-  }
   if (wanted.isEmpty()) {
-    return QString();
+    return start;
   }
   const auto unit = ledger.unit(wanted);
   if (!unit) {
     return refused(unit.error());
   }
+  const QString mistake = mistakeInNumber(carried, *own, wanted, *unit);
+  if (own->isKnown && !mistake.isEmpty()) {
+    return refused(mistake);  // tells more than what the other number has been through
+  }
   if (unit->isScrapped) {
     return refused(QStringLiteral("%1 was scrapped").arg(wanted));
   }
-  if (unit->hasPassed) {
-    if (job.rework == Rework::kRefuse || wanted != carried) {
-      return refused(QStringLiteral("%1 has passed already").arg(wanted));
-    }
-    if (const auto round = ledger.rework(wanted, start.operatorName, QStringLiteral("plugged in again")); !round) {
-      return refused(round.error());
-    }
+  if (unit->hasPassed && (job.rework == Rework::kRefuse || wanted != carried)) {
+    return refused(QStringLiteral("%1 has passed already").arg(wanted));
   }
-  return wanted;
+  if (!mistake.isEmpty()) {
+    return refused(mistake);
+  }
+  start.serial = wanted;
+  if (unit->hasPassed) {
+    start.rework = QStringLiteral("plugged in again");
+  }
+  return start;
 }
 
 }  // namespace station

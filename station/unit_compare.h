@@ -3,6 +3,7 @@
 #include "station/ledger.h"
 #include "station/unit_files.h"
 #include "station/unit_steps.h"
+#include "station/unit_watch.h"
 
 #include <QStringList>
 #include <tl/expected.hpp>
@@ -25,9 +26,10 @@ struct NotAdmitted {
 /// Whether the unit that is plugged in may be processed, and under which serial
 /// number: the one scanned; for a job with a list or a counter the one it carries
 /// already, if the ledger knows it, else empty (the ledger takes the next one).
-/// Begins a further round in the ledger for a unit that has passed, where the job
-/// allows that.
-tl::expected<QString, NotAdmitted> admit(const Job& job, Ledger& ledger, const Identity& identity,
-                                         const AttemptStart& start);
+/// @param start its `serial` as scanned, or empty
+/// @return the start to begin the attempt with; a unit that has passed gets a further
+///         round, where the job allows that
+tl::expected<AttemptStart, NotAdmitted> admit(const Job& job, const Ledger& ledger, const Identity& identity,
+                                              AttemptStart start);
 
 }  // namespace station

@@ -96,9 +96,13 @@ UnitEnd UnitRun::abandon(const OpenAttempt& interrupted, const QString& reason) 
 // In doubt a key counts as lost: it must never go into two units.
 void UnitRun::settleKey(const OpenAttempt& interrupted, bool carriesSerial) {
   const auto unit = require(tools_.ledger.unit(serial_));
-  const bool isDoubtful = !interrupted.keys.empty() && !wasDone(interrupted, Step::kKey);
-  isKeyBurnt_ = carriesSerial && !unit.keySha256.isEmpty() && !isDoubtful;
-  if (!isKeyBurnt_ && !unit.keySha256.isEmpty()) {
+  if (unit.keySha256.isEmpty()) {
+    return;
+  }
+  const bool isOwn = !interrupted.keys.empty();
+  if (carriesSerial && (!isOwn || wasDone(interrupted, Step::kKey))) {
+    isKeyBurnt_ = isOwn || !unit.isShared;
+  } else {
     require(tools_.ledger.loseKey(*attempt_, unit.keySha256, QStringLiteral("interrupted around its burn")));
   }
 }
@@ -115,7 +119,7 @@ void UnitRun::beginAttempt(const AttemptStart& start) {
   serial_ = attempt->serial;
 }
 
-void UnitRun::begin(const Identity& identity, AttemptStart start) {
+void UnitRun::begin(const Identity& identity, const AttemptStart& start) {
   begun_ = tools_.outside.now();
   const auto admitted = admit(tools_.job, tools_.ledger, identity, start);
   if (!admitted) {
@@ -125,12 +129,12 @@ void UnitRun::begin(const Identity& identity, AttemptStart start) {
     }
     throw RunEnded{UnitResult::kError, admitted.error().reason};
   }
-  start.serial = *admitted;
-  beginAttempt(start);
+  beginAttempt(*admitted);
   watch_.begin(identity, serial_);
   before_ = factsOf(identity);
   const auto unit = require(tools_.ledger.unit(serial_));
-  isKeyBurnt_ = watch_.carriesSerial() && !unit.keySha256.isEmpty();
+  // Where two units may carry the number, either may have the key.
+  isKeyBurnt_ = watch_.carriesSerial() && !unit.keySha256.isEmpty() && !unit.isShared;
   StepRecord step;
   step.name = QStringLiteral("identify");
   step.details = before_;
@@ -262,20 +266,33 @@ StepReport UnitRun::writeEdidRule() {
     whole.ending = part.ending == StepEnding::kAlready ? whole.ending : part.ending;
     return part.ending == StepEnding::kDone || part.ending == StepEnding::kAlready;
   };
-  for (const auto& [slot, table] : tools_.files.edid) {
+  bool isFirst = true;
+  const auto look = [&] {
     stopIfRequested();
+    if (!std::exchange(isFirst, false)) {  // who came before the first one has looked
+      watch_.lookAgain(nameOf(Step::kEdid), isKeyBurnt_ || key_);
+    }
+  };
+  for (const auto& [slot, table] : tools_.files.edid) {
+    look();
     if (!add(writeEdid(slot, table))) {
       whole.problem = QStringLiteral("slot %1: %2").arg(slot).arg(whole.problem);
       return whole;
     }
   }
   const EdidRule& rule = tools_.job.edid;
-  if (rule.mode && !add(setEdidMode(*rule.mode))) {
-    whole.problem = QStringLiteral("mode: %1").arg(whole.problem);
-    return whole;
+  if (rule.mode) {
+    look();
+    if (!add(setEdidMode(*rule.mode))) {
+      whole.problem = QStringLiteral("mode: %1").arg(whole.problem);
+      return whole;
+    }
   }
-  if (rule.defaultSlot && !add(setEdidSlot(*rule.defaultSlot))) {
-    whole.problem = QStringLiteral("slot in use: %1").arg(whole.problem);
+  if (rule.defaultSlot) {
+    look();
+    if (!add(setEdidSlot(*rule.defaultSlot))) {
+      whole.problem = QStringLiteral("slot in use: %1").arg(whole.problem);
+    }
   }
   return whole;
 }

@@ -58,7 +58,7 @@ class UnitRun {
   UnitEnd finish(const std::function<void()>& work);
   UnitEnd notBegun(UnitEnd end) const;
   void doUnit();
-  void begin(const Identity& identity, AttemptStart start);
+  void begin(const Identity& identity, const AttemptStart& start);
   void beginAttempt(const AttemptStart& start);
   void settleKey(const OpenAttempt& interrupted, bool carriesSerial);
 

@@ -171,29 +171,46 @@ Identity identityOf(const Facts& facts) {
   return identity;
 }
 
-QString mistakeInUnit(const Identity& identity, const OpenAttempt& interrupted, const Job& job) {
-  if (identity.serialNumber == interrupted.attempt.serial) {
+QString mistakeInNumber(const QString& carried, const UnitState& own, const QString& wanted, const UnitState& unit) {
+  if (carried == wanted) {
+    return {};
+  }
+  if (own.isKnown) {
+    return QStringLiteral("the unit is %1 in the ledger, not %2").arg(carried, wanted);
+  }
+  return unit.isCarried ? QStringLiteral("%1 is the number of another unit").arg(wanted) : QString();
+}
+
+LedgerResult<QString> mistakeInUnit(const Identity& identity, const OpenAttempt& interrupted, const Job& job,
+                                    const Ledger& ledger) {
+  const QString& carried = identity.serialNumber;
+  const QString& wanted = interrupted.attempt.serial;
+  if (carried == wanted) {
     return {};
   }
   const auto& steps = interrupted.steps;
   const auto identified = std::find_if(steps.begin(), steps.end(),
                                        [](const StepRecord& step) { return step.name == QLatin1String("identify"); });
   if (identified == steps.end()) {
-    return {};  // nothing was written yet: any unit will do
+    // Nothing was written yet: any unit will do that could have begun the attempt.
+    return ledger.unit(carried).and_then([&](const UnitState& own) {
+      return ledger.unit(wanted).map(
+          [&](const UnitState& unit) { return mistakeInNumber(carried, own, wanted, unit); });
+    });
   }
   const Identity before = identityOf(identified->details);
   for (const IdentityField& field : kFields) {
     const QString& found = identity.*field.text;
-    const Wanted wanted = wantedOf(field, job, interrupted.attempt.serial);
-    const bool isDone = wanted.step && std::any_of(steps.begin(), steps.end(), [&wanted](const StepRecord& step) {
-                          return step.name == nameOf(*wanted.step) && step.outcome != StepOutcome::kFailed;
+    const Wanted becomes = wantedOf(field, job, wanted);
+    const bool isDone = becomes.step && std::any_of(steps.begin(), steps.end(), [&becomes](const StepRecord& step) {
+                          return step.name == nameOf(*becomes.step) && step.outcome != StepOutcome::kFailed;
                         });
-    const bool fits = isDone
-                          ? found == wanted.text
-                          : found == before.*field.text || (wanted.step && (found == wanted.text || found.isEmpty())) ||
-                                (isName(field) && job.capture);
+    const bool fits = isDone ? found == becomes.text
+                             : found == before.*field.text ||
+                                   (becomes.step && (found == becomes.text || found.isEmpty())) ||
+                                   (isName(field) && job.capture);
     if (!fits) {
-      return differs(field, isDone ? wanted.text : before.*field.text, found);
+      return differs(field, isDone ? becomes.text : before.*field.text, found);
     }
   }
   return {};

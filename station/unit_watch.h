@@ -62,8 +62,15 @@ class UnitWatch {
 Facts factsOf(const Identity& identity);
 Identity identityOf(const Facts& facts);
 
+/// Whether a unit can be that of another serial number than it carries.
+/// @param own what the ledger knows of the number that it carries
+/// @param unit what it knows of the wanted one
+/// @return why not, one clause; empty = it can
+QString mistakeInNumber(const QString& carried, const UnitState& own, const QString& wanted, const UnitState& unit);
+
 /// Whether the unit that is plugged in can be the one of an attempt that was cut off.
 /// @return why not, one clause; empty = it can
-QString mistakeInUnit(const Identity& identity, const OpenAttempt& interrupted, const Job& job);
+LedgerResult<QString> mistakeInUnit(const Identity& identity, const OpenAttempt& interrupted, const Job& job,
+                                    const Ledger& ledger);
 
 }  // namespace station

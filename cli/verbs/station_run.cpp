@@ -113,11 +113,29 @@ Document shiftDocument(const station::ShiftEnd& end, const station::Ledger& ledg
   return document;
 }
 
+ExitCode exitCodeOf(const station::ShiftEnd& end) {
+  if (end.ledgerError) {
+    const ExitCode code = ledgerFailure(*end.ledgerError).code;
+    // Once a unit was begun, nobody can say that nothing was written.
+    return code == ExitCode::kRefused && end.hasBegun() ? ExitCode::kFailed : code;
+  }
+  if (!end.problem.isEmpty() || end.passed() != static_cast<int>(end.units.size())) {
+    return ExitCode::kFailed;
+  }
+  return end.units.empty() && interruption::isRequested() ? ExitCode::kInterrupted : ExitCode::kDone;
+}
+
 void runStation(Run& run, const Arguments& arguments) {
   if (run.options().dryRun) {
     throw Failure(ExitCode::kUsage, "station run has no dry run; station check tells what a job lacks");
   }
-  const station::AttemptStart start = attemptStart(run, arguments);
+  station::ShiftOptions shift;
+  shift.start = attemptStart(run, arguments);
+  shift.unfinished = unfinishedArgument(arguments);
+  shift.readLine = run.console().readLine;
+  if (arguments.has("count")) {
+    shift.count = static_cast<int>(arguments.number("count", 1, kMostUnits));
+  }
   const station::Job job = jobArgument(arguments.text("JOB"));
   requireFiles(job);
   const auto files = station::readUnitFiles(job);
@@ -134,26 +152,13 @@ void runStation(Run& run, const Arguments& arguments) {
                            {console.showsErrorsAtTerminal, console.usesColour && options.colour, options.quiet});
   const station::Surroundings outside{console.pause, console.now, interruption::isRequested};
   station::DeviceLink link(options.ids, outside);
-  station::ShiftOptions shift;
-  shift.start = start;
-  shift.unfinished = unfinishedArgument(arguments);
-  shift.readLine = console.readLine;
-  if (arguments.has("count")) {
-    shift.count = static_cast<int>(arguments.number("count", 1, kMostUnits));
-  }
   const station::ShiftTools tools{job, *files, ledger, display, link, outside};
   const station::ShiftEnd end = station::Shift(tools, shift).run();
   if (!end.problem.isEmpty()) {
     display.say(QStringLiteral("The shift ends: %1.").arg(end.problem));
   }
   run.finish(shiftDocument(end, ledger));
-  if (!end.units.empty() && end.units.back().ledgerError) {
-    run.setExitCode(ledgerFailure(*end.units.back().ledgerError).code);
-  } else if (!end.problem.isEmpty() || end.passed() != static_cast<int>(end.units.size())) {
-    run.setExitCode(ExitCode::kFailed);
-  } else if (end.units.empty() && interruption::isRequested()) {
-    run.setExitCode(ExitCode::kInterrupted);
-  }
+  run.setExitCode(exitCodeOf(end));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "device/RTICE_SDK_x64.h"
 #include "station/ledger.h"
+#include "station/ledger_verify.h"
 #include "tests/cli/cli_bench.h"
 
 #include <QCryptographicHash>
@@ -225,3 +226,26 @@ class ShiftBench {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
   }
 };
+
+/// The results that a shift showed, for example "PASS LN000001".
+inline QStringList resultsOf(const CliBench::Result& result) {
+  QStringList results;
+  for (const QByteArray& line : result.err.split('\n')) {
+    const QString word = QString::fromUtf8(line).section(QLatin1Char(' '), 0, 0);
+    if (QStringList{"PASS", "FAIL", "ERROR", "TIMEOUT", "ABORTED"}.contains(word)) {
+      results << QString::fromUtf8(line).section(':', 0, 0).simplified();
+    }
+  }
+  return results;
+}
+
+/// What the verification of a ledger finds.
+inline QStringList faultsOf(const QString& ledger) {
+  const auto verified = station::verifyLedger(ledger);
+  return verified ? verified->found : QStringList(verified.error().message);
+}
+
+inline station::UnitState unitOf(const QString& ledger, const QString& serial) {
+  const auto opened = station::Ledger::open(ledger, station::LedgerAccess::kRead);
+  return opened ? opened->unit(serial).value_or(station::UnitState()) : station::UnitState();
+}

@@ -1,5 +1,4 @@
 #include "station/display.h"
-#include "station/ledger_verify.h"
 #include "tests/station/shift_bench.h"
 
 #include <QProcess>
@@ -39,28 +38,6 @@ constexpr int kMomentsApart = 89;
 
 /// Ends a run as a crash would.
 struct Crash {};
-
-/// The results that a shift showed, for example "PASS LN000001".
-QStringList resultsOf(const CliBench::Result& result) {
-  QStringList results;
-  for (const QByteArray& line : result.err.split('\n')) {
-    const QString word = QString::fromUtf8(line).section(QLatin1Char(' '), 0, 0);
-    if (QStringList{"PASS", "FAIL", "ERROR", "TIMEOUT", "ABORTED"}.contains(word)) {
-      results << QString::fromUtf8(line).section(':', 0, 0).simplified();
-    }
-  }
-  return results;
-}
-
-QStringList faultsOf(const QString& ledger) {
-  const auto verified = station::verifyLedger(ledger);
-  return verified ? verified->found : QStringList(verified.error().message);
-}
-
-station::UnitState unitOf(const QString& ledger, const QString& serial) {
-  const auto opened = station::Ledger::open(ledger, station::LedgerAccess::kRead);
-  return opened ? opened->unit(serial).value_or(station::UnitState()) : station::UnitState();
-}
 
 /// Runs one unit and cuts it off at the given event; false if the unit ended first.
 bool runUntil(ShiftBench& bench, int moment, const std::function<void()>& cut) {
