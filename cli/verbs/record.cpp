@@ -165,15 +165,20 @@ ReplayReports readReports(const QByteArray& text) {
   return reports;
 }
 
+/// @throws Failure unless all processes replayed the whole recording
 void judgeReplay(Run& run, const ReplayReports& reports) {
   if (!reports.unusable.isEmpty()) {
     throw Failure(ExitCode::kRefused, reports.unusable);
   }
-  if (reports.differences.isEmpty() && reports.complete == reports.begun) {
+  const bool isWhole = reports.differences.isEmpty() && reports.complete == reports.begun;
+  if (isWhole && reports.begun > 0) {
     return;
   }
   if (interruption::isRequested()) {
     throw Failure(ExitCode::kInterrupted, "interrupted before the end of the recording");
+  }
+  if (isWhole) {
+    throw Failure(ExitCode::kLibrary, kNotUsed);
   }
   for (const QString& line : reports.differences) {
     run.hint(line);
@@ -199,11 +204,9 @@ void replay(Run& run, const Arguments& arguments) {
     environment.insert("PELLAVOX_REPLAY_SPEED", "recorded");
   }
   const int code = runProgram(arguments.list("PROGRAM"), environment);
-  QFile report(reportFile);
-  if (!report.open(QIODevice::ReadOnly)) {
-    throw Failure(ExitCode::kLibrary, kNotUsed);
-  }
-  judgeReplay(run, readReports(report.readAll()));
+  QFile reports(reportFile);
+  // There is none when no process used the library.
+  judgeReplay(run, readReports(reports.open(QIODevice::ReadOnly) ? reports.readAll() : QByteArray()));
   run.setExitCode(static_cast<ExitCode>(code));
 }
 

@@ -29,6 +29,23 @@ EndedProcess record(const QString& file, const QStringList& program,
   return run(QStringList{"record", "-o", file} + program, environment);
 }
 
+// Starts it, waits until it prints something, asks it to end and waits for that.
+EndedProcess askedToEnd(const QStringList& arguments) {
+  QProcess process;
+  process.start(COMMAND_LINE, arguments);
+  EndedProcess ended;
+  if (!process.waitForReadyRead(30'000)) {
+    qFatal("it prints nothing");
+  }
+  ::kill(static_cast<pid_t>(process.processId()), SIGTERM);
+  if (process.waitForFinished(30'000) && process.exitStatus() == QProcess::NormalExit) {
+    ended.code = process.exitCode();
+  }
+  ended.out = process.readAllStandardOutput();
+  ended.err = process.readAllStandardError();
+  return ended;
+}
+
 EndedProcess check(const QString& file) { return run({"recording", "check", file}, withoutDevice()); }
 
 }  // namespace
@@ -191,17 +208,26 @@ class RecordedProgramsTest : public QObject {
     QFETCH(int, code);
     const TestFiles files;
     const QString file = files.path("t.jsonl");
-    QProcess process;
-    process.start(COMMAND_LINE, QStringList{"record", "-o", file} + shell(script));
-    QVERIFY(process.waitForReadyRead(30'000));
-    ::kill(static_cast<pid_t>(process.processId()), SIGTERM);
-    const bool ended = process.waitForFinished(30'000);
-    QVERIFY2(ended, "it runs on");
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QVERIFY2(process.exitCode() == code, process.readAllStandardError());
+    REQUIRE_CODE(askedToEnd(QStringList{"record", "-o", file} + shell(script)), code);
     if (script.contains("$CLI")) {
       REQUIRE_CODE(check(file), 0);
     }
+  }
+
+  void aReplayThatIsAskedToEndWasNoDifference_data() {
+    QTest::addColumn<QString>("script");
+    QTest::newRow("before the first call") << "trap 'exit 3' TERM; echo; while :; do sleep 0.01; done";
+    QTest::newRow("after the first calls") << "exec $CLI watch serial --interval 60";
+  }
+
+  void aReplayThatIsAskedToEndWasNoDifference() {
+    QFETCH(QString, script);
+    const TestFiles files;
+    const QString file = files.path("two.jsonl");
+    REQUIRE_CODE(record(file, shell("$CLI watch serial --interval 0.01 --count 2")), 0);
+    const EndedProcess ended = askedToEnd(QStringList{"replay", file} + shell(script));
+    REQUIRE_CODE(ended, 130);
+    QVERIFY2(ended.err.contains("interrupted before the end of the recording"), ended.err);
   }
 };
 
