@@ -85,11 +85,11 @@ LedgerResult<> eachAttempt(const Ledger& ledger, const AttemptFilter& filter,
                            const std::function<void(const AttemptRecord&)>& visit) {
   return guarded(ledger.path(), {}, [&] {
     const Database& database = ledger.database();
-    const std::string serial = filter.serial.isEmpty() ? "" : "AND a.serial = ?2 ";
+    const std::string serial = filter.serial ? "AND a.serial = ?2 " : "";
     Statement rows = database.prepare(kAttempts + ("WHERE started >= ?1 " + serial) + "ORDER BY a.seq");
     std::vector<SqlValue> values{timeOf(filter.since)};
-    if (!serial.empty()) {
-      values.push_back(sqlText(filter.serial));
+    if (filter.serial) {
+      values.push_back(sqlText(*filter.serial));
     }
     rows.with(values);
     while (rows.next()) {

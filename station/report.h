@@ -43,8 +43,8 @@ struct AttemptRecord {
 
 /// Which attempts to tell of.
 struct AttemptFilter {
-  QString serial;   ///< empty = all
-  QDateTime since;  ///< begun then or later; invalid = all
+  std::optional<QString> serial;  ///< of this unit; none = of all
+  QDateTime since;                ///< begun then or later; invalid = all
 };
 
 /// Goes through attempts, oldest first.

@@ -6,6 +6,7 @@
 #include "station/report.h"
 
 #include <QDate>
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace cli {
@@ -79,8 +80,19 @@ void showStatus(Run& run, const Arguments& arguments) {
   run.finish(document);
 }
 
+/// An empty one, as of a shell's variable that is not set, must not pass for none.
+QString headArgument(const Arguments& arguments) {
+  static const QRegularExpression kHead(QRegularExpression::anchoredPattern("[0-9A-Fa-f]{64}"));
+  QString head = arguments.text("head");
+  if (arguments.has("head") && !kHead.match(head).hasMatch()) {
+    throw Failure(ExitCode::kUsage,
+                  QStringLiteral("--head takes the 64 hexadecimal digits that verify printed, not \"%1\"").arg(head));
+  }
+  return head;
+}
+
 void verifyStation(Run& run, const Arguments& arguments) {
-  const station::Verification found = valueOf(station::verifyLedger(arguments.text("ledger"), arguments.text("head")));
+  const station::Verification found = valueOf(station::verifyLedger(arguments.text("ledger"), headArgument(arguments)));
   Document document("station-verify");
   document.add("ledger", "Ledger", arguments.text("ledger"));
   document.add("rows", "Rows", found.rows);
@@ -99,8 +111,11 @@ void verifyStation(Run& run, const Arguments& arguments) {
 }
 
 void showUnit(Run& run, const Arguments& arguments) {
-  const station::Ledger ledger = openLedger(arguments);
   const QString serial = arguments.text("SERIAL");
+  if (serial.isEmpty()) {
+    throw Failure(ExitCode::kUsage, "the serial number is empty; name a unit");
+  }
+  const station::Ledger ledger = openLedger(arguments);
   Document document("station-show");
   document.add("serial", "Serial number", serial);
   Value::List attempts;
