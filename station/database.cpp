@@ -134,6 +134,8 @@ Database::Database(const QString& path, Access access) {
   // Only our own triggers and checks in the file are executed.
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  // The log may be that of another copy, which would damage this one.
+  sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, access == Access::kWrite ? 1 : 0, nullptr);
   run("PRAGMA foreign_keys = ON");
   run("PRAGMA synchronous = FULL");
 }
@@ -165,6 +167,10 @@ bool Database::hasMoved() const {
 }
 
 bool Database::isReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
+
+void Database::mergeLogAtClose() const {
+  sqlite3_db_config(handle_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
+}
 
 void Database::copyTo(const Database& target) const {
   sqlite3_backup* backup = sqlite3_backup_init(target.handle(), "main", handle_.get(), "main");

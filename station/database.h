@@ -68,7 +68,7 @@ class Database {
  public:
   enum class Access : std::uint8_t {
     kRead,
-    kWrite,   ///< the file must be there
+    kWrite,   ///< the file must be there; closing it leaves its log alone at first
     kCreate,  ///< makes it when it is not
   };
   /// @throws DatabaseError
@@ -86,6 +86,9 @@ class Database {
   bool hasMoved() const;
   /// Whether nothing can be written, although `kWrite` was asked for.
   bool isReadOnly() const;
+  /// From now on the last connection to close moves what the write-ahead log holds into
+  /// the file, if that was opened with `kWrite`.
+  void mergeLogAtClose() const;
   /// Copies everything into another database, which must be empty.
   void copyTo(const Database& target) const;
   sqlite3* handle() const { return handle_.get(); }

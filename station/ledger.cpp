@@ -211,7 +211,11 @@ LedgerResult<Ledger> Ledger::open(const QString& path, LedgerAccess access, Cloc
     clock = [] { return QDateTime::currentDateTimeUtc(); };
   }
   return guarded(absolute, {}, [&] {
-    return Ledger(std::make_unique<State>(State{absolute, openLedger(absolute, access), std::move(clock)}));
+    OpenedLedger opened = openLedger(absolute, access);
+    if (access == LedgerAccess::kRead) {
+      requireSoundEnd(opened.database, absolute);
+    }
+    return Ledger(std::make_unique<State>(State{absolute, std::move(opened), std::move(clock)}));
   });
 }
 

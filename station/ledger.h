@@ -128,6 +128,9 @@ class Ledger {
   /// @param clock for the times recorded; the system's unless given
   static LedgerResult<Ledger> open(const QString& path, LedgerAccess access, Clock clock = {});
 
+  /// Whether there is neither a ledger nor a part of one that a crash left.
+  static bool isNone(const QString& path);
+
   Ledger(const Ledger&) = delete;
   Ledger& operator=(const Ledger&) = delete;
   Ledger(Ledger&&) noexcept;

@@ -1,5 +1,7 @@
 #include "station/ledger_open.h"
 
+#include "station/ledger_end.h"
+#include "station/ledger_verify.h"
 #include "station/new_file.h"
 
 #include <QDir>
@@ -34,6 +36,8 @@ void createTables(Database& database, std::span<const Migration> steps) {
   runMigrations(database, steps, kFirstLedgerFormat);
   transaction.commit();
 }
+
+QString logOf(const QString& path) { return path + QStringLiteral("-wal"); }
 
 /// Makes the file under another name first: there is a whole ledger, or none.
 /// @return false when somebody else made one meanwhile
@@ -140,9 +144,32 @@ Database openForWriting(const QString& path) {
   }
 }
 
+/// What a crash left beside a ledger that is not there; empty = nothing. SQLite would
+/// take it for a part of the file that is made in the ledger's place.
+QString partLeftOf(const QString& path) {
+  for (const QString& part : {logOf(path), path + QStringLiteral("-journal")}) {
+    // Readers leave an empty log. When somebody else makes the ledger, its log comes
+    // after it.
+    if (QFileInfo(part).size() > 0 && !QFileInfo::exists(path)) {
+      return part;
+    }
+  }
+  return {};
+}
+
+void requireNoPart(const QString& path) {
+  if (const QString part = partLeftOf(path); !part.isEmpty()) {
+    refuse(Kind::kMissing,
+           QStringLiteral("there is no ledger %1, but %2, a part of one: put the ledger back beside it, "
+                          "or move it to where the ledger is now")
+               .arg(path, part));
+  }
+}
+
 void requireLedgerFile(const QString& path) {
   const QFileInfo file(path);
   if (!file.exists()) {
+    requireNoPart(path);
     refuse(Kind::kMissing, QStringLiteral("there is no ledger %1").arg(path));
   }
   if (!file.isFile()) {
@@ -153,7 +180,44 @@ void requireLedgerFile(const QString& path) {
   }
 }
 
+/// Opens a ledger with a log beside it. After a crash that log may have met another copy
+/// of the ledger, which SQLite does not check. Only all rows tell, so look before
+/// anything is written.
+Database openBesideLog(const QString& path) {
+  QString mistake;
+  try {
+    Database database = openForWriting(path);
+    if (database.number("PRAGMA application_id") == kLedgerApplicationId) {
+      mistake = verifyRows(database).found.value(0);
+    }
+    if (mistake.isEmpty()) {
+      return database;
+    }
+  } catch (const DatabaseError& error) {
+    if ((error.code & 0xFF) != SQLITE_CORRUPT) {
+      throw;
+    }
+    mistake = error.message;
+  }
+  refuse(Kind::kDamaged, QStringLiteral("the ledger %1 is damaged, or the log %2 beside it is not its own (%3); put "
+                                        "both back as they were at one moment")
+                             .arg(path, logOf(path), mistake));
+}
+
+Database openFile(const QString& path, LedgerAccess access) {
+  if (access == LedgerAccess::kRead) {
+    return {path, Database::Access::kRead};
+  }
+  return QFileInfo(logOf(path)).size() > 0 ? openBesideLog(path) : openForWriting(path);
+}
+
 }  // namespace
+
+void requireSoundEnd(const Database& database, const QString& path) {
+  if (const QString mistake = mistakeInEnd(database); !mistake.isEmpty()) {
+    refuse(Kind::kDamaged, QStringLiteral("the ledger %1 is damaged: %2").arg(path, mistake));
+  }
+}
 
 LedgerError ledgerErrorOf(const DatabaseError& error, const QString& path, const QString& subject) {
   switch (error.code & 0xFF) {
@@ -191,10 +255,13 @@ const std::vector<std::string>& presentStructure() {
 
 OpenedLedger openLedger(const QString& path, LedgerAccess access, std::span<const Migration> steps) {
   const int present = kFirstLedgerFormat + static_cast<int>(steps.size());
-  const bool isNew = access == LedgerAccess::kWrite && !QFileInfo::exists(path) && createFile(path, steps);
+  bool isNew = false;
+  if (access == LedgerAccess::kWrite && !QFileInfo::exists(path)) {
+    requireNoPart(path);
+    isNew = createFile(path, steps);
+  }
   requireLedgerFile(path);
-  OpenedLedger opened{access == LedgerAccess::kWrite ? openForWriting(path) : Database(path, Database::Access::kRead),
-                      isNew};
+  OpenedLedger opened{openFile(path, access), isNew};
   const int format = formatOf(opened.database, path, present);
   if (access == LedgerAccess::kRead) {
     if (format < present) {
@@ -209,6 +276,8 @@ OpenedLedger openLedger(const QString& path, LedgerAccess access, std::span<cons
   if (opened.database.isReadOnly()) {
     refuse(Kind::kReadOnly, QStringLiteral("cannot write the ledger %1: it is read-only").arg(path));
   }
+  requireSoundEnd(opened.database, path);
+  opened.database.mergeLogAtClose();
   useWriteAheadLog(opened.database);
   if (format < present) {
     opened.copyOfOlder = migrate(opened.database, path, steps, format);
@@ -218,6 +287,8 @@ OpenedLedger openLedger(const QString& path, LedgerAccess access, std::span<cons
   }
   return opened;
 }
+
+bool Ledger::isNone(const QString& path) { return !QFileInfo::exists(path) && partLeftOf(path).isEmpty(); }
 
 void Ledger::State::requireInPlace() const {
   if (opened.database.hasMoved()) {

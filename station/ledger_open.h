@@ -52,6 +52,11 @@ struct OpenedLedger {
 /// @throws DatabaseError, LedgerFailure
 OpenedLedger openLedger(const QString& path, LedgerAccess access, std::span<const Migration> steps = migrations());
 
+/// Refuses a ledger whose chain is broken at its end. `openLedger` does so only for
+/// writing: what is left of one can still be verified.
+/// @throws DatabaseError, LedgerFailure
+void requireSoundEnd(const Database& database, const QString& path);
+
 /// Tables and rules as `openLedger` makes them.
 std::vector<std::string> expectedStructure(std::span<const Migration> steps);
 /// The same of the present format, made once.

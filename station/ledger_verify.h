@@ -17,6 +17,12 @@ struct Verification {
   QStringList found;  ///< what is not as it was written, one line each, at most 100; empty = nothing
 };
 
+class Database;
+
+/// Checks all rows and the database's structure, but not its tables' definitions.
+/// @throws DatabaseError
+Verification verifyRows(const Database& database);
+
 /// Reads every row and checks it against its hash, against the row before and
 /// against the ledger's head; then the file's own structure.
 /// @param head a hash that was written down earlier; it must still be in the chain.

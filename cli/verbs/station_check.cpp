@@ -2,7 +2,6 @@
 #include "cli/verbs/station_commands.h"
 #include "station/job_check.h"
 
-#include <QFileInfo>
 #include <QStringList>
 
 namespace cli {
@@ -48,7 +47,7 @@ station::JobCheck checkWithLedger(const station::Job& job, const Arguments& argu
   const QString path =
       arguments.has("ledger") ? arguments.text("ledger") : station::defaultLedgerPath(arguments.text("JOB"));
   // There is none before the first unit.
-  if (!QFileInfo::exists(path)) {
+  if (station::Ledger::isNone(path)) {
     return station::checkJob(job, nullptr);
   }
   const station::Ledger ledger = valueOf(station::Ledger::open(path, station::LedgerAccess::kRead));
