@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QThread>
 #include <QUuid>
 
@@ -39,6 +40,20 @@ void createTables(Database& database, std::span<const Migration> steps) {
 
 QString logOf(const QString& path) { return path + QStringLiteral("-wal"); }
 
+/// Drafts that a crash left behind. Once the ledger is there, nobody needs one: who
+/// still works on one finds the name taken.
+void removeDrafts(const QString& path) {
+  const QFileInfo ledger(path);
+  const QRegularExpression draft(QRegularExpression::anchoredPattern(
+      QRegularExpression::escape(ledger.fileName()) + QStringLiteral("\\.new-[0-9a-f]{32}(-journal|-wal|-shm)?")));
+  QDir folder = ledger.dir();
+  for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden)) {
+    if (draft.match(name).hasMatch()) {
+      folder.remove(name);
+    }
+  }
+}
+
 /// Makes the file under another name first: there is a whole ledger, or none.
 /// @return false when somebody else made one meanwhile
 bool createFile(const QString& path, std::span<const Migration> steps) {
@@ -50,11 +65,15 @@ bool createFile(const QString& path, std::span<const Migration> steps) {
       database.run("PRAGMA journal_mode = WAL");
     }
     if (giveName(draft, path)) {
+      removeDrafts(path);
       return true;
     }
   } catch (const DatabaseError&) {
     QFile::remove(draft);
-    throw;
+    if (!QFileInfo::exists(path)) {
+      throw;
+    }
+    return false;  // somebody was quicker, and removed the draft
   }
   QFile::remove(draft);
   if (!QFileInfo::exists(path)) {

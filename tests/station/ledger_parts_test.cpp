@@ -19,6 +19,7 @@ class LedgerPartsTest : public QObject {
   void anotherCopyBesideALogIsRefusedOrWhole();
   void aLedgerThatIsBrokenAtItsEndIsRefused_data();
   void aLedgerThatIsBrokenAtItsEndIsRefused();
+  void draftsThatACrashLeftAreRemoved();
 };
 
 namespace {
@@ -197,6 +198,18 @@ void LedgerPartsTest::aLedgerThatIsBrokenAtItsEndIsRefused() {
   }
   QCOMPARE(bytesOf(bench.ledgerPath()), before);
   QVERIFY(!StationBench::must(verifyLedger(bench.ledgerPath())).found.isEmpty());
+}
+
+void LedgerPartsTest::draftsThatACrashLeftAreRemoved() {
+  const StationBench bench;
+  const QString draft = "line.ledger.new-0123456789abcdef0123456789abcdef";
+  const QStringList others{"line.ledger.new-copy", "line.ledger.old",
+                           "xline.ledger.new-0123456789abcdef0123456789abcdef"};
+  for (const QString& name : others + QStringList{draft, draft + "-journal", draft + "-wal", draft + "-shm"}) {
+    bench.write(name, "of before");
+  }
+  QVERIFY(bench.open().isNew());
+  QCOMPARE(QDir(bench.path("")).entryList(QDir::Files, QDir::Name), QStringList("line.ledger") + others);
 }
 
 QTEST_GUILESS_MAIN(LedgerPartsTest)
