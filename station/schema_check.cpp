@@ -141,6 +141,15 @@ void Walk::checkList(const Json& value, const Json& schema, const std::string& p
   }
 }
 
+/// A schema's $ is the text's end alone; here it would also take a line feed behind it.
+QRegularExpression expressionOf(const std::string& pattern) {
+  QString text = QString::fromStdString(pattern);
+  if (text.endsWith(QLatin1Char('$'))) {
+    text.replace(text.size() - 1, 1, QStringLiteral("\\z"));
+  }
+  return QRegularExpression(text);
+}
+
 void Walk::checkText(const Json& value, const Json& schema, const std::string& place) {
   const QString text = QString::fromStdString(value.get<std::string>());
   const auto length = static_cast<std::size_t>(text.toUcs4().size());
@@ -152,7 +161,7 @@ void Walk::checkText(const Json& value, const Json& schema, const std::string& p
   }
   if (schema.contains("pattern")) {
     const auto pattern = schema["pattern"].get<std::string>();
-    if (!QRegularExpression(QString::fromStdString(pattern)).match(text).hasMatch()) {
+    if (!expressionOf(pattern).match(text).hasMatch()) {
       find(place, schema, "must look like " + pattern);
     }
   }

@@ -21,6 +21,7 @@ using namespace std::chrono_literals;
 constexpr int kMostUnits = 1'000'000;
 // Set by the verb record: then each attempt is in a recording.
 constexpr const char* kRecordingVariable = "PELLAVOX_RECORDING";
+constexpr const char* kRecordedLibraryVariable = "PELLAVOX_RECORDED_LIBRARY";
 
 QString linesOf(const station::Mistakes& mistakes) {
   QStringList lines;
@@ -45,8 +46,14 @@ void requireFiles(const station::Job& job) {
   }
 }
 
+/// The verb record puts a library before the device's, and says which it forwards to.
+QString deviceLibraryFile(const Run& run) {
+  const QString recorded = qEnvironmentVariable(kRecordedLibraryVariable);
+  return recorded.isEmpty() || !run.options().library.isEmpty() ? libraryFile(run) : recorded;
+}
+
 QString libraryText(const Run& run) {
-  QFile file(libraryFile(run));
+  QFile file(deviceLibraryFile(run));
   QCryptographicHash hash(QCryptographicHash::Sha256);
   const bool isRead = file.open(QIODevice::ReadOnly) && hash.addData(&file);
   return QFileInfo(file).fileName() + (isRead ? " SHA-256 " + QString::fromLatin1(hash.result().toHex()) : QString());

@@ -5,6 +5,7 @@ Usage: compare_verdicts.py SCHEMA_VERDICTS SCHEMA
 """
 import copy
 import json
+import re
 import subprocess
 import sys
 
@@ -13,7 +14,15 @@ import jsonschema
 with open(sys.argv[2], encoding="utf-8") as file:
     schema = json.load(file)
 jsonschema.Draft7Validator.check_schema(schema)
-validator = jsonschema.Draft7Validator(schema)
+
+
+def pattern(_, wanted, value, __):
+    """As the schema's standard has it: $ is the end alone, while Python also takes a line feed there."""
+    if isinstance(value, str) and not re.search(re.sub(r"\$$", r"\\Z", wanted), value):
+        yield jsonschema.ValidationError(f"{value!r} does not match {wanted}")
+
+
+validator = jsonschema.validators.extend(jsonschema.Draft7Validator, {"pattern": pattern})(schema)
 
 image = {"image": "a.bin", "sha256": "0" * 64, "version": "v1.3"}
 job = {"format": "pellavox station job 1", "model": "KVR-7", "mcu": image, "capture": image,
@@ -22,8 +31,9 @@ job = {"format": "pellavox station job 1", "model": "KVR-7", "mcu": image, "capt
        "steps": [{"do": "mcu", "retries": 1}, {"do": "key"}], "retries": 2,
        "compare": ["mcuVersion", "edidSlot"], "rework": "refuse", "wait": {"device": 1, "restart": 2}}
 others = [None, True, 0, -1, 1, 6, 7, 10, 11, 1.5, 1e20, 9007199254740992, "", "x", "count", "0" * 64, "0" * 65,
-          "v1.3", "v1", "a" * 16, "\u00c4\u00d6" * 40, "\U0001F600" * 64, [], ["x", "x"], ["mcuVersion", "mcuVersion"],
-          [{}] * 8, {}, {"do": "mcu"}]
+          "v1.3", "v15.0", "v1", "v01.3", "v1.16",
+          "v1.3\n", "0" * 64 + "\n", "A\n", "a" * 16, "\u00c4\u00d6" * 40, "\U0001F600" * 64, [], ["x", "x"],
+          ["mcuVersion", "mcuVersion"], [{}] * 8, {}, {"do": "mcu"}]
 
 
 def places(value, path=()):

@@ -90,7 +90,11 @@ void JobTest::mistakes_data() {
   row("\"do\": \"mcu\"", "\"do\": \"mcus\"", "/steps/0/do: must be one of: mcu, capture, key, serial, edid");
   row("{\"do\": \"key\"}", "\"key\"", "/steps/2: must be an object {...}");
   row("{\"do\": \"key\"}", "{\"do\": \"mcu\"}", "/steps/2: the step \"mcu\" stands there twice; remove one");
-  row("\"v1.3\"", "\"1.3\"", "/mcu/version: must look like ^v[0-9]+\\.[0-9]+$ (for example v1.3)");
+  constexpr auto kVersionMistake = "/mcu/version: must look like ^v(1[0-5]|[0-9])\\.(1[0-5]|[0-9])$ (for example v1.3)";
+  row("\"v1.3\"", "\"1.3\"", kVersionMistake);
+  for (const char* version : {"v1.3\\n", "v01.3", "v16.0", "v1.16"}) {
+    QTest::newRow(version) << QByteArray("\"v1.3\"") << QByteArray("\"") + version + "\"" << QString(kVersionMistake);
+  }
   row("\"main.bin\"", "\"\"", "/mcu/image: must not be empty (path, relative to the job file)");
   row("\"version\": \"v1.3\"}", "\"version\": \"v1.3\", \"size\": 1}",
       "/mcu/size: is not known here; known are image, sha256, version");

@@ -25,6 +25,7 @@ class LineRulesTest : public QObject {
   void theExitCodeTellsWhetherAUnitWasBegun();
   void aCountOfNoUnitsTouchesNothing();
   void eachWriteFollowsALookAtTheUnit();
+  void theLedgerNamesTheLibraryBehindTheRecorder();
 };
 
 namespace {
@@ -270,6 +271,24 @@ void LineRulesTest::eachWriteFollowsALookAtTheUnit() {
     }
   }
   QCOMPARE(seen.size(), writes.size());
+}
+
+void LineRulesTest::theLedgerNamesTheLibraryBehindTheRecorder() {
+  ShiftBench bench;
+  bench.plugInUnits(1);
+  qputenv("PELLAVOX_RECORDED_LIBRARY", bench.cli.write("vendor.so", "the vendor's").toUtf8());
+  const auto recorded = bench.run({"--count", "1"});
+  bench.plugInUnits(1);
+  // Who names a library gets that one, and no recorder.
+  const auto named = bench.run({"--count", "1", "--library", DEVICE_LIBRARY});
+  qunsetenv("PELLAVOX_RECORDED_LIBRARY");
+  QCOMPARE(resultsOf(recorded) + resultsOf(named), (QStringList{"PASS LN000001", "PASS LN000002"}));
+  const auto ledger = station::Ledger::open(bench.ledgerFile(), station::LedgerAccess::kRead);
+  auto libraries = ledger->database().prepare("SELECT library FROM attempts ORDER BY seq");
+  QVERIFY(libraries.next());
+  QCOMPARE(libraries.text(0), "vendor.so SHA-256 " + sha256("the vendor's"));
+  QVERIFY(libraries.next());
+  QVERIFY2(libraries.text(0).startsWith(QFileInfo(DEVICE_LIBRARY).fileName()), qPrintable(libraries.text(0)));
 }
 
 QTEST_GUILESS_MAIN(LineRulesTest)
