@@ -84,9 +84,13 @@ void Display::endProgress() {
 
 void Display::say(const QString& line) {
   if (!kind_.isQuiet) {
-    endProgress();
-    writeLine(line);
+    warn(line);
   }
+}
+
+void Display::warn(const QString& line) {
+  endProgress();
+  writeLine(line);
 }
 
 void Display::progress(const QString& what, int percent) {

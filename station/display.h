@@ -18,13 +18,15 @@ class Display {
   struct Kind {
     bool isTerminal = false;
     bool usesColour = false;
-    bool isQuiet = false;  ///< verdicts and questions only
+    bool isQuiet = false;  ///< verdicts, warnings and questions only
   };
   /// @param write gets UTF-8
   Display(std::function<void(const QByteArray&)> write, Kind kind) : write_(std::move(write)), kind_(kind) {}
 
   /// One line.
   void say(const QString& line);
+  /// A line that also a quiet display shows.
+  void warn(const QString& line);
   /// How far a long step is; shown at a terminal only.
   void progress(const QString& what, int percent);
   /// The outcome of a unit.

@@ -35,10 +35,22 @@ ShiftEnd Shift::run() {
     while (!isComplete() && doNextUnit()) {
     }
   }
+  if (options_.count && !isComplete() && end_.problem.isEmpty()) {
+    tellWhatIsMissing();
+  }
   return std::move(end_);
 }
 
 bool Shift::isComplete() const { return options_.count && static_cast<int>(end_.units.size()) >= *options_.count; }
+
+void Shift::tellWhatIsMissing() {
+  const auto done = static_cast<int>(end_.units.size());
+  if (!tools_.outside.stopRequested()) {
+    fail(QStringLiteral("the input ended after %1 of %2 units").arg(done).arg(*options_.count));
+  } else if (done > 0) {
+    fail(QStringLiteral("stopped after %1 of %2 units").arg(done).arg(*options_.count));
+  }
+}
 
 bool Shift::fail(const QString& problem) {
   end_.problem = problem;

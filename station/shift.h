@@ -51,6 +51,7 @@ class Shift {
   std::optional<QString> scanSerial();
   std::optional<QString> ask(const QString& question);
   bool close(const UnitEnd& unit);
+  void tellWhatIsMissing();
   bool fail(const QString& problem);
   bool fail(const LedgerError& error);
   bool isComplete() const;

@@ -162,7 +162,7 @@ void runStation(Run& run, const Arguments& arguments) {
   const station::ShiftTools tools{job, *files, ledger, display, link, outside};
   const station::ShiftEnd end = station::Shift(tools, shift).run();
   if (!end.problem.isEmpty()) {
-    display.say(QStringLiteral("The shift ends: %1.").arg(end.problem));
+    display.warn(QStringLiteral("The shift ends: %1.").arg(end.problem));
   }
   run.finish(shiftDocument(end, ledger));
   run.setExitCode(exitCodeOf(end));
