@@ -14,9 +14,18 @@ using std::chrono::milliseconds;
 
 constexpr int kRestartTries = 2;
 
-bool wasDone(const OpenAttempt& interrupted, Step step) {
-  return std::any_of(interrupted.steps.begin(), interrupted.steps.end(), [step](const StepRecord& record) {
-    return record.name == nameOf(step) && record.outcome == StepOutcome::kDone;
+/// Where a step names the key that it burnt.
+QString keyDetail() { return QStringLiteral("keySha256"); }
+
+bool hasTaken(const OpenAttempt& interrupted, const QString& key) {
+  return std::any_of(interrupted.keys.begin(), interrupted.keys.end(),
+                     [&key](const TakenKey& taken) { return taken.sha256 == key; });
+}
+
+bool hasBurnt(const OpenAttempt& interrupted, const QString& key) {
+  return std::any_of(interrupted.steps.begin(), interrupted.steps.end(), [&key](const StepRecord& step) {
+    const auto burnt = step.details.find(keyDetail());
+    return step.outcome == StepOutcome::kDone && burnt != step.details.end() && burnt->second == key;
   });
 }
 
@@ -88,7 +97,7 @@ UnitEnd UnitRun::abandon(const OpenAttempt& interrupted, const QString& reason) 
   attempt_ = interrupted.attempt.id;
   return finish([&] {
     begun_ = tools_.outside.now();
-    settleKey(interrupted, wasDone(interrupted, Step::kSerial));
+    settleKey(interrupted, require(tools_.ledger.unit(serial_)).isCarried);
     throw RunEnded{UnitResult::kAborted, reason};
   });
 }
@@ -99,12 +108,14 @@ void UnitRun::settleKey(const OpenAttempt& interrupted, bool carriesSerial) {
   if (unit.keySha256.isEmpty()) {
     return;
   }
-  const bool isOwn = !interrupted.keys.empty();
-  if (carriesSerial && (!isOwn || wasDone(interrupted, Step::kKey))) {
+  const bool isOwn = hasTaken(interrupted, unit.keySha256);
+  const bool isDoubtful = isOwn && !hasBurnt(interrupted, unit.keySha256);
+  if (carriesSerial && !isDoubtful) {
     isKeyBurnt_ = isOwn || !unit.isShared;
-  } else {
-    require(tools_.ledger.loseKey(*attempt_, unit.keySha256, QStringLiteral("interrupted around its burn")));
+    return;
   }
+  const QString reason = isDoubtful ? QStringLiteral("interrupted around its burn") : notCarriedText(serial_);
+  require(tools_.ledger.loseKey(*attempt_, unit.keySha256, reason));
 }
 
 void UnitRun::beginAttempt(const AttemptStart& start) {
@@ -165,7 +176,7 @@ UnitEnd UnitRun::finish(const std::function<void()>& work) {
   }
   // A key counts as this unit's only where its serial number says so.
   if (end.result != UnitResult::kPass && key_ && !(isKeyBurnt_ && watch_.carriesSerial())) {
-    loseKey(QStringLiteral("the unit did not get as far as to carry %1").arg(serial_));
+    loseKey(notCarriedText(serial_));
   }
   AttemptEnd record;
   record.result = end.result;
@@ -205,7 +216,7 @@ void UnitRun::doStep(const PlannedStep& planned) {
   made.tries = tries;
   made.duration = since(start);
   if (step == Step::kKey && key_) {
-    made.details[QStringLiteral("keySha256")] = key_->sha256;
+    made.details[keyDetail()] = key_->sha256;
   }
   record(made);
   if (report.ending == StepEnding::kStopped) {

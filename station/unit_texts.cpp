@@ -44,4 +44,8 @@ QString stepLine(const QString& serial, const StepRecord& step) {
   return QStringLiteral("%1  %2, %3").arg(serial, outcomeText(step), secondsText(step.duration));
 }
 
+QString notCarriedText(const QString& serial) {
+  return QStringLiteral("the unit did not get as far as to carry %1").arg(serial);
+}
+
 }  // namespace station

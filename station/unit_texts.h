@@ -15,4 +15,7 @@ QString outcomeText(const StepRecord& step);
 /// The same as a line for the operator, with serial number and time.
 QString stepLine(const QString& serial, const StepRecord& step);
 
+/// Why a key is lost that may be in a unit without that serial number.
+QString notCarriedText(const QString& serial);
+
 }  // namespace station

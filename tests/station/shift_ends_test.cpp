@@ -12,7 +12,33 @@ class ShiftEndsTest : public QObject {
   void aShiftThatLacksUnitsIsNoSuccess_data();
   void aShiftThatLacksUnitsIsNoSuccess();
   void aShiftThatIsStoppedEarlyIsNoSuccess();
+  void aBurntKeyStaysWithItsUnitWhenTheJobChanges_data();
+  void aBurntKeyStaysWithItsUnitWhenTheJobChanges();
 };
+
+namespace {
+
+/// Ends a run as a crash would.
+struct Cut {};
+
+/// Runs a unit and cuts it off when the program shows a text.
+void runUntilText(ShiftBench& bench, const QByteArray& wanted) {
+  bench.onText = [&wanted](const QByteArray& text) {
+    if (text.contains(wanted)) {
+      throw Cut();
+    }
+  };
+  bool isCut = false;
+  try {
+    bench.run({"--count", "1"});
+  } catch (const Cut&) {
+    isCut = true;
+  }
+  bench.onText = {};
+  QVERIFY2(isCut, wanted);
+}
+
+}  // namespace
 
 void ShiftEndsTest::emptyArgumentsAreNotTakenForNone_data() {
   QTest::addColumn<QStringList>("arguments");
@@ -89,6 +115,39 @@ void ShiftEndsTest::aShiftThatIsStoppedEarlyIsNoSuccess() {
     QVERIFY2(result.code == (after == 0 ? 130 : after == 1 ? 1 : 0), result.err);
     QCOMPARE(result.err.contains("The shift ends: stopped after 1 of 2 units"), after == 1);
   }
+}
+
+void ShiftEndsTest::aBurntKeyStaysWithItsUnitWhenTheJobChanges_data() {
+  QTest::addColumn<bool>("isFirst");
+  QTest::addColumn<QByteArray>("cutAt");
+  QTest::addColumn<QString>("lost");
+  QTest::newRow("before the unit was identified") << false << QByteArray("identify: done") << "";
+  QTest::newRow("behind the identity") << false << QByteArray("serial: skipped") << "";
+  QTest::newRow("behind the number") << false << QByteArray("mcu: skipped") << "";
+  QTest::newRow("behind the key") << false << QByteArray("edid: failed") << "";
+  QTest::newRow("a first attempt behind the key") << true << QByteArray("edid: failed") << "";
+  QTest::newRow("a first attempt around the burn") << true << QByteArray("key: done") << "interrupted around its burn";
+}
+
+// The unit fails behind its key, is cut off in its next attempt, and the job changes.
+void ShiftEndsTest::aBurntKeyStaysWithItsUnitWhenTheJobChanges() {
+  QFETCH(bool, isFirst);
+  QFETCH(QByteArray, cutAt);
+  QFETCH(QString, lost);
+  ShiftBench bench;
+  bench.plugIn(R"({"faults": [{"at": "AT_EDID_Flash_Set_table", "count": 4, "status": -14}]})");
+  if (!isFirst) {
+    QVERIFY(bench.run({"--count", "1"}).err.contains("FAIL  LN000001"));
+  }
+  runUntilText(bench, cutAt);
+  bench.job["steps"] = QJsonArray{ShiftBench::step("serial"), ShiftBench::step("key"), ShiftBench::step("edid", 5)};
+  const auto abandoned = bench.run({"--count", "1"});
+  QVERIFY2(abandoned.err.contains("ABORTED  LN000001: interrupted, and the job has changed since"), abandoned.err);
+  const auto result = bench.run({"--count", "1"});
+  QVERIFY2(result.err.contains("PASS  LN000001"), result.err);
+  QCOMPARE(bench.units.at(0).key, ShiftBench::key(lost.isEmpty() ? 1 : 2));
+  const auto shown = bench.cli.run({"station", "show", "LN000001", "--ledger", bench.ledgerFile()});
+  QVERIFY2(shown.out.contains("lost: " + lost.toUtf8()) != lost.isEmpty(), shown.out);
 }
 
 QTEST_GUILESS_MAIN(ShiftEndsTest)
