@@ -55,26 +55,46 @@ void build(CLI::App& app, const Command& command, std::list<Slot>& slots) {
   }
 }
 
+QStringList valuesOf(const Option& option, const CLI::Option& parsed) {
+  QStringList values;
+  for (const std::string& value : parsed.results()) {
+    const bool isBare = option.takes == Option::Takes::kMaybeValue && (value.empty() || value == "true");
+    if (option.takes != Option::Takes::kNothing && !isBare) {
+      values << QString::fromStdString(value);
+    }
+  }
+  return values;
+}
+
+/// @throws CLI::ParseError when an option that takes a file names none, as with a
+/// script's unset variable
 Arguments argumentsOf(const Slot& slot) {
   Arguments arguments;
   for (const auto& [option, parsed] : slot.options) {
     if (parsed->count() == 0) {
       continue;
     }
-    QStringList values;
-    for (const std::string& value : parsed->results()) {
-      const bool isBare = option->takes == Option::Takes::kMaybeValue && value == "true";
-      if (option->takes != Option::Takes::kNothing && !value.empty() && !isBare) {
-        values << QString::fromStdString(value);
-      }
-    }
-    // An empty value counts as one, but for options that may go without.
-    if (values.isEmpty() && option->takes != Option::Takes::kMaybeValue) {
-      values << QString();
+    const QStringList values = valuesOf(*option, *parsed);
+    if (option->value == "FILE" && values.contains(QString())) {
+      throw CLI::ValidationError(option->names, "the name of the file is empty");
     }
     arguments.set(option->key(), values);
   }
   return arguments;
+}
+
+Invocation invocationOf(const Command& program, const std::list<Slot>& slots) {
+  Invocation invocation{&program, {}, argumentsOf(slots.front()), {}};
+  QStringList path;
+  for (const Slot& slot : slots) {
+    if (&slot != &slots.front() && slot.app->parsed()) {
+      path << QString::fromStdString(slot.command->name);
+      invocation.command = slot.command;
+      invocation.arguments = argumentsOf(slot);
+    }
+  }
+  invocation.path = path.join(QLatin1Char(' '));
+  return invocation;
 }
 
 }  // namespace
@@ -91,22 +111,12 @@ std::variant<Invocation, HelpText, UsageError> parse(const Command& program, con
       reversed.insert(reversed.begin(), argument.toStdString());
     }
     app.parse(std::move(reversed));
+    return invocationOf(program, slots);
   } catch (const CLI::CallForHelp&) {
     return HelpText{QString::fromStdString(app.help())};
   } catch (const CLI::ParseError& error) {
     return UsageError{QString::fromStdString(error.what()).simplified()};
   }
-  Invocation invocation{&program, {}, argumentsOf(slots.front()), {}};
-  QStringList path;
-  for (const Slot& slot : slots) {
-    if (&slot != &slots.front() && slot.app->parsed()) {
-      path << QString::fromStdString(slot.command->name);
-      invocation.command = slot.command;
-      invocation.arguments = argumentsOf(slot);
-    }
-  }
-  invocation.path = path.join(QLatin1Char(' '));
-  return invocation;
 }
 
 }  // namespace cli

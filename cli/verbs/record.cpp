@@ -117,6 +117,9 @@ bool canBeMade(const QString& path) {
 }
 
 void record(Run& run, const Arguments& arguments) {
+  if (run.options().dryRun) {
+    throw Failure(ExitCode::kUsage, "record has no dry run: give -n to the program that it runs");
+  }
   const QString file = QFileInfo(arguments.text("output")).absoluteFilePath();
   if (const unsigned part = recorder::firstPartOf(pathOfText(file)); part != 0) {
     const std::string taken = recorder::utf8Of(recorder::partOf(pathOfText(file), part));

@@ -164,6 +164,14 @@ class ProcessFilesTest : public QObject {
     QVERIFY2(!content.contains("Serial number") && content.count("AT_USB_Get_SerialNum") == 1, content.constData());
   }
 
+  void aRecordedProgramGetsItsEmptyArguments() {
+    const QStringList record{"record", "-o", folder_.filePath("CALLS.jsonl"), "--"};
+    const EndedProcess ended =
+        runProgram(record + QStringList{"/bin/sh", "-c", "\"$0\" info; exit $#", PROGRAM, "", "x", ""});
+    QCOMPARE(ended.err, QByteArray());
+    QCOMPARE(ended.code, 3);
+  }
+
   void aPipeAsLibraryDoesNotStopTheDoctor() {
     const QString pipe = folder_.filePath("FIFO");
     QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);

@@ -81,6 +81,9 @@ class ProcessTest : public QObject {
     row("--wait=0.1 -d KVR-5B info", 3, "^$", "^pellavox-cli: cannot open KVR-5B \\(5C19:6B02\\).*\n$");
     row("--wait 5 info", 2, "^$", "^pellavox-cli: .*\n$");
     row("--wait=nan info", 2, "^$", "^pellavox-cli: .*nan.*\n$");
+    row("-n record -o /nowhere/r.jsonl -- /bin/true", 2, "^$", "^pellavox-cli: record has no dry run.*\n$");
+    row("--log  info", 2, "^$", "^pellavox-cli: --log: the name of the file is empty\n$");
+    row("record -o  -- /bin/true", 2, "^$", "^pellavox-cli: .*the name of the file is empty\n$");
     row("nonsense", 2, "^$", "^pellavox-cli: .*\n$");
     row("-qj nonsense", 2, "\"exitCode\": 2", "^$");
     row("-d j nonsense", 2, "^$", "^pellavox-cli: .*\n$");
