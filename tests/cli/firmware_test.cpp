@@ -153,13 +153,19 @@ class FirmwareVerbsTest : public QObject {
         simulator::unplug();
       }
     };
+#ifdef _WIN32
+    const QString image = bench_.write("a $HOME b.img", "KVR-5B V1.05.00");
+    const QByteArray word = '"' + image.toUtf8() + '"';
+#else
     const QString image = bench_.write("a \"5 $HOME\" b.img", "KVR-5B V1.05.00");
+    const QByteArray word = '\'' + image.toUtf8() + '\'';
+#endif
     const QStringList burn{"capture", "burn", image, "--expect", "V1.05.00"};
     const auto result = bench_.run(QStringList{"--force=model", "--force=version", "--confirm=force"} + burn);
     QCOMPARE(result.code, 9);
     const QByteArray next =
-        "next: pellavox-cli -d KVR-7 -y --force=model --force=version --confirm=force capture burn '" + image.toUtf8() +
-        "' --expect \"V1.05.00\"\n";
+        "next: pellavox-cli -d KVR-7 -y --force=model --force=version --confirm=force capture burn " + word +
+        " --expect \"V1.05.00\"\n";
     QVERIFY2(result.err.endsWith(next), result.err.constData());
   }
 
