@@ -8,19 +8,19 @@ namespace firmware {
 namespace {
 
 // The library's callback gets no context.
-std::mutex listening;
-const std::function<void(float)>* listener = nullptr;
+std::mutex burnMutex;
+const std::function<void(float)>* burnListener = nullptr;
 
-void tellListener(float percent) {
-  const std::scoped_lock lock(listening);
-  if (listener != nullptr) {
-    (*listener)(percent);
+void tellBurnListener(float percent) {
+  const std::scoped_lock lock(burnMutex);
+  if (burnListener != nullptr) {
+    (*burnListener)(percent);
   }
 }
 
-void setListener(const std::function<void(float)>* tell) {
-  const std::scoped_lock lock(listening);
-  listener = tell;
+void setBurnListener(const std::function<void(float)>* tell) {
+  const std::scoped_lock lock(burnMutex);
+  burnListener = tell;
 }
 
 }  // namespace
@@ -31,9 +31,9 @@ device::Result<> burnCapture(const QString& path, BurnProgress progress) {
 }
 
 device::Result<> burnCaptureTelling(const QString& path, const std::function<void(float)>& tell) {
-  setListener(&tell);
-  const auto burnt = burnCapture(path, &tellListener);
-  setListener(nullptr);
+  setBurnListener(&tell);
+  const auto burnt = burnCapture(path, &tellBurnListener);
+  setBurnListener(nullptr);
   return burnt;
 }
 
