@@ -122,7 +122,7 @@ bool Shift::scrap(const OpenAttempt& interrupted) {
   if (!scrapped) {
     return fail(scrapped.error());
   }
-  tools_.display.say(QStringLiteral("%1 is scrapped: put the unit where nobody sells it.").arg(serial));
+  tools_.display.warn(QStringLiteral("%1 is scrapped: put the unit where nobody sells it.").arg(serial));
   return true;
 }
 
@@ -141,7 +141,7 @@ bool Shift::resume(const OpenAttempt& interrupted) {
     if (mistake->isEmpty()) {
       return close(UnitRun(tools_).resume(identity, interrupted));
     }
-    tools_.display.say(QStringLiteral("This is another unit: %1. Unplug it.").arg(*mistake));
+    tools_.display.warn(QStringLiteral("This is another unit: %1. Unplug it.").arg(*mistake));
     if (tools_.link.waitUntilUnplugged() != DeviceLink::Wait::kThere) {
       return false;
     }
@@ -158,7 +158,7 @@ std::optional<QString> Shift::scanSerial() {
     if (mistake.isEmpty()) {
       return text;
     }
-    tools_.display.say(QStringLiteral("%1: %2. Scan again.").arg(*text, mistake));
+    tools_.display.warn(QStringLiteral("%1: %2. Scan again.").arg(*text, mistake));
   }
 }
 

@@ -46,7 +46,7 @@ QString beginOnly(const ShiftBench& bench) {
   return ledger && job ? ledger->begin(*job, {{}, "A", "Ann", "program", "library", {}}).value().serial : QString();
 }
 
-/// Resumes with whatever unit is there, and stops once that has waited for long.
+/// Resumes quietly with whatever unit is there, and stops once that has waited for long.
 CliBench::Result resumeForAWhile(ShiftBench& bench) {
   int pauses = 0;
   bench.onPauseToo = [&pauses] {
@@ -54,7 +54,7 @@ CliBench::Result resumeForAWhile(ShiftBench& bench) {
       cli::interruption::request();
     }
   };
-  auto result = bench.run({"--count", "1", "--unfinished", "resume"});
+  auto result = bench.run({"-q", "--count", "1", "--unfinished", "resume"});
   cli::interruption::request(false);
   bench.onPauseToo = {};
   return result;

@@ -260,6 +260,9 @@ void ShiftTest::scannedNumbersMustMatchThePattern() {
   QCOMPARE(resultsOf(result), (QStringList{"PASS SN0001", "ERROR SN0001", "TIMEOUT SN0002"}));
   QCOMPARE(bench.mistakeIn(bench.units.at(0), "SN0001"), QString());
   QVERIFY2(result.err.contains("SN0001 has passed already"), result.err);
+  bench.cli.answers = QStringList{"SN12"};
+  const auto quiet = bench.run({"-q"});
+  QVERIFY2(quiet.err.contains("SN12: ") && quiet.err.contains("Scan again"), quiet.err);
 }
 
 void ShiftTest::aTerminalShowsBigLettersAndRings() {
