@@ -27,7 +27,7 @@ int numberOf(const std::string& text) { return static_cast<int>(std::strtol(text
 
 /// An earlier report; empty if it cannot be one. Opening a pipe would wait for a writer.
 std::string contentOf(const std::filesystem::path& file) {
-  constexpr std::uintmax_t kLongest = 16 * 1024 * 1024;
+  constexpr std::uintmax_t kLongest = std::uintmax_t{16} * 1024 * 1024;
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error) || std::filesystem::file_size(file, error) > kLongest) {
     return {};
