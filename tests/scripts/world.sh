@@ -45,7 +45,7 @@ elif [[ $1 == --preset ]]; then
   [[ -z ${CONFIGURING_FAILS:-} ]] || { echo "CMake Error: no such thing"; exit 1; }
   compiler=$(command -v "${CXX:-c++}")
   mkdir -p "build/$2/CMakeFiles/3.25.1"
-  printf 'CMAKE_HOME_DIRECTORY:INTERNAL=%s\n' "$PWD" >"build/$2/CMakeCache.txt"
+  [[ -e build/$2/CMakeCache.txt ]] || printf 'CMAKE_HOME_DIRECTORY:INTERNAL=%s\n' "$PWD" >"build/$2/CMakeCache.txt"
   printf 'set(CMAKE_CXX_COMPILER "%s")\nset(CMAKE_CXX_COMPILER_ID "GNU")\nset(CMAKE_CXX_COMPILER_VERSION "%s")\n' \
     "$compiler" "$("$compiler" -E | tr ' ' .)" >"build/$2/CMakeFiles/3.25.1/CMakeCXXCompiler.cmake"
   touch "build/$2/build.ninja"
