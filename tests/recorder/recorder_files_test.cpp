@@ -25,6 +25,17 @@ void writeAll(const std::filesystem::path& path, const QByteArray& content) {
   }
 }
 
+/// Makes a recording of so many calls.
+void recordCalls(const std::filesystem::path& file, int calls, recorder::RecordingFile::Limits limits = {}) {
+  Recorder::Options options = optionsFor(quiet_library::functions(), file);
+  options.limits = limits;
+  Recorder recorder(options);
+  for (int i = 0; i < calls; ++i) {
+    THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
+  }
+  recorder.finish();
+}
+
 }  // namespace
 
 /// Files of a recording: parts, old parts that are deleted, and files that cannot be written.
@@ -35,13 +46,7 @@ class RecorderFilesTest : public QObject {
   void aLargeRecordingGoesOnInFurtherFiles() {
     const QTemporaryDir folder;
     const auto file = pathIn(folder, "parts.jsonl");
-    Recorder::Options options = optionsFor(quiet_library::functions(), file);
-    options.limits = {4000, 100};
-    Recorder recorder(options);
-    for (int i = 0; i < 100; ++i) {
-      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
-    }
-    recorder.finish();
+    recordCalls(file, 100, {4000, 100});
     const Recording recording = readBack(file);
     QVERIFY(recording.walk.parts > 3);
     QVERIFY(recording.walk.complete);
@@ -62,13 +67,7 @@ class RecorderFilesTest : public QObject {
   void onlyTheNewestFilesAreKept() {
     const QTemporaryDir folder;
     const auto file = pathIn(folder, "parts.jsonl");
-    Recorder::Options options = optionsFor(quiet_library::functions(), file);
-    options.limits = {1000, 3};
-    Recorder recorder(options);
-    for (int i = 0; i < 200; ++i) {
-      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
-    }
-    recorder.finish();
+    recordCalls(file, 200, {1000, 3});
     const QStringList files = QDir(folder.path()).entryList(QDir::Files);
     QCOMPARE(files.size(), 3);
     QVERIFY(!files.contains("parts.jsonl"));
@@ -93,13 +92,7 @@ class RecorderFilesTest : public QObject {
   void aPartThatTheRecorderHadKeptIsMissed() {
     const QTemporaryDir folder;
     const auto file = pathIn(folder, "parts.jsonl");
-    Recorder::Options options = optionsFor(quiet_library::functions(), file);
-    options.limits = {1000, 3};
-    Recorder recorder(options);
-    for (int i = 0; i < 200; ++i) {
-      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
-    }
-    recorder.finish();
+    recordCalls(file, 200, {1000, 3});
     const unsigned first = recorder::firstPartOf(file);
     QVERIFY(first > 2);
     // A full disk in the last part, which the recorder had made room for, is no loss of an earlier one.
@@ -169,11 +162,7 @@ class RecorderFilesTest : public QObject {
   void aRedactedCopyHasAllCallsHoweverManyFilesItFills() {
     const QTemporaryDir folder;
     const auto file = pathIn(folder, "calls.jsonl");
-    Recorder recorder(optionsFor(quiet_library::functions(), file));
-    for (int i = 0; i < 200; ++i) {
-      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
-    }
-    recorder.finish();
+    recordCalls(file, 200);
     const auto copy = pathIn(folder, "copy.jsonl");
     QVERIFY(recorder::redactRecording(file, copy, 1000));
     const Recording redacted = readBack(copy);
@@ -188,11 +177,7 @@ class RecorderFilesTest : public QObject {
   void aFailedRedactionRemovesItsOwnFilesOnly() {
     const QTemporaryDir folder;
     const auto file = pathIn(folder, "calls.jsonl");
-    Recorder recorder(optionsFor(quiet_library::functions(), file));
-    for (int i = 0; i < 50; ++i) {
-      THROUGH(recorder, AT_Audio_Set_HdmiDPRX_VolumeGain, i);
-    }
-    recorder.finish();
+    recordCalls(file, 50);
     const auto copy = pathIn(folder, "copy.jsonl");
     const auto precious = recorder::partOf(copy, 5);
     writeAll(precious, "precious");
