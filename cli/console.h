@@ -31,9 +31,9 @@ struct Console {
   QString lockFolder;  ///< where locks against a second instance lie
 };
 
-/// Gives the numbers of closed standard streams to something that can be neither read
-/// nor written: the next file opened would get them, and the results as well. Call it
-/// before anything is opened.
+/// Gives the numbers of closed standard streams to something that is empty and cannot be
+/// written: the next file opened would get them, and the results as well. Call it before
+/// anything is opened.
 void occupyClosedStreams();
 
 /// The process's own.

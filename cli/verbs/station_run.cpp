@@ -5,6 +5,7 @@
 #include "cli/version.h"
 #include "device/hex.h"
 #include "device/printable.h"
+#include "device/regular_file.h"
 #include "session/device_types.h"
 #include "station/job_check.h"
 #include "station/shift.h"
@@ -55,7 +56,7 @@ QString deviceLibraryFile(const Run& run) {
 QString libraryText(const Run& run) {
   QFile file(deviceLibraryFile(run));
   QCryptographicHash hash(QCryptographicHash::Sha256);
-  const bool isRead = file.open(QIODevice::ReadOnly) && hash.addData(&file);
+  const bool isRead = device::openRegularFile(file, QIODevice::ReadOnly) && hash.addData(&file);
   return QFileInfo(file).fileName() + (isRead ? " SHA-256 " + QString::fromLatin1(hash.result().toHex()) : QString());
 }
 

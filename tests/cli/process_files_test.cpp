@@ -172,12 +172,14 @@ class ProcessFilesTest : public QObject {
     QCOMPARE(ended.code, 3);
   }
 
-  void aPipeAsLibraryDoesNotStopTheDoctor() {
+  void aPipeAsLibraryStopsNobody() {
     const QString pipe = folder_.filePath("FIFO");
     QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
     for (const QString& library : {pipe, QStringLiteral("/dev/zero")}) {
       const EndedProcess ended = runProgram({"--library", library, "doctor"});
       QVERIFY2(ended.code == 4, (QByteArray::number(ended.code) + ended.out + ended.err).constData());
+      const QStringList station{"station", "run", folder_.filePath("NOWHERE"), "--operator", "A", "--station", "1"};
+      QCOMPARE(runProgram(QStringList{"--library", library} + station).code, 5);
     }
   }
 
