@@ -18,10 +18,20 @@ void tellBurnListener(float percent) {
   }
 }
 
-void setBurnListener(const std::function<void(float)>* tell) {
-  const std::scoped_lock lock(burnMutex);
-  burnListener = tell;
-}
+/// While it exists, somebody listens to the burn.
+class Listening {
+ public:
+  explicit Listening(const std::function<void(float)>& tell) { set(&tell); }
+  Listening(const Listening&) = delete;
+  Listening& operator=(const Listening&) = delete;
+  ~Listening() { set(nullptr); }
+
+ private:
+  static void set(const std::function<void(float)>* tell) {
+    const std::scoped_lock lock(burnMutex);
+    burnListener = tell;
+  }
+};
 
 }  // namespace
 
@@ -31,10 +41,8 @@ device::Result<> burnCapture(const QString& path, BurnProgress progress) {
 }
 
 device::Result<> burnCaptureTelling(const QString& path, const std::function<void(float)>& tell) {
-  setBurnListener(&tell);
-  const auto burnt = burnCapture(path, &tellBurnListener);
-  setBurnListener(nullptr);
-  return burnt;
+  const Listening listening(tell);
+  return burnCapture(path, &tellBurnListener);
 }
 
 }  // namespace firmware

@@ -1,10 +1,11 @@
 #include "station/job_check.h"
 
+#include "device/file_hash.h"
 #include "device/regular_file.h"
 #include "edid/edid_check.h"
 #include "firmware/capture_image.h"
 #include "session/device_types.h"
-#include "station/file_hash.h"
+#include "station/file_limits.h"
 #include "station/ledger.h"
 
 #include <QDir>
@@ -78,7 +79,7 @@ bool Checker::checkHash(const QString& path, const QString& wanted, const QStrin
     mistake(job_.path, place, QStringLiteral("%1 has more than %2 bytes").arg(path).arg(kMostImageBytes));
     return false;
   }
-  const auto hash = hashOfFile(path, kMostImageBytes);
+  const auto hash = device::hashOfFile(path, kMostImageBytes);
   if (!hash) {
     mistake(job_.path, place, QStringLiteral("%1 is empty or cannot be read; put the file there").arg(path));
     return false;
@@ -131,7 +132,7 @@ void Checker::checkKeys() {
   QStringList hashes;
   for (const QFileInfo& file : folder.entryInfoList(QDir::Files, QDir::Name)) {
     const QString path = file.absoluteFilePath();
-    const auto hash = hashOfFile(path, kMostKeyBytes);
+    const auto hash = device::hashOfFile(path, kMostKeyBytes);
     if (!hash) {
       mistake(path, {}, QStringLiteral("is no key: it is empty, too large or cannot be read; remove it"));
     } else if (const auto [same, isNew] = files.emplace(*hash, path); !isNew) {

@@ -1,7 +1,8 @@
 #include "station/ledger.h"
 
+#include "device/file_hash.h"
 #include "station/chain.h"
-#include "station/file_hash.h"
+#include "station/file_limits.h"
 #include "station/job_reader.h"
 #include "station/ledger_open.h"
 #include "station/ledger_rows.h"
@@ -123,7 +124,7 @@ TakenKey nextKey(const Database& database, const QString& folder) {
     (ofName.with({sqlText(path)}).next() ? used : fresh) << path;
   }
   for (const QString& path : fresh + used) {
-    const auto hash = hashOfFile(path, kMostKeyBytes);
+    const auto hash = device::hashOfFile(path, kMostKeyBytes);
     if (hash && !ofContent.with({sqlText(*hash)}).next()) {
       return {path, *hash};
     }

@@ -1,7 +1,7 @@
 #include "station/unit_files.h"
 
 #include "device/regular_file.h"
-#include "station/file_hash.h"
+#include "station/file_limits.h"
 
 #include <QCryptographicHash>
 #include <QFile>

@@ -4,11 +4,9 @@
 #include "cli/result_file.h"
 #include "cli/verb.h"
 #include "cli/version.h"
+#include "device/file_hash.h"
 #include "device/operations.h"
-#include "device/regular_file.h"
 
-#include <QCryptographicHash>
-#include <QFile>
 #include <QFileInfo>
 #include <QSysInfo>
 
@@ -20,12 +18,8 @@ QString libraryPath(const Run& run) {
 }
 
 Value libraryHash(const QString& path) {
-  QFile file(path);
-  QCryptographicHash hash(QCryptographicHash::Sha256);
-  if (!device::openRegularFile(file, QIODevice::ReadOnly) || !hash.addData(&file)) {
-    return {};
-  }
-  return QString::fromLatin1(hash.result().toHex());
+  const auto hash = device::hashOfFile(path);
+  return hash ? Value(*hash) : Value();
 }
 
 Document examineLibrary(Run& run) {

@@ -3,15 +3,13 @@
 #include "cli/interruption.h"
 #include "cli/verbs/station_commands.h"
 #include "cli/version.h"
+#include "device/file_hash.h"
 #include "device/hex.h"
 #include "device/printable.h"
-#include "device/regular_file.h"
 #include "session/device_types.h"
 #include "station/job_check.h"
 #include "station/shift.h"
 
-#include <QCryptographicHash>
-#include <QFile>
 #include <QFileInfo>
 
 namespace cli {
@@ -54,10 +52,9 @@ QString deviceLibraryFile(const Run& run) {
 }
 
 QString libraryText(const Run& run) {
-  QFile file(deviceLibraryFile(run));
-  QCryptographicHash hash(QCryptographicHash::Sha256);
-  const bool isRead = device::openRegularFile(file, QIODevice::ReadOnly) && hash.addData(&file);
-  return QFileInfo(file).fileName() + (isRead ? " SHA-256 " + QString::fromLatin1(hash.result().toHex()) : QString());
+  const QString path = deviceLibraryFile(run);
+  const auto hash = device::hashOfFile(path);
+  return QFileInfo(path).fileName() + (hash ? " SHA-256 " + *hash : QString());
 }
 
 /// A name for the ledger: whoever reads that must not be shown lines that it does

@@ -1,20 +1,19 @@
-#include "station/file_hash.h"
+#include "device/file_hash.h"
 
 #include "device/regular_file.h"
 
 #include <QCryptographicHash>
 #include <QFile>
 
-namespace station {
+namespace device {
 
 std::optional<QString> hashOfFile(const QString& path, qint64 most) {
   QFile file(path);
   QCryptographicHash hash(QCryptographicHash::Sha256);
-  if (!device::openRegularFile(file, QIODevice::ReadOnly) || file.size() == 0 || file.size() > most ||
-      !hash.addData(&file)) {
+  if (!openRegularFile(file, QIODevice::ReadOnly) || file.size() == 0 || file.size() > most || !hash.addData(&file)) {
     return std::nullopt;
   }
   return QString::fromLatin1(hash.result().toHex());
 }
 
-}  // namespace station
+}  // namespace device
